@@ -1,0 +1,38 @@
+// How failures travel inside the extension.
+#include "module/failure.hpp"
+
+#include <cstdarg>
+
+namespace quilex {
+
+void raise(PyObject* type, const char* format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    PyErr_FormatV(type, format, arguments);
+    va_end(arguments);
+    throw PythonFailure();
+}
+
+void raise_runtime_error(const char* format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    PyErr_FormatV(PyExc_RuntimeError, format, arguments);
+    va_end(arguments);
+    throw PythonFailure();
+}
+
+void set_python_error_from_current_exception() noexcept {
+    try {
+        throw;
+    } catch (const PythonFailure&) {
+        // The Python exception is already set.
+    } catch (const std::bad_alloc&) {
+        PyErr_NoMemory();
+    } catch (const std::exception& exception) {
+        PyErr_SetString(PyExc_RuntimeError, exception.what());
+    } catch (...) {
+        PyErr_SetString(PyExc_RuntimeError, "Unknown C++ exception");
+    }
+}
+
+}  // namespace quilex
