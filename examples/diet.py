@@ -45,9 +45,7 @@ def add_needs(problem, foods, needs, dollars):
     for need in needs:
         nutrient, minimum = need["nutrient"], float(need["minimum_per_day"])
         intake = quilex.Sum(float(food[nutrient]) * d for food, d in zip(foods, dollars))
-        problem.addConstraint(
-            quilex.constraint(intake >= minimum, name=nutrient)
-        )
+        problem.addConstraint(quilex.constraint(intake >= minimum, name=nutrient))
 
 
 def in_dollars(foods, needs):

@@ -8,6 +8,7 @@ import gc
 import pathlib
 
 import pytest
+
 import quilexlib
 
 COUNTS_AT_START = quilexlib._live_counts()

@@ -6,6 +6,7 @@ import subprocess
 import sys
 
 import pytest
+
 import quilex
 
 LIBRARIES = pathlib.Path(quilex.__file__).parent / "lib"
