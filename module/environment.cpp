@@ -36,6 +36,10 @@ Ref quilexmod_free(PyObject*, PyObject*) {
 
 int turnQLXon(int force) noexcept {
     if (qlx_py_env.initialised != 0 && force == 0) return 0;
+    if (qlx_py_env.attr_table == nullptr) {
+        PyErr_SetString(PyExc_RuntimeError, "The Quilex module has been released");
+        return -1;
+    }
     if (const int status = QLXinit(nullptr); status != 0) {
         if (!PyErr_Occurred()) {
             PyErr_Format(PyExc_RuntimeError, "Error %d initializing the optimizer library", status);
@@ -45,7 +49,7 @@ int turnQLXon(int force) noexcept {
     qlx_py_env.initialised = 1;
     start_nonlinear_solver();
     QLXenablemessages(1);
-    if (qlx_py_env.attr_table != nullptr && PyDict_GET_SIZE(qlx_py_env.attr_table) == 0 &&
+    if (PyDict_GET_SIZE(qlx_py_env.attr_table) == 0 &&
         !PyErr_Occurred() && ctrl_attr_fill_typeobj(1) != 0) {
         return -1;
     }

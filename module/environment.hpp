@@ -35,6 +35,13 @@ extern PyMethodDef environment_methods[];
 // Frees the library; returns 0, or -1 with a Python exception set.
 int turnQLXoff(int force) noexcept;
 
+// Throws when the module has been released: objects may outlive it at the interpreter's end.
+inline void require_environment() {
+    if (qlx_py_env.attr_table == nullptr) {
+        raise_runtime_error("The Quilex module has been released");
+    }
+}
+
 // Throwing form of turnQLXon(0), for the first line of every function that calls the library.
 inline void require_library_on() {
     if (qlx_py_env.initialised == 0 && turnQLXon(0) != 0) throw PythonFailure();

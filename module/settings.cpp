@@ -71,11 +71,13 @@ Ref quilexmod_setdefaultcontrol(PyObject*, PyObject* arguments, PyObject* keywor
                                      const_cast<char**>(keyword_list), &name)) {
         throw PythonFailure();
     }
+    require_environment();
     require_status(PyDict_DelItem(qlx_py_env.default_controls, name));
     return none();
 }
 
 Ref quilexmod_setdefaults(PyObject*, PyObject*) {
+    require_environment();
     PyDict_Clear(qlx_py_env.default_controls);
     return none();
 }

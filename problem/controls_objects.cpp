@@ -21,9 +21,6 @@ struct Kind {
     static constexpr Counted counted = IsControl ? Counted::kControl : Counted::kAttribute;
     static constexpr const char* noun = IsControl ? "control" : "attribute";
     static PyTypeObject* type() noexcept { return IsControl ? &control_type : &attribute_type; }
-    static PyObject* table() noexcept {
-        return IsControl ? qlx_py_env.ctrl_table : qlx_py_env.attr_table;
-    }
 };
 
 // The problem of a problem's object; null for the module-wide one. Throws when it is gone.
@@ -63,6 +60,7 @@ Ref get_attribute(PyObject* object, PyObject* name) {
     const std::string_view key = text.get();
     if (key == "__dict__" && self->dict != nullptr) return share(self->dict);
     if (key == "__class__") return share(Py_TYPE(object));
+    require_environment();
     problem_of(self, noun);
     Ref value;
     if (!guarded([&] { value = find_value(self, name, IsControl, noun); }) || !value) {
@@ -73,6 +71,7 @@ Ref get_attribute(PyObject* object, PyObject* name) {
 }
 
 int control_set_attribute(PyObject* object, PyObject* name, PyObject* value) {
+    require_environment();
     ParameterObject* const self = parameters(object);
     Problem* const problem = problem_of(self, "control");
     ParameterTriple triple{};
@@ -96,6 +95,7 @@ int attribute_set_attribute(PyObject*, PyObject*, PyObject*) {
 
 template <bool IsControl>
 Ref represent(PyObject* object) {
+    require_environment();
     ParameterObject* const self = parameters(object);
     if (Problem* const problem = problem_of(self, Kind<IsControl>::noun)) {
         const Ref values = getAllCtrlAttr(problem, IsControl);
