@@ -3,6 +3,7 @@
 
 #include "module/boundary.hpp"
 #include "module/live_counts.hpp"
+#include "module/static_type.hpp"
 
 namespace quilex {
 
@@ -40,13 +41,12 @@ void branchobj_dealloc(PyObject* self) noexcept {
 }
 
 PyTypeObject make_type() noexcept {
-    PyTypeObject type = {PyVarObject_HEAD_INIT(nullptr, 0)};
-    type.tp_name = "quilex.branchobj";
-    type.tp_basicsize = sizeof(BranchObject);
+    PyTypeObject type = static_type(
+        "quilex.branchobj", sizeof(BranchObject),
+        "Branching objects, used in callback functions. See the reference manual for their "
+        "methods");
+    type.tp_flags |= Py_TPFLAGS_BASETYPE | Py_TPFLAGS_HAVE_GC;
     type.tp_dealloc = branchobj_dealloc;
-    type.tp_flags = Py_TPFLAGS_DEFAULT | Py_TPFLAGS_BASETYPE | Py_TPFLAGS_HAVE_GC;
-    type.tp_doc =
-        "Branching objects, used in callback functions. See the reference manual for their methods";
     type.tp_traverse = branchobj_traverse;
     type.tp_clear = branchobj_clear;
     type.tp_init = slot<branchobj_init>;

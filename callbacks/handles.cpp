@@ -2,6 +2,7 @@
 #include "callbacks/handles.hpp"
 
 #include "module/live_counts.hpp"
+#include "module/static_type.hpp"
 
 namespace quilex {
 
@@ -21,13 +22,9 @@ void handle_dealloc(PyObject* self) noexcept {
 }
 
 template <Counted What>
-constexpr PyTypeObject handle_type(const char* name, const char* doc) {
-    PyTypeObject type = {PyVarObject_HEAD_INIT(nullptr, 0)};
-    type.tp_name = name;
-    type.tp_basicsize = sizeof(Handle);
+PyTypeObject handle_type(const char* name, const char* doc) noexcept {
+    PyTypeObject type = static_type(name, sizeof(Handle), doc);
     type.tp_dealloc = handle_dealloc<What>;
-    type.tp_flags = Py_TPFLAGS_DEFAULT;
-    type.tp_doc = doc;
     type.tp_new = handle_new<What>;
     return type;
 }

@@ -1,6 +1,7 @@
 // getControl, setControl and getAttrib.
 #include "problem/controls.hpp"
 
+#include <algorithm>
 #include <array>
 
 #include "bridge/allocator.hpp"

@@ -4,6 +4,7 @@
 #include "module/environment.hpp"
 #include "module/library_error.hpp"
 #include "module/live_counts.hpp"
+#include "module/static_type.hpp"
 #include "module/text.hpp"
 #include "problem/controls.hpp"
 
@@ -131,15 +132,12 @@ int parameters_clear(PyObject* self) noexcept {
 
 template <bool IsControl>
 PyTypeObject make_type(const char* name, const char* doc, setattrofunc set_attribute) noexcept {
-    PyTypeObject type = {PyVarObject_HEAD_INIT(nullptr, 0)};
-    type.tp_name = name;
-    type.tp_basicsize = sizeof(ParameterObject);
+    PyTypeObject type = static_type(name, sizeof(ParameterObject), doc);
+    type.tp_flags |= Py_TPFLAGS_HAVE_GC;
     type.tp_dealloc = parameters_dealloc<IsControl>;
     type.tp_repr = slot<represent<IsControl>>;
     type.tp_getattro = slot<get_attribute<IsControl>>;
     type.tp_setattro = set_attribute;
-    type.tp_flags = Py_TPFLAGS_DEFAULT | Py_TPFLAGS_HAVE_GC;
-    type.tp_doc = doc;
     type.tp_traverse = parameters_traverse;
     type.tp_clear = parameters_clear;
     type.tp_new = parameters_new<IsControl>;
