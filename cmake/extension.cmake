@@ -1,6 +1,8 @@
 # The Python extension module, one object per source file of the extension's folders.
 file(GLOB QUILEX_EXTENSION_SOURCES CONFIGURE_DEPENDS
     module/*.cpp model/*.cpp problem/*.cpp bridge/*.cpp callbacks/*.cpp nonlinear/*.cpp)
-Python_add_library(quilexlib MODULE WITH_SOABI ${QUILEX_EXTENSION_SOURCES})
-target_precompile_headers(quilexlib PRIVATE module/python.hpp)
-target_link_libraries(quilexlib PRIVATE quilex_options qlx Python::NumPy)
+if(QUILEX_EXTENSION_SOURCES)
+    Python_add_library(quilexlib MODULE WITH_SOABI ${QUILEX_EXTENSION_SOURCES})
+    target_precompile_headers(quilexlib PRIVATE module/python.hpp)
+    target_link_libraries(quilexlib PRIVATE quilex_options qlx Python::NumPy)
+endif()

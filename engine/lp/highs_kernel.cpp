@@ -1,0 +1,1 @@
+// The HiGHS adapter.
