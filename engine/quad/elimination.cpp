@@ -20,8 +20,21 @@ std::size_t at(int i) noexcept { return static_cast<std::size_t>(i); }
 // Position -> column, by approximate minimum degree (Amestoy, Davis, Duff 1996).
 std::vector<int> minimum_degree(const SparseColumns& upper) {
     using Matrix = Eigen::SparseMatrix<double, Eigen::ColMajor, int>;
-    const Eigen::Map<const Matrix> view(upper.columns, upper.columns, upper.entries(),
-                                        upper.start.data(), upper.index.data(), upper.value.data());
+    // Eigen takes a column without a diagonal entry for a dense one, so every column gets one.
+    std::vector<int> start{0};
+    std::vector<int> row;
+    start.reserve(at(upper.columns) + 1);
+    row.reserve(upper.index.size() + at(upper.columns));
+    for (int j = 0; j < upper.columns; ++j) {
+        for (int k = upper.start[at(j)]; k < upper.start[at(j) + 1]; ++k) {
+            if (upper.index[at(k)] != j) row.push_back(upper.index[at(k)]);
+        }
+        row.push_back(j);
+        start.push_back(static_cast<int>(row.size()));
+    }
+    const std::vector<double> ones(row.size(), 1.0);
+    const Eigen::Map<const Matrix> view(upper.columns, upper.columns, start.back(), start.data(),
+                                        row.data(), ones.data());
     Eigen::PermutationMatrix<Eigen::Dynamic, Eigen::Dynamic, int> order;
     Eigen::AMDOrdering<int>()(view.selfadjointView<Eigen::Upper>(), order);
     return {order.indices().data(), order.indices().data() + order.indices().size()};
