@@ -1,6 +1,7 @@
 """Checks an installed wheel: what it needs, what it holds, and that a model can be solved.
 
-Run by script/check-wheel with the interpreter of a fresh environment. Arguments: the wheel, a program.
+Run by script/check-wheel with the interpreter of a fresh environment. Arguments: the wheel and a
+program to run.
 """
 
 import importlib.metadata

@@ -1,4 +1,4 @@
-"""The copied solver libraries: they keep to themselves, and the interior point of HiGHS runs from them."""
+"""The copied solver libraries: they keep to themselves, and HiPO runs from them."""
 
 import pathlib
 import re
