@@ -1,4 +1,5 @@
 // quilex.expression: the object, its parts and its copies. Operators are in expression_algebra.cpp.
+#include "model/constraint.hpp"
 #include "model/expression_object.hpp"
 #include "model/operators.hpp"
 
@@ -92,7 +93,7 @@ PyTypeObject expression_type = {
               "combined to create constraints and objective function of an\n"
               "optimization problem.",
     .tp_traverse = expression_traverse,
-    .tp_richcompare = compare_slot,
+    .tp_richcompare = slot<make_constraint>,
     .tp_methods = modelling_methods,
     .tp_getset = modelling_attributes,
     .tp_new = refuse_construction,

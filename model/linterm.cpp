@@ -1,6 +1,7 @@
 // quilex.linterm: a coefficient times a variable; the rules for variables and linear terms.
 #include "model/linterm.hpp"
 
+#include "model/constraint.hpp"
 #include "model/expression_object.hpp"
 #include "model/operators.hpp"
 #include "nonlinear/node.hpp"
@@ -56,7 +57,7 @@ PyTypeObject linterm_type = {
               "combined to create constraints and objective function of an\n"
               "optimization problem.",
     .tp_traverse = linterm_traverse,
-    .tp_richcompare = compare_slot,
+    .tp_richcompare = slot<make_constraint>,
     .tp_methods = modelling_methods,
     .tp_getset = modelling_attributes,
     .tp_new = refuse_construction,

@@ -1,7 +1,6 @@
 // The slots that all modelling types share.
 #include "model/operators.hpp"
 
-#include "model/constraint.hpp"
 #include "model/expression_object.hpp"
 #include "module/numpy.hpp"
 #include "nonlinear/node.hpp"
@@ -217,14 +216,6 @@ Ref power_in_place_any(PyObject* a, PyObject* b, PyObject* modulus) {
         }
         return power_of_kinds(a, ka, b, kb, modulus);
     });
-}
-
-PyObject* compare_slot(PyObject* a, PyObject* b, int op) noexcept {
-    // Arrays on the right compare element by element, from their side.
-    if (quick_kind(b) == kInvalid && (is_numpy_array(b) || is_foreign_array(b))) {
-        Py_RETURN_NOTIMPLEMENTED;
-    }
-    return slot<make_constraint>(a, b, op);
 }
 
 PyObject* array_priority(PyObject*, void*) noexcept { return PyFloat_FromDouble(kArrayPriority); }

@@ -12,9 +12,6 @@ namespace quilex {
 
 extern PyNumberMethods modelling_number_methods;
 
-// Rich comparison: a constraint, except that arrays on the right answer for themselves.
-PyObject* compare_slot(PyObject* a, PyObject* b, int op) noexcept;
-
 // __reduce__, which refuses.
 extern PyMethodDef modelling_methods[];
 

@@ -1,6 +1,7 @@
 // quilex.quadterm: a coefficient times the product of two variables, and its rules.
 #include "model/quadterm.hpp"
 
+#include "model/constraint.hpp"
 #include "model/expression_object.hpp"
 #include "model/operators.hpp"
 #include "nonlinear/node.hpp"
@@ -114,7 +115,7 @@ PyTypeObject quadterm_type = {
               "combined to create constraints and objective function of an\n"
               "optimization problem.",
     .tp_traverse = quadterm_traverse,
-    .tp_richcompare = compare_slot,
+    .tp_richcompare = slot<make_constraint>,
     .tp_methods = modelling_methods,
     .tp_getset = modelling_attributes,
     .tp_new = refuse_construction,

@@ -1,6 +1,7 @@
 // quilex.var: the decision variable.
 #include "model/var.hpp"
 
+#include "model/constraint.hpp"
 #include "model/expression_object.hpp"
 #include "model/operators.hpp"
 #include "module/environment.hpp"
@@ -284,7 +285,7 @@ PyTypeObject var_type = {
         "Bounds are checked when the variable is added to a problem.",
     .tp_traverse = var_traverse,
     .tp_clear = var_clear,
-    .tp_richcompare = compare_slot,
+    .tp_richcompare = slot<make_constraint>,
     .tp_methods = modelling_methods,
     .tp_members = var_members,
     .tp_getset = var_attributes,
