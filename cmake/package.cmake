@@ -15,6 +15,7 @@ set_target_properties(quilexlib PROPERTIES
 file(GLOB QUILEX_PYTHON_FILES CONFIGURE_DEPENDS
     ${PROJECT_SOURCE_DIR}/quilex/*.py ${PROJECT_SOURCE_DIR}/quilex/*.pyi
     ${PROJECT_SOURCE_DIR}/quilex/py.typed)
+file(MAKE_DIRECTORY ${QUILEX_PYTHON_DIR}/quilex)
 foreach(file IN LISTS QUILEX_PYTHON_FILES)
     cmake_path(GET file FILENAME name)
     file(CREATE_LINK ${file} ${QUILEX_PYTHON_DIR}/quilex/${name} SYMBOLIC)

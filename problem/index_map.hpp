@@ -22,14 +22,29 @@ class IndexMap {
     }
 
     // Enters or replaces an index. Throws std::bad_alloc.
-    void insert(uint64_t serial, int index);
+    void insert(uint64_t serial, int index) {
+        const uint64_t offset = serial - base_;
+        if (offset < near_.size()) {
+            if (near_[offset] == kMissing) ++size_;
+            near_[offset] = index;
+        } else {
+            insert_outside(serial, index);
+        }
+    }
     void clear() noexcept;
     size_t size() const noexcept { return size_; }
 
-    // Takes out the deleted indices (ascending) and closes the gaps that they leave.
+    // Takes out the deleted indices (ascending) and closes the gaps that they leave. Throws
+    // std::bad_alloc, and then nothing has changed.
     void erase_indices(std::span<const int> deleted);
+    // Takes out one entry; the other indices stay.
+    void erase_serial(uint64_t serial) noexcept;
 
   private:
+    void insert_outside(uint64_t serial, int index);
+    bool grow_to_hold(uint64_t serial);
+    void take_from_far(uint64_t first, uint64_t last) noexcept;
+
     uint64_t base_ = 0;       // serial number of near_[0]
     std::vector<int> near_;   // kMissing where no object
     std::unordered_map<uint64_t, int> far_;

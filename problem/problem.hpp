@@ -11,6 +11,10 @@ namespace quilex {
 
 inline constexpr int kCallbackEvents = 36;
 
+class RowBatch;
+class ColumnBatch;
+struct Results;
+
 struct Problem {
     PyObject_HEAD
     QLXprob prob;            // null until created
@@ -30,6 +34,11 @@ struct Problem {
     PyObject* nl_objexpr;                  // the objective, kept while it is nonlinear
     int32_t objective_transfer_column;     // -1 when none
     int32_t formula_column;                // column of coefficients without one; -1 when unread
+    PyObject* weak_references;
+    RowBatch* pending_rows;        // rows of an addConstraint call that the library lacks
+    ColumnBatch* pending_columns;  // columns of an addVariable call that the library lacks
+    Results* results;              // vectors of the last solve, fetched when asked for
+    unsigned long solving_thread;  // identifier of the thread in a solve call; 0 when none
 };
 
 extern PyTypeObject problem_type;
@@ -37,5 +46,14 @@ extern PyTypeObject problem_type;
 inline bool is_problem(PyObject* object) noexcept {
     return Py_TYPE(object) == &problem_type || PyType_IsSubtype(Py_TYPE(object), &problem_type);
 }
+
+// Whether the library's own solves apply (no nonlinear part was handed to the nonlinear solver).
+inline bool is_linear_or_quadratic(const Problem* problem) noexcept {
+    return problem->nl_cons < 1 && problem->nl_obj == 0;
+}
+
+// Joins the method tables of all themes into problem_type. To be called once, before the type is
+// readied.
+void collect_problem_methods() noexcept;
 
 }  // namespace quilex
