@@ -77,6 +77,7 @@ int constraint_init(PyObject* self, PyObject* args, PyObject* keywords) {
     constraint->index = qlx_py_env.con_counter++;
     const ConstraintArguments arguments = parse_constraint_arguments(args, keywords);
     set_field(constraint, constraint->name, arguments.name);
+    constraint->problem_slot = 0;
     set_field(constraint, constraint->body, arguments.body.get());
     constraint->lb = arguments.lb;
     constraint->ub = arguments.ub;
@@ -109,8 +110,8 @@ Ref get_name(PyObject* self, void*) {
 }
 
 Ref get_body(PyObject* self, void*) {
-    PyObject* const body = as_constraint(self)->body;
-    return body == nullptr ? none() : share(body);
+    Ref body = constraint_body(as_constraint(self));
+    return body ? std::move(body) : none();
 }
 
 int set_name(PyObject* self, PyObject* value, void*) {
@@ -121,6 +122,7 @@ int set_name(PyObject* self, PyObject* value, void*) {
 
 int set_body(PyObject* self, PyObject* value, void*) {
     if (value == nullptr) raise(PyExc_TypeError, "the body of a constraint cannot be deleted");
+    as_constraint(self)->problem_slot = 0;
     set_field(as_constraint(self), as_constraint(self)->body, value);
     return 0;
 }
@@ -205,7 +207,8 @@ Ref constraint_copy(PyObject* object) {
     Owned<Constraint> copy = constraint_base();
     copy->lb = source->lb;
     copy->ub = source->ub;
-    if (source->body != nullptr) constraint_set_body(copy.get(), general_copy(source->body, 1.0));
+    const Ref body = constraint_body(source);
+    if (body) constraint_set_body(copy.get(), general_copy(body.get(), 1.0));
     const Ref source_name = constraint_name(source);
     copy->name =
         require(PyUnicode_FromFormat("R%llu_copy_%S", static_cast<unsigned long long>(copy->index),

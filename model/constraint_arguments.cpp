@@ -64,8 +64,8 @@ ConstraintArguments parse_constraint_arguments(PyObject* args, PyObject* keyword
             raise_runtime_error(
                 "Attempt to generate an empty constraint failed. Consider using "
                 "quilex.constraint(body=..., sense=..., rhs=...) instead.");
-        const auto* const other = reinterpret_cast<const Constraint*>(source);
-        result.body = Ref::share(other->body);
+        auto* const other = reinterpret_cast<Constraint*>(source);
+        result.body = constraint_body(other);
         result.lb = other->lb;
         result.ub = other->ub;
     } else {
