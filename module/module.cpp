@@ -1,6 +1,7 @@
 // Start-up and release of the extension module.
 #include <array>
 
+#include "bridge/conversion_check.hpp"
 #include "callbacks/branchobj.hpp"
 #include "callbacks/handles.hpp"
 #include "model/constraint.hpp"
@@ -82,7 +83,8 @@ PyMethodDef* method_table() {
     static std::vector<PyMethodDef> table = [] {
         std::vector<PyMethodDef> rows;
         for (const PyMethodDef* part : {cumulative_methods, function_methods, setting_methods,
-                                        message_handler_methods, environment_methods}) {
+                                        message_handler_methods, environment_methods,
+                                        conversion_check_methods}) {
             for (; part->ml_name != nullptr; ++part) rows.push_back(*part);
         }
         rows.push_back(exit_method);
@@ -133,6 +135,7 @@ PyModuleDef module_definition = {
 };
 
 void ready_types() {
+    collect_problem_methods();
     for (const TypeRow& row : kTypes) {
         if (row.type->tp_new == nullptr) row.type->tp_new = PyType_GenericNew;
         require_status(PyType_Ready(row.type));

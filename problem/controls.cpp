@@ -10,6 +10,7 @@
 #include "module/environment.hpp"
 #include "module/library_error.hpp"
 #include "module/text.hpp"
+#include "problem/access.hpp"
 
 #include "module/numpy.hpp"
 
@@ -122,8 +123,7 @@ void set_by_name(Problem* problem, PyObject* name, PyObject* value) {
 }
 
 Ref problem_setControl(PyObject* self, PyObject* arguments) {
-    auto* const problem = reinterpret_cast<Problem*>(self);
-    require_library_on();
+    Problem* const problem = reading(self);
     const Py_ssize_t count = PyTuple_GET_SIZE(arguments);
     if (count == 0) {
         raise_runtime_error(
@@ -208,7 +208,7 @@ Ref getAllCtrlAttr(Problem* problem, bool control) {
 }
 
 Ref problem_getInfo(Problem* problem, PyObject* arguments, bool control) {
-    require_library_on();
+    reading(as_object(problem));
     if (PyTuple_GET_SIZE(arguments) == 0) return getAllCtrlAttr(problem, control);
     Ref result;
     if (!guarded([&] { result = values_of_arguments(problem, arguments, control); })) {

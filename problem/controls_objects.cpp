@@ -6,6 +6,7 @@
 #include "module/live_counts.hpp"
 #include "module/static_type.hpp"
 #include "module/text.hpp"
+#include "problem/access.hpp"
 #include "problem/controls.hpp"
 
 namespace quilex {
@@ -24,12 +25,14 @@ struct Kind {
     static PyTypeObject* type() noexcept { return IsControl ? &control_type : &attribute_type; }
 };
 
-// The problem of a problem's object; null for the module-wide one. Throws when it is gone.
+// The problem of a problem's object, ready for use; null for the module-wide one. Throws when it is
+// gone.
 Problem* problem_of(ParameterObject* self, const char* noun) {
-    if (self->problem == nullptr && self->of_problem) {
+    if (self->problem != nullptr) return reading(self->problem);
+    if (self->of_problem) {
         raise_runtime_error("The problem of this %s object no longer exists", noun);
     }
-    return reinterpret_cast<Problem*>(self->problem);
+    return nullptr;
 }
 
 // The entry of a dict (null allowed), or an empty reference without an exception.
@@ -40,8 +43,8 @@ Ref find(PyObject* dict, PyObject* name) {
 }
 
 // The value of a name, or an empty reference where there is no such name.
-Ref find_value(ParameterObject* self, PyObject* name, bool is_control, const char* noun) {
-    if (Problem* const problem = problem_of(self, noun)) {
+Ref find_value(ParameterObject* self, Problem* problem, PyObject* name, bool is_control) {
+    if (problem != nullptr) {
         ParameterTriple triple{};
         if (!read_triple(find(self->dict, name).get(), &triple)) return Ref();
         return problem_getInfo_single(problem, triple.id, triple.type, is_control, triple.solver);
@@ -62,9 +65,9 @@ Ref get_attribute(PyObject* object, PyObject* name) {
     if (key == "__dict__" && self->dict != nullptr) return share(self->dict);
     if (key == "__class__") return share(Py_TYPE(object));
     require_environment();
-    problem_of(self, noun);
+    Problem* const problem = problem_of(self, noun);
     Ref value;
-    if (!guarded([&] { value = find_value(self, name, IsControl, noun); }) || !value) {
+    if (!guarded([&] { value = find_value(self, problem, name, IsControl); }) || !value) {
         PyErr_Clear();
         raise_runtime_error("Incorrect %s name", noun);
     }
