@@ -5,10 +5,10 @@
 
 #include "model/constraint.hpp"
 #include "model/lazy_tracking.hpp"
-#include "model/type_object.hpp"
 #include "module/boundary.hpp"
 #include "module/live_counts.hpp"
 #include "module/numpy.hpp"
+#include "module/static_type.hpp"
 #include "nonlinear/node_internal.hpp"
 
 namespace quilex {
@@ -51,6 +51,11 @@ int nonlin_traverse(PyObject* self, visitproc visit, void* arg) {
 int nonlin_clear(PyObject* self) {
     Py_CLEAR(as_node(self)->args);
     return 0;
+}
+
+// Nodes arise from arithmetic and functions only.
+PyObject* nonlin_new(PyTypeObject* type, PyObject*, PyObject*) {
+    return PyErr_Format(PyExc_TypeError, "cannot create '%s' instances", type->tp_name);
 }
 
 PyObject* array_priority(PyObject*, void*) {
@@ -104,11 +109,12 @@ PyNumberMethods nonlin_number = [] {
 }  // namespace
 
 PyTypeObject nonlinear_type = [] {
-    PyTypeObject type = blank_type("quilex.nonlinear", sizeof(NonlinearNode));
-    type.tp_flags |= Py_TPFLAGS_HAVE_GC;
-    type.tp_doc =
+    PyTypeObject type = static_type(
+        "quilex.nonlinear", sizeof(NonlinearNode),
         "Class for nonlinear expressions. These can be used and\ncombined to create constraints "
-        "and objective function of an\noptimization problem.";
+        "and objective function of an\noptimization problem.");
+    type.tp_flags |= Py_TPFLAGS_HAVE_GC;
+    type.tp_new = nonlin_new;
     type.tp_dealloc = nonlin_dealloc;
     type.tp_traverse = nonlin_traverse;
     type.tp_clear = nonlin_clear;

@@ -70,7 +70,8 @@ Ref multiply_product_by(PyObject* a, PyObject* b, OperandKind kind_b) {
 // Multiplies the second operand of a quotient or power (the denominator, the exponent) by b, in
 // place. False when that would put the node, or the operand, into itself.
 bool multiply_second_operand(PyObject* node, PyObject* b) {
-    PyObject* const second = PyTuple_GET_ITEM(as_node(node)->args, 1);
+    const Ref owned_second = share(PyTuple_GET_ITEM(as_node(node)->args, 1));
+    PyObject* const second = owned_second.get();
     if (is_product(second) && PyList_GET_SIZE(as_node(second)->args) > 0) {
         if (contains_node(b, second) || would_close_cycle(node, b)) return false;
         insert_operand(second, PyList_GET_SIZE(as_node(second)->args) - 1, b);
