@@ -1,10 +1,5 @@
 # The Python package in the build tree, and what goes into the wheel.
-set_target_properties(qlx PROPERTIES
-    OUTPUT_NAME qlx
-    VERSION 33.01
-    SOVERSION 33.01
-    LIBRARY_OUTPUT_DIRECTORY ${QUILEX_LIBRARY_DIR}
-    INSTALL_RPATH "$ORIGIN")
+set_target_properties(qlx PROPERTIES LIBRARY_OUTPUT_DIRECTORY ${QUILEX_LIBRARY_DIR})
 target_link_options(qlx PRIVATE LINKER:--disable-new-dtags)  # see copy_library.py
 
 set_target_properties(quilexlib PROPERTIES

@@ -1,8 +1,9 @@
-"""Stigler's diet of 1939: the cheapest food that keeps a person well, in fractions and in whole servings.
+"""Stigler's diet of 1939: the cheapest food that keeps a person well.
 
-George Stigler asked in 1945 for the cheapest combination of 77 foods that meets nine daily needs, and
-found 39.93 dollars a year by hand; the linear program's optimum is 39.66. Its solution weighs food to
-the gram. A cook serves whole portions, so the second model buys whole servings of at most four ounces.
+George Stigler asked in 1945 for the cheapest combination of 77 foods that meets nine daily needs,
+and found 39.93 dollars a year by hand; the linear program's optimum is 39.66. Its solution weighs
+food to the gram. A cook serves whole portions, so the second model serves whole ones of at most
+four ounces.
 """
 
 import csv
@@ -45,9 +46,7 @@ def add_needs(problem, foods, needs, dollars):
     for need in needs:
         nutrient, minimum = need["nutrient"], float(need["minimum_per_day"])
         intake = quilex.Sum(float(food[nutrient]) * d for food, d in zip(foods, dollars))
-        problem.addConstraint(
-            quilex.constraint(intake >= minimum, name=nutrient)
-        )
+        problem.addConstraint(quilex.constraint(intake >= minimum, name=nutrient))
 
 
 def in_dollars(foods, needs):

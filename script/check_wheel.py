@@ -1,6 +1,7 @@
 """Checks an installed wheel: what it needs, what it holds, and that a model can be solved.
 
-Run by script/check-wheel with the interpreter of a fresh environment. Arguments: the wheel, a program.
+Run by script/check-wheel with the interpreter of a fresh environment. Arguments: the wheel and a
+program to run.
 """
 
 import importlib.metadata
@@ -38,6 +39,8 @@ def dependencies(library: pathlib.Path) -> dict[str, str]:
     ).stdout.splitlines()
     found = {}
     for line in output:
+        if line.strip() == "statically linked":  # needs no other library at all
+            continue
         name, _, target = line.strip().partition(" => ")
         name = pathlib.Path(name.split(" (")[0]).name
         found[name] = "" if "not found" in target else target.split(" (")[0]
@@ -49,7 +52,9 @@ def check_libraries(names: list[str]) -> None:
     libraries = [SITE / name for name in names if ".so" in pathlib.PurePath(name).suffixes]
     shipped = {library.name for library in libraries}
     check("libqlx.so.33.01" in shipped, "libqlx.so.33.01 is missing")
-    check(not any("metis" in name for name in shipped), "an ordering library that may not be shipped")
+    check(
+        not any("metis" in name for name in shipped), "an ordering library that may not be shipped"
+    )
     for library in libraries:
         for name, path in dependencies(library).items():
             # The unchanged run-time libraries have no search path of their own: what they need is
@@ -69,7 +74,9 @@ def check_contents(names: list[str]) -> None:
         short = pathlib.PurePath(name).name
         named = short in (SITE / notice).read_text() or short.startswith("HiGHS-")
         check(named, f"NOTICE does not say what {short} is for")
-    stray = [name for name in names if pathlib.PurePath(name).suffix in (".h", ".hpp", ".cpp", ".a")]
+    stray = [
+        name for name in names if pathlib.PurePath(name).suffix in (".h", ".hpp", ".cpp", ".a")
+    ]
     check(not stray, f"files that only the build needs: {stray}")
     print(f"{len(names)} files, {len(licences)} licence texts")
 
@@ -77,7 +84,9 @@ def check_contents(names: list[str]) -> None:
 def main() -> None:
     wheel, program = sys.argv[1:]
     packages = {item.metadata["Name"].lower() for item in importlib.metadata.distributions()}
-    check(packages <= {"quilex", "numpy", "pip", "setuptools"}, f"needs more than numpy: {packages}")
+    check(
+        packages <= {"quilex", "numpy", "pip", "setuptools"}, f"needs more than numpy: {packages}"
+    )
     names = zipfile.ZipFile(wheel).namelist()
     check_contents(names)
     check_libraries(names)

@@ -8,6 +8,7 @@ import gc
 import pathlib
 
 import pytest
+
 import quilexlib
 
 COUNTS_AT_START = quilexlib._live_counts()
@@ -15,6 +16,9 @@ LAST = pathlib.Path(__file__).parent / "test_live_counts.py"
 
 
 def pytest_collection_modifyitems(items):
+    for item in items:
+        if item.path.name.startswith("test_numpy"):
+            item.add_marker(pytest.mark.numpy_versions)
     items.sort(key=lambda item: item.path == LAST)
 
 

@@ -57,7 +57,22 @@ void judge(const QuadraticModel& model, const ConvexControl& control, ConvexResu
     }
 }
 
-ConvexResult solve_linearly_constrained(const QuadraticModel& model, const ConvexControl& control) {
+}  // namespace
+
+QuadraticModel linear_part(const ConvexProgram& program) {
+    QuadraticModel model;
+    model.column_lower = program.column_lower;
+    model.column_upper = program.column_upper;
+    model.cost = program.cost;
+    model.constant = program.constant;
+    model.hessian = compress_symmetric(program.column_count(), program.hessian);
+    model.row_lower = program.row_lower;
+    model.row_upper = program.row_upper;
+    model.rows = compress(program.row_count(), program.column_count(), program.rows);
+    return model;
+}
+
+ConvexResult solve_quadratic(const QuadraticModel& model, const ConvexControl& control) {
     ConvexResult result;
     Reduction reduction;
     if (!reduction.reduce(model)) {
@@ -76,21 +91,6 @@ ConvexResult solve_linearly_constrained(const QuadraticModel& model, const Conve
     return result;
 }
 
-}  // namespace
-
-QuadraticModel linear_part(const ConvexProgram& program) {
-    QuadraticModel model;
-    model.column_lower = program.column_lower;
-    model.column_upper = program.column_upper;
-    model.cost = program.cost;
-    model.constant = program.constant;
-    model.hessian = compress_symmetric(program.column_count(), program.hessian);
-    model.row_lower = program.row_lower;
-    model.row_upper = program.row_upper;
-    model.rows = compress(program.row_count(), program.column_count(), program.rows);
-    return model;
-}
-
 ConvexResult solve_convex(const ConvexProgram& program, const ConvexControl& control) {
     if (control.stop.stop()) {
         ConvexResult result;
@@ -98,7 +98,7 @@ ConvexResult solve_convex(const ConvexProgram& program, const ConvexControl& con
         return result;
     }
     if (!program.quadratic_rows.empty()) return solve_with_quadratic_rows(program, control);
-    return solve_linearly_constrained(linear_part(program), control);
+    return solve_quadratic(linear_part(program), control);
 }
 
 }  // namespace qlx::quad

@@ -153,6 +153,9 @@ struct ConvexResult {
 // The program without its quadratic rows, in compressed form.
 QuadraticModel linear_part(const ConvexProgram& program);
 
+// Solves a program without quadratic rows.
+ConvexResult solve_quadratic(const QuadraticModel& model, const ConvexControl& control);
+
 // Solves the program; never throws but for lack of memory. Arrays must have matching sizes, indices
 // in range and no NaN: the caller has checked them.
 ConvexResult solve_convex(const ConvexProgram& program, const ConvexControl& control);

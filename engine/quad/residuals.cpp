@@ -45,7 +45,7 @@ void add_condition(double dual, double scale, double value, double lower, double
 }
 
 Evaluation evaluate(const QuadraticModel& model, std::span<const double> x,
-                    std::span<const double> y) {
+                    std::span<const double> y, std::span<const double> normals) {
     const std::size_t columns = x.size();
     const std::size_t rows = y.size();
     Evaluation out;
@@ -61,6 +61,10 @@ Evaluation evaluate(const QuadraticModel& model, std::span<const double> x,
     for (std::size_t j = 0; j < columns; ++j) {
         double sum = model.cost[j] + gradient[j];
         double scale = std::abs(model.cost[j]) + std::abs(gradient[j]);
+        if (!normals.empty()) {
+            sum -= normals[j];
+            scale += std::abs(normals[j]);
+        }
         for (int k = model.rows.start[j]; k < model.rows.start[j + 1]; ++k) {
             const auto entry = static_cast<std::size_t>(k);
             const double term =

@@ -18,8 +18,10 @@ struct Evaluation {
     double worst() const noexcept;
 };
 
+// `normals`, if given, is what other rows than the model's contribute to the gradient's balance: the
+// sum of their gradients times their duals, one value a column.
 Evaluation evaluate(const QuadraticModel& model, std::span<const double> x,
-                    std::span<const double> y);
+                    std::span<const double> y, std::span<const double> normals = {});
 
 // Adds one dual and its two sides to the residuals: `scale` is the size of the terms that the dual
 // was summed from, `value` the activity that the sides bound.

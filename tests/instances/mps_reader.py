@@ -45,7 +45,7 @@ class Row:
 
 @dataclass
 class Instance:
-    """A model as its file states it; `quadratic` holds (i, j, q), each product once: q * x_i * x_j."""
+    """A model as its file states it; `quadratic` holds (i, j, q) for the sum of q * x_i * x_j."""
 
     name: str = ""
     maximize: bool = False

@@ -69,7 +69,7 @@ def highs_model(instance):
 
 
 def solve_highs(instance, method="", time_limit=60.0):
-    """(seconds of Highs.run alone, status, objective, point) under the settings of the comparison."""
+    """(seconds of Highs.run alone, status, objective, point), settings as for ours."""
     import highspy
 
     highs = highspy.Highs()

@@ -2,8 +2,9 @@
 
     python solve_one.py SOLVER KIND NAME [METHOD] [TIME LIMIT]
 
-SOLVER is quilex, highs or piqp; METHOD is a comma-separated list of control=value. The shortest of
-up to five solves of fresh problems counts; the whole takes at most about a second beyond the first.
+SOLVER is quilex, highs or piqp; METHOD is the flags of `solve` for quilex, a comma-separated list
+of option=value for highs. The shortest of up to five solves of fresh problems counts; the whole
+takes at most about a second beyond the first.
 """
 
 import json
@@ -23,11 +24,8 @@ def solve_quilex(instance, method="", time_limit=60.0):
     problem.controls.threads = 1
     problem.controls.timelimit = time_limit
     problem.controls.outputlog = 0
-    for setting in filter(None, method.split(",")):
-        name, value = setting.split("=")
-        setattr(problem.controls, name, int(value))
     began = time.perf_counter()
-    problem.solve()
+    problem.solve(method)
     seconds = time.perf_counter() - began
     status = problem.getProbStatusString()
     solved = status in ("lp_optimal", "mip_optimal")

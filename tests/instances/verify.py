@@ -2,8 +2,9 @@
 
     python verify.py [--kinds lp,mip,qp] [--only NAMES] [--methods all|default] [--time-limit 60]
 
-Each solve runs in a process of its own, ours and the yardstick's in turn: HiGHS alone (highspy, same
-gap, one thread) for LPs and MIPs, PIQP alone for QPs. The last lines compare the geometric means.
+Each solve runs in a process of its own, ours and the yardstick's in turn: HiGHS alone (highspy,
+same gap, one thread) for LPs and MIPs, PIQP alone for QPs. The last lines compare the geometric
+means.
 """
 
 import argparse
@@ -16,13 +17,13 @@ from dataclasses import dataclass, field
 from catalogue import HERE, KINDS, REFUSED, published, relative_difference
 
 TOLERANCE = 1e-6
-# method -> (our controls, HiGHS' options)
+# method -> (flags of our solve, options of HiGHS)
 METHODS = {
     "default": ("", ""),
-    "dual": ("lpmethod=1", "solver=simplex,simplex_strategy=1"),
-    "primal": ("lpmethod=2", "solver=simplex,simplex_strategy=4"),
-    "interior": ("lpmethod=3", "solver=ipm"),
-    "first-order": ("lpmethod=4", "solver=pdlp"),
+    "dual": ("d", "solver=simplex,simplex_strategy=1"),
+    "primal": ("p", "solver=simplex,simplex_strategy=4"),
+    "interior": ("b", "solver=ipm"),
+    "first-order": ("n", "solver=pdlp"),
 }
 YARDSTICK = {"lp": "highs", "mip": "highs", "qp": "piqp"}
 # Allowed: factor times the yardstick's own seconds plus a constant, as a geometric mean.
@@ -84,12 +85,12 @@ class Line:
         return "| " + " | ".join(cells) + " |"
 
 
-def run(solver, instance, controls, time_limit):
+def run(solver, instance, method, time_limit):
     """One child process; its report, or {"error": the last line of its complaint}."""
     command = [sys.executable, str(HERE / "solve_one.py"), solver, instance.kind, instance.name]
     try:
         child = subprocess.run(
-            [*command, controls, str(time_limit)],
+            [*command, method, str(time_limit)],
             capture_output=True,
             check=False,
             text=True,
@@ -112,8 +113,8 @@ def lines(options):
         for instance in published(kind):
             if options.only and instance.name not in options.only.split(","):
                 continue
-            for method, (controls, highs_options) in methods.items():
-                ours = run("quilex", instance, controls, options.time_limit)
+            for method, (flags, highs_options) in methods.items():
+                ours = run("quilex", instance, flags, options.time_limit)
                 theirs = run(YARDSTICK[kind], instance, highs_options, options.time_limit)
                 yield Line(kind, instance.name, method, instance.optimum, ours, theirs)
 

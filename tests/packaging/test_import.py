@@ -6,13 +6,16 @@ import subprocess
 import sys
 
 import pytest
+
 import quilex
 import quilexlib
 
 
 def run(code):
     """Run code in a fresh interpreter; its last line is JSON."""
-    output = subprocess.run([sys.executable, "-c", code], capture_output=True, text=True, check=True)
+    output = subprocess.run(
+        [sys.executable, "-c", code], capture_output=True, text=True, check=True
+    )
     return json.loads(output.stdout.splitlines()[-1])
 
 

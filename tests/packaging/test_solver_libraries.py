@@ -1,4 +1,4 @@
-"""The copied solver libraries: they keep to themselves, and the interior point of HiGHS runs from them."""
+"""The copied solver libraries: they keep to themselves, and HiPO runs from them."""
 
 import pathlib
 import re
@@ -6,6 +6,7 @@ import subprocess
 import sys
 
 import pytest
+
 import quilex
 
 LIBRARIES = pathlib.Path(quilex.__file__).parent / "lib"
