@@ -44,6 +44,9 @@ inline bool is_nonlinear(PyObject* object) noexcept {
     return Py_TYPE(object) == &nonlinear_type;
 }
 
+// Gives the memory of unused nodes back.
+void clear_node_pool() noexcept;
+
 Ref nonlin_instantiate_unary(int op, PyObject* operand);
 Ref nonlin_instantiate_binary(int op, PyObject* a, PyObject* b);
 // The general builder: `nary` false for one operand, true for a tuple or list of operands.
