@@ -122,14 +122,6 @@ Ref constraint_of(PyObject* a, OperandKind kind_a, PyObject* b, OperandKind kind
     return constraint;
 }
 
-// A foreign array type (a pandas Series, an xarray DataArray) compares element by element itself.
-bool leaves_comparison_to(PyObject* other) noexcept {
-    if (PyArray_IsScalar(other, Generic)) return false;
-    PyObject* const type = reinterpret_cast<PyObject*>(Py_TYPE(other));
-    return PyObject_HasAttrString(type, "__array_ufunc__") ||
-           PyObject_HasAttrString(type, "__array_priority__");
-}
-
 }  // namespace
 
 Ref make_one_constraint(PyObject* a, PyObject* b, int op) {
@@ -145,7 +137,7 @@ Ref make_constraint(PyObject* a, PyObject* b, int op) {
     if (kind_a != kInvalid) {
         // An array's own comparison would turn the sides round; a subclass keeps its type that way.
         if (PyArray_CheckExact(b)) return compare_with_array(a, b, op);
-        if (is_numpy_array(b) || leaves_comparison_to(b)) return Ref::share(Py_NotImplemented);
+        if (is_numpy_array(b) || is_foreign_array(b)) return Ref::share(Py_NotImplemented);
     }
     raise_runtime_error("Invalid object in operation");
 }

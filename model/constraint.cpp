@@ -7,6 +7,7 @@
 #include "model/var.hpp"
 #include "module/boundary.hpp"
 #include "module/environment.hpp"
+#include "module/free_list.hpp"
 #include "module/live_counts.hpp"
 #include "module/numpy_model_ufuncs.hpp"
 #include "module/static_type.hpp"
@@ -15,7 +16,7 @@ namespace quilex {
 
 namespace {
 
-ObjectPool<Constraint, 1024> pool;
+InstancePool<Constraint, 1024> pool;
 
 Constraint* as_constraint(PyObject* object) noexcept {
     return reinterpret_cast<Constraint*>(object);
@@ -39,7 +40,7 @@ void constraint_dealloc(PyObject* self) {
     Py_CLEAR(as_constraint(self)->body);
     count_destroyed(Counted::kConstraint);
     if (type == &constraint_type) {
-        pool.free(as_constraint(self));
+        pool.give(as_constraint(self));
     } else {
         type->tp_free(self);
     }
@@ -181,9 +182,12 @@ PyTypeObject constraint_type = [] {
     return type;
 }();
 
+void clear_constraint_pool() noexcept {
+    pool.clear();
+}
+
 Owned<Constraint> constraint_base() {
-    Constraint* const constraint = pool.allocate(&constraint_type);
-    if (constraint == nullptr) throw PythonFailure();
+    Constraint* const constraint = pool.take(&constraint_type);
     set_new_fields(constraint);
     return Owned<Constraint>::steal(constraint);
 }

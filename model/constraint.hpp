@@ -7,9 +7,9 @@ namespace quilex {
 
 struct Constraint {
     PyObject_HEAD
-    uint64_t index;   // serial number
-    PyObject* name;   // null while it is the default name and nobody asked for it
-    PyObject* body;   // null when missing, or released to a problem: read it by constraint_body
+    uint64_t index;  // serial number
+    PyObject* name;  // null while it is the default name and nobody asked for it
+    PyObject* body;  // null when missing, or released to a problem: read it by constraint_body
     double lb;
     double ub;
     uint64_t problem_slot;  // 0, or the address of the problem that the body was released to
@@ -22,12 +22,12 @@ inline bool is_constraint(PyObject* object) noexcept {
            PyType_IsSubtype(Py_TYPE(object), &constraint_type);
 }
 
-// The body; empty when it is missing. Rebuilds a body that was released to a problem (defined by the
-// problem layer). Whoever sets `body` sets `problem_slot` to 0.
+// The body; empty when it is missing. Rebuilds a body that was released to a problem (defined by
+// the problem layer). Whoever sets `body` sets `problem_slot` to 0.
 Ref constraint_body(Constraint* constraint);
 
-// The body; empty when it is missing. Rebuilds a body that was released to a problem (defined by the
-// problem layer). Whoever sets `body` sets `problem_slot` to 0.
+// The body; empty when it is missing. Rebuilds a body that was released to a problem (defined by
+// the problem layer). Whoever sets `body` sets `problem_slot` to 0.
 Ref constraint_body(Constraint* constraint);
 
 // A new constraint without a body, one serial number.
@@ -48,6 +48,9 @@ Ref make_constraint(PyObject* a, PyObject* b, int op);
 // one's value is dropped: an array comparison meets such a pair beside others that hold modelling
 // objects, and gives the empty body the right constant as its bound.
 Ref make_one_constraint(PyObject* a, PyObject* b, int op);
+
+// Gives the memory of unused constraints back.
+void clear_constraint_pool() noexcept;
 
 Ref constraint_copy(PyObject* constraint);
 

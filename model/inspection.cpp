@@ -1,6 +1,7 @@
 // Test aids: the exact contents of modelling objects, and the end of their free lists.
 #include "model/inspection.hpp"
 
+#include "model/constraint.hpp"
 #include "model/expression_object.hpp"
 #include "nonlinear/node.hpp"
 
@@ -54,6 +55,8 @@ void clear_modelling_pools() noexcept {
     linear_term_pool.clear();
     quadratic_term_pool.clear();
     expression_pool.clear();
+    clear_node_pool();
+    clear_constraint_pool();
     LinearLog::Buffer::clear_unused();
     QuadraticLog::Buffer::clear_unused();
 }

@@ -1,5 +1,5 @@
-// Splitting of a body into the ordinary part of a row (linear and quadratic entries, a constant) and
-// its nonlinear coefficients.
+// Splitting of a body into the ordinary part of a row (linear and quadratic entries, a constant)
+// and its nonlinear coefficients.
 #pragma once
 
 #include "problem/row_entries.hpp"

@@ -5,9 +5,10 @@
 
 #include "model/constraint.hpp"
 #include "model/lazy_tracking.hpp"
+#include "model/operators.hpp"
 #include "module/boundary.hpp"
+#include "module/free_list.hpp"
 #include "module/live_counts.hpp"
-#include "module/numpy.hpp"
 #include "module/static_type.hpp"
 #include "nonlinear/node_internal.hpp"
 
@@ -31,7 +32,7 @@ static_assert(kUser + 1 == kNodeOperatorCount);
 
 namespace {
 
-ObjectPool<NonlinearNode, 1024> pool;
+InstancePool<NonlinearNode, 1024> pool;
 
 void nonlin_dealloc(PyObject* self) {
     PyObject_GC_UnTrack(self);
@@ -39,7 +40,7 @@ void nonlin_dealloc(PyObject* self) {
     Py_TRASHCAN_BEGIN(self, nonlin_dealloc);
     Py_CLEAR(as_node(self)->args);
     count_destroyed(Counted::kNonlinear);
-    pool.free(as_node(self));
+    pool.give(as_node(self));
     Py_TRASHCAN_END;
 }
 
@@ -53,59 +54,6 @@ int nonlin_clear(PyObject* self) {
     return 0;
 }
 
-// Nodes arise from arithmetic and functions only.
-PyObject* nonlin_new(PyTypeObject* type, PyObject*, PyObject*) {
-    return PyErr_Format(PyExc_TypeError, "cannot create '%s' instances", type->tp_name);
-}
-
-PyObject* array_priority(PyObject*, void*) {
-    // Between numpy's scalars, which then leave the operation to this type, and its arrays, which
-    // then work element by element (numpy.memmap has -100).
-    return PyFloat_FromDouble(-999999.0);
-}
-
-PyGetSetDef nonlin_attributes[] = {
-    {"__array_priority__", array_priority, nullptr, nullptr, nullptr},
-    {nullptr, nullptr, nullptr, nullptr, nullptr},
-};
-
-// A foreign array type (a pandas Series, an xarray DataArray) on the right applies the operator
-// element by element itself, when it is left the operation.
-bool leaves_operation_to(PyObject* right) noexcept {
-    if (classify(right) != kInvalid || is_numpy_array(right)) return false;
-    if (PyArray_IsScalar(right, Generic)) return false;
-    PyObject* const type = reinterpret_cast<PyObject*>(Py_TYPE(right));
-    return PyObject_HasAttrString(type, "__array_ufunc__") ||
-           PyObject_HasAttrString(type, "__array_priority__");
-}
-
-template <Ref (*Operation)(PyObject*, PyObject*)>
-Ref binary(PyObject* a, PyObject* b) {
-    if (leaves_operation_to(b)) return Ref::share(Py_NotImplemented);
-    return Operation(a, b);
-}
-
-Ref nonlin_abs(PyObject* a) {
-    return nonlin_instantiate_unary(kAbs, a);
-}
-
-PyNumberMethods nonlin_number = [] {
-    PyNumberMethods number{};
-    number.nb_add = slot<binary<nonlin_add>>;
-    number.nb_subtract = slot<binary<nonlin_sub>>;
-    number.nb_multiply = slot<binary<nonlin_mul>>;
-    number.nb_power = slot<nonlin_pow>;
-    number.nb_negative = slot<nonlin_neg>;
-    number.nb_absolute = slot<nonlin_abs>;
-    number.nb_inplace_add = slot<binary<nonlin_iadd>>;
-    number.nb_inplace_subtract = slot<binary<nonlin_isub>>;
-    number.nb_inplace_multiply = slot<binary<nonlin_imul>>;
-    number.nb_inplace_power = slot<nonlin_ipow>;
-    number.nb_true_divide = slot<binary<nonlin_div>>;
-    number.nb_inplace_true_divide = slot<binary<nonlin_idiv>>;
-    return number;
-}();
-
 }  // namespace
 
 PyTypeObject nonlinear_type = [] {
@@ -114,21 +62,25 @@ PyTypeObject nonlinear_type = [] {
         "Class for nonlinear expressions. These can be used and\ncombined to create constraints "
         "and objective function of an\noptimization problem.");
     type.tp_flags |= Py_TPFLAGS_HAVE_GC;
-    type.tp_new = nonlin_new;
+    type.tp_new = refuse_construction;
     type.tp_dealloc = nonlin_dealloc;
     type.tp_traverse = nonlin_traverse;
     type.tp_clear = nonlin_clear;
-    type.tp_as_number = &nonlin_number;
+    type.tp_as_number = &modelling_number_methods;
     type.tp_richcompare = slot<make_constraint>;
-    type.tp_getset = nonlin_attributes;
+    type.tp_methods = modelling_methods;
+    type.tp_getset = modelling_attributes;
     type.tp_str = slot<nonlin_str>;
     type.tp_repr = slot<nonlin_str>;
     return type;
 }();
 
+void clear_node_pool() noexcept {
+    pool.clear();
+}
+
 Owned<NonlinearNode> nonlin_base() {
-    NonlinearNode* node = pool.allocate(&nonlinear_type);
-    if (node == nullptr) throw PythonFailure();
+    NonlinearNode* const node = pool.take(&nonlinear_type);
     node->args = nullptr;
     node->op = -1;
     count_created(Counted::kNonlinear);
