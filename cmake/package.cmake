@@ -1,10 +1,5 @@
 # The Python package in the build tree, and what goes into the wheel.
-set_target_properties(qlx PROPERTIES
-    OUTPUT_NAME qlx
-    VERSION 33.01
-    SOVERSION 33.01
-    LIBRARY_OUTPUT_DIRECTORY ${QUILEX_LIBRARY_DIR}
-    INSTALL_RPATH "$ORIGIN")
+set_target_properties(qlx PROPERTIES LIBRARY_OUTPUT_DIRECTORY ${QUILEX_LIBRARY_DIR})
 target_link_options(qlx PRIVATE LINKER:--disable-new-dtags)  # see copy_library.py
 
 set_target_properties(quilexlib PROPERTIES
@@ -15,6 +10,7 @@ set_target_properties(quilexlib PROPERTIES
 file(GLOB QUILEX_PYTHON_FILES CONFIGURE_DEPENDS
     ${PROJECT_SOURCE_DIR}/quilex/*.py ${PROJECT_SOURCE_DIR}/quilex/*.pyi
     ${PROJECT_SOURCE_DIR}/quilex/py.typed)
+file(MAKE_DIRECTORY ${QUILEX_PYTHON_DIR}/quilex)
 foreach(file IN LISTS QUILEX_PYTHON_FILES)
     cmake_path(GET file FILENAME name)
     file(CREATE_LINK ${file} ${QUILEX_PYTHON_DIR}/quilex/${name} SYMBOLIC)

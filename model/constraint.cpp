@@ -1,22 +1,220 @@
 // quilex.constraint: a body between a lower and an upper bound.
 #include "model/constraint.hpp"
 
+#include "model/constraint_arguments.hpp"
+#include "model/cumulative.hpp"
+#include "model/lazy_tracking.hpp"
+#include "model/var.hpp"
+#include "module/boundary.hpp"
+#include "module/environment.hpp"
+#include "module/live_counts.hpp"
+#include "module/numpy_model_ufuncs.hpp"
+#include "module/static_type.hpp"
+
 namespace quilex {
 
-PyTypeObject constraint_type = {PyVarObject_HEAD_INIT(nullptr, 0) "quilex.constraint",
-                                sizeof(Constraint), 0};
+namespace {
+
+ObjectPool<Constraint, 1024> pool;
+
+Constraint* as_constraint(PyObject* object) noexcept {
+    return reinterpret_cast<Constraint*>(object);
+}
+
+void set_new_fields(Constraint* constraint) noexcept {
+    constraint->index = qlx_py_env.con_counter++;
+    constraint->name = nullptr;
+    constraint->body = nullptr;
+    constraint->lb = -kInfinity;
+    constraint->ub = kInfinity;
+    constraint->problem_slot = 0;
+    count_created(Counted::kConstraint);
+}
+
+void constraint_dealloc(PyObject* self) {
+    PyTypeObject* const type = Py_TYPE(self);
+    PyObject_GC_UnTrack(self);
+    Py_TRASHCAN_BEGIN(self, constraint_dealloc);
+    Py_CLEAR(as_constraint(self)->name);
+    Py_CLEAR(as_constraint(self)->body);
+    count_destroyed(Counted::kConstraint);
+    if (type == &constraint_type) {
+        pool.free(as_constraint(self));
+    } else {
+        type->tp_free(self);
+    }
+    Py_TRASHCAN_END;
+}
+
+int constraint_traverse(PyObject* self, visitproc visit, void* arg) {
+    Py_VISIT(as_constraint(self)->name);
+    Py_VISIT(as_constraint(self)->body);
+    return 0;
+}
+
+int constraint_clear(PyObject* self) {
+    Py_CLEAR(as_constraint(self)->name);
+    Py_CLEAR(as_constraint(self)->body);
+    return 0;
+}
+
+// Replaces the name or the body; the constraint is tracked from the first object on that may lead
+// back to it.
+void set_field(Constraint* constraint, PyObject*& field, PyObject* value) {
+    if (value != nullptr && may_close_cycle(value)) track(as_object(constraint));
+    const Ref old = Ref::steal(std::exchange(field, Ref::share(value).release()));
+}
+
+Ref constraint_new(PyTypeObject* type, PyObject*, PyObject*) {
+    if (type == &constraint_type) return constraint_base();
+    Ref object = require(type->tp_alloc(type, 0));
+    set_new_fields(as_constraint(object.get()));
+    return object;
+}
+
+int constraint_init(PyObject* self, PyObject* args, PyObject* keywords) {
+    Constraint* const constraint = as_constraint(self);
+    constraint->index = qlx_py_env.con_counter++;
+    const ConstraintArguments arguments = parse_constraint_arguments(args, keywords);
+    set_field(constraint, constraint->name, arguments.name);
+    constraint->problem_slot = 0;
+    set_field(constraint, constraint->body, arguments.body.get());
+    constraint->lb = arguments.lb;
+    constraint->ub = arguments.ub;
+    return 0;
+}
+
+// The name itself; one that is no str prints as its own text.
+Ref constraint_str(PyObject* self) {
+    Ref name = constraint_name(as_constraint(self));
+    return PyUnicode_Check(name.get()) ? std::move(name) : require(PyObject_Str(name.get()));
+}
+
+Ref copy_method(PyObject* self, PyObject*) {
+    return constraint_copy(self);
+}
+
+// A constraint is a statement, not a truth. Were it true like other objects, `1 <= x <= 3` would
+// silently keep only `x <= 3`, `x in [y]` would hold for any two variables, and numpy would turn
+// arrays of constraints into arrays of True.
+int constraint_bool(PyObject*) {
+    ++constraint_truth_requests;
+    raise_runtime_error(
+        "A constraint has no truth value: it cannot be used in a chained comparison "
+        "(1 <= x <= 3), nor with if, and, or, not, in. For a range use "
+        "quilex.constraint(body=..., lb=..., ub=...).");
+}
+
+Ref get_name(PyObject* self, void*) {
+    return constraint_name(as_constraint(self));
+}
+
+Ref get_body(PyObject* self, void*) {
+    Ref body = constraint_body(as_constraint(self));
+    return body ? std::move(body) : none();
+}
+
+int set_name(PyObject* self, PyObject* value, void*) {
+    if (value == nullptr) raise(PyExc_TypeError, "the name of a constraint cannot be deleted");
+    set_field(as_constraint(self), as_constraint(self)->name, value);
+    return 0;
+}
+
+int set_body(PyObject* self, PyObject* value, void*) {
+    if (value == nullptr) raise(PyExc_TypeError, "the body of a constraint cannot be deleted");
+    as_constraint(self)->problem_slot = 0;
+    set_field(as_constraint(self), as_constraint(self)->body, value);
+    return 0;
+}
+
+PyNumberMethods constraint_number = [] {
+    PyNumberMethods number{};
+    number.nb_bool = slot<constraint_bool>;
+    return number;
+}();
+
+PyMethodDef constraint_methods[] = {
+    {"copy", method<copy_method>, METH_NOARGS,
+     "copy()\n--\n\nReturn a copy of the constraint as a new object"},
+    {nullptr, nullptr, 0, nullptr},
+};
+
+PyMemberDef constraint_members[] = {
+    {"lb", T_DOUBLE, offsetof(Constraint, lb), 0, "Lower bound"},
+    {"ub", T_DOUBLE, offsetof(Constraint, ub), 0, "Upper bound"},
+    {nullptr, 0, 0, 0, nullptr},
+};
+
+PyGetSetDef constraint_attributes[] = {
+    {"name", slot<get_name>, slot<set_name>, "Constraint name", nullptr},
+    {"body", slot<get_body>, slot<set_body>, "Constraint body", nullptr},
+    {nullptr, nullptr, nullptr, nullptr, nullptr},
+};
+
+constexpr const char* kDoc =
+    "quilex.constraint(constraint, body, lb, ub, sense, rhs, name)\n\n"
+    "The constraint lb <= body <= ub. All arguments are optional, but either\n"
+    "`constraint`, or `body` with `lb` and/or `ub`, or `body` with `sense` and\n"
+    "`rhs` must be given.\n\n"
+    "constraint: a constraint whose body and bounds are taken\n"
+    "body: a number, variable, term, expression or nonlinear expression\n"
+    "lb, ub: the bounds; a missing one is infinite\n"
+    "sense, rhs: quilex.leq, quilex.geq or quilex.eq and the right-hand side\n"
+    "name: the name; \"R\" and the constraint's number by default";
+
+}  // namespace
+
+PyTypeObject constraint_type = [] {
+    PyTypeObject type = static_type("quilex.constraint", sizeof(Constraint), kDoc);
+    type.tp_flags |= Py_TPFLAGS_HAVE_GC | Py_TPFLAGS_BASETYPE;
+    type.tp_new = slot<constraint_new>;
+    type.tp_init = slot<constraint_init>;
+    type.tp_dealloc = constraint_dealloc;
+    type.tp_traverse = constraint_traverse;
+    type.tp_clear = constraint_clear;
+    type.tp_as_number = &constraint_number;
+    type.tp_methods = constraint_methods;
+    type.tp_members = constraint_members;
+    type.tp_getset = constraint_attributes;
+    type.tp_str = slot<constraint_str>;
+    type.tp_repr = slot<constraint_str>;
+    return type;
+}();
 
 Owned<Constraint> constraint_base() {
-    raise_runtime_error("constraint_base is not written yet");
+    Constraint* const constraint = pool.allocate(&constraint_type);
+    if (constraint == nullptr) throw PythonFailure();
+    set_new_fields(constraint);
+    return Owned<Constraint>::steal(constraint);
 }
-Ref constraint_name(Constraint*) {
-    raise_runtime_error("constraint_name is not written yet");
+
+Ref constraint_name(Constraint* constraint) {
+    if (constraint->name == nullptr)
+        constraint->name = require(PyUnicode_FromFormat(
+                                       "R%llu", static_cast<unsigned long long>(constraint->index)))
+                               .release();
+    return share(constraint->name);
 }
-Ref make_constraint(PyObject*, PyObject*, int) {
-    raise_runtime_error("make_constraint is not written yet");
+
+void constraint_set_body(Constraint* constraint, Ref body) noexcept {
+    assert(constraint->body == nullptr);
+    if (may_close_cycle(body.get())) track(as_object(constraint));
+    constraint->body = body.release();
 }
-Ref constraint_copy(PyObject*) {
-    raise_runtime_error("constraint_copy is not written yet");
+
+Ref constraint_copy(PyObject* object) {
+    Constraint* const source = as_constraint(object);
+    Owned<Constraint> copy = constraint_base();
+    copy->lb = source->lb;
+    copy->ub = source->ub;
+    const Ref body = constraint_body(source);
+    if (body) constraint_set_body(copy.get(), general_copy(body.get(), 1.0));
+    const Ref source_name = constraint_name(source);
+    copy->name =
+        require(PyUnicode_FromFormat("R%llu_copy_%S", static_cast<unsigned long long>(copy->index),
+                                     source_name.get()))
+            .release();
+    return copy;
 }
 
 }  // namespace quilex

@@ -26,14 +26,28 @@ inline bool is_constraint(PyObject* object) noexcept {
 // problem layer). Whoever sets `body` sets `problem_slot` to 0.
 Ref constraint_body(Constraint* constraint);
 
+// The body; empty when it is missing. Rebuilds a body that was released to a problem (defined by the
+// problem layer). Whoever sets `body` sets `problem_slot` to 0.
+Ref constraint_body(Constraint* constraint);
+
 // A new constraint without a body, one serial number.
 Owned<Constraint> constraint_base();
 
 // The name as the object that the user gave, or the default name "R%d", made now.
 Ref constraint_name(Constraint* constraint);
 
-// The comparison of two operands (`op` is Python's rich comparison code) as a constraint.
+// Gives a new constraint its body.
+void constraint_set_body(Constraint* constraint, Ref body) noexcept;
+
+// The rich comparison of all modelling types (`op` is Python's comparison code): a constraint, an
+// array of constraints where an operand is a numpy array, or NotImplemented where the comparison
+// is left to a foreign array type.
 Ref make_constraint(PyObject* a, PyObject* b, int op);
+
+// The same for two operands that are no arrays: one constraint. Where both are constants the left
+// one's value is dropped: an array comparison meets such a pair beside others that hold modelling
+// objects, and gives the empty body the right constant as its bound.
+Ref make_one_constraint(PyObject* a, PyObject* b, int op);
 
 Ref constraint_copy(PyObject* constraint);
 

@@ -47,7 +47,7 @@ std::vector<QuadraticEntry> expression_quadratic_entries(const Expression* expre
 
 // Whether the quadratic part exists (it may exist and be empty), and the number of its products.
 bool expression_has_quadratic_part(const Expression* expression) noexcept;
-size_t expression_quadratic_count(const Expression* expression) noexcept;
+size_t expression_quadratic_count(const Expression* expression);
 
 int expression_setLinTerm(Expression* expression, Variable* x, double c);
 int expression_addToLinTerm(Expression* expression, Variable* x, double c);
@@ -62,17 +62,18 @@ Ref expression_alg_sum(PyObject* a, PyObject* b, double scale);
 // accumulation).
 Ref expression_incremental_alg_sum(PyObject* a, PyObject* b, double scale);
 
-Ref expression_add(PyObject* a, PyObject* b);
-Ref expression_sub(PyObject* a, PyObject* b);
-Ref expression_mul(PyObject* a, PyObject* b);
-Ref expression_div(PyObject* a, PyObject* b);
-Ref expression_pow(PyObject* a, PyObject* b, PyObject* modulus);
-Ref expression_neg(PyObject* a);
-Ref expression_iadd(PyObject* a, PyObject* b);
-Ref expression_isub(PyObject* a, PyObject* b);
-Ref expression_imul(PyObject* a, PyObject* b);
-Ref expression_idiv(PyObject* a, PyObject* b);
-Ref expression_ipow(PyObject* a, PyObject* b, PyObject* modulus);
+// The operators go by the kinds of both operands, whichever type they are called for.
+inline constexpr auto expression_add = add_any;
+inline constexpr auto expression_sub = subtract_any;
+inline constexpr auto expression_mul = multiply_any;
+inline constexpr auto expression_div = divide_any;
+inline constexpr auto expression_pow = power_any;
+inline constexpr auto expression_neg = negate_any;
+inline constexpr auto expression_iadd = add_in_place_any;
+inline constexpr auto expression_isub = subtract_in_place_any;
+inline constexpr auto expression_imul = multiply_in_place_any;
+inline constexpr auto expression_idiv = divide_in_place_any;
+inline constexpr auto expression_ipow = power_in_place_any;
 Ref expression_str(PyObject* a);
 
 }  // namespace quilex

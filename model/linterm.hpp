@@ -22,17 +22,18 @@ Ref linterm_copy(PyObject* term, double scale);
 // a + s * b for operands of which at least one is a linear term and the other no more than one.
 Ref linterm_alg_sum(PyObject* a, PyObject* b, double scale);
 
-Ref linterm_add(PyObject* a, PyObject* b);
-Ref linterm_sub(PyObject* a, PyObject* b);
-Ref linterm_mul(PyObject* a, PyObject* b);
-Ref linterm_div(PyObject* a, PyObject* b);
-Ref linterm_pow(PyObject* a, PyObject* b, PyObject* modulus);
-Ref linterm_neg(PyObject* a);
-Ref linterm_iadd(PyObject* a, PyObject* b);
-Ref linterm_isub(PyObject* a, PyObject* b);
-Ref linterm_imul(PyObject* a, PyObject* b);
-Ref linterm_idiv(PyObject* a, PyObject* b);
-Ref linterm_ipow(PyObject* a, PyObject* b, PyObject* modulus);
+// The operators go by the kinds of both operands, whichever type they are called for.
+inline constexpr auto linterm_add = add_any;
+inline constexpr auto linterm_sub = subtract_any;
+inline constexpr auto linterm_mul = multiply_any;
+inline constexpr auto linterm_div = divide_any;
+inline constexpr auto linterm_pow = power_any;
+inline constexpr auto linterm_neg = negate_any;
+inline constexpr auto linterm_iadd = add_in_place_any;
+inline constexpr auto linterm_isub = subtract_in_place_any;
+inline constexpr auto linterm_imul = multiply_in_place_any;
+inline constexpr auto linterm_idiv = divide_in_place_any;
+inline constexpr auto linterm_ipow = power_in_place_any;
 Ref linterm_str(PyObject* a);
 
 }  // namespace quilex

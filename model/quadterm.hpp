@@ -23,17 +23,18 @@ Ref quadterm_fill(Variable* x, Variable* y, double coefficient);
 Ref quadterm_copy(PyObject* term, double scale);
 Ref quadterm_alg_sum(PyObject* a, PyObject* b, double scale);
 
-Ref quadterm_add(PyObject* a, PyObject* b);
-Ref quadterm_sub(PyObject* a, PyObject* b);
-Ref quadterm_mul(PyObject* a, PyObject* b);
-Ref quadterm_div(PyObject* a, PyObject* b);
-Ref quadterm_pow(PyObject* a, PyObject* b, PyObject* modulus);
-Ref quadterm_neg(PyObject* a);
-Ref quadterm_iadd(PyObject* a, PyObject* b);
-Ref quadterm_isub(PyObject* a, PyObject* b);
-Ref quadterm_imul(PyObject* a, PyObject* b);
-Ref quadterm_idiv(PyObject* a, PyObject* b);
-Ref quadterm_ipow(PyObject* a, PyObject* b, PyObject* modulus);
+// The operators go by the kinds of both operands, whichever type they are called for.
+inline constexpr auto quadterm_add = add_any;
+inline constexpr auto quadterm_sub = subtract_any;
+inline constexpr auto quadterm_mul = multiply_any;
+inline constexpr auto quadterm_div = divide_any;
+inline constexpr auto quadterm_pow = power_any;
+inline constexpr auto quadterm_neg = negate_any;
+inline constexpr auto quadterm_iadd = add_in_place_any;
+inline constexpr auto quadterm_isub = subtract_in_place_any;
+inline constexpr auto quadterm_imul = multiply_in_place_any;
+inline constexpr auto quadterm_idiv = divide_in_place_any;
+inline constexpr auto quadterm_ipow = power_in_place_any;
 Ref quadterm_str(PyObject* a);
 
 }  // namespace quilex

@@ -1,7 +1,7 @@
 // quilex.var: the decision variable.
 #pragma once
 
-#include "model/operand.hpp"
+#include "model/operators.hpp"
 
 namespace quilex {
 
@@ -25,8 +25,12 @@ struct Variable {
     double threshold;
     int32_t vartype;
     // Scratch of the merging of expressions: valid while `stamp` equals the merge's own number.
-    uint32_t stamp;
     uint32_t stamp_position;
+    uint64_t stamp;
+    // Whether this variable can be part of a reference cycle: an instance of a subclass, or one
+    // whose name is neither a plain str nor bytes. Terms and expressions on such variables are
+    // tracked by the garbage collector, all others are not.
+    uint32_t may_close_cycle;
 };
 
 extern PyTypeObject var_type;
@@ -34,6 +38,10 @@ extern PyTypeObject var_type;
 inline bool is_variable(PyObject* object) noexcept {
     return Py_TYPE(object) == &var_type || PyType_IsSubtype(Py_TYPE(object), &var_type);
 }
+
+// Marks the terms of one merge. Larger than every stamp in use; nothing that may run Python code
+// may happen between taking a stamp and the last look at it.
+uint64_t next_merge_stamp() noexcept;
 
 // A variable made by the module itself: default bounds and type, one serial number.
 Owned<Variable> var_base();
@@ -44,17 +52,18 @@ Ref variable_name(Variable* variable);
 // c times x: x itself for 1, the float 0.0 for 0, else a linear term.
 Ref var_copy(Variable* variable, double scale);
 
-Ref var_add(PyObject* a, PyObject* b);
-Ref var_sub(PyObject* a, PyObject* b);
-Ref var_mul(PyObject* a, PyObject* b);
-Ref var_div(PyObject* a, PyObject* b);
-Ref var_pow(PyObject* a, PyObject* b, PyObject* modulus);
-Ref var_neg(PyObject* a);
-Ref var_iadd(PyObject* a, PyObject* b);
-Ref var_isub(PyObject* a, PyObject* b);
-Ref var_imul(PyObject* a, PyObject* b);
-Ref var_idiv(PyObject* a, PyObject* b);
-Ref var_ipow(PyObject* a, PyObject* b, PyObject* modulus);
+// The operators go by the kinds of both operands, whichever type they are called for.
+inline constexpr auto var_add = add_any;
+inline constexpr auto var_sub = subtract_any;
+inline constexpr auto var_mul = multiply_any;
+inline constexpr auto var_div = divide_any;
+inline constexpr auto var_pow = power_any;
+inline constexpr auto var_neg = negate_any;
+inline constexpr auto var_iadd = add_in_place_any;
+inline constexpr auto var_isub = subtract_in_place_any;
+inline constexpr auto var_imul = multiply_in_place_any;
+inline constexpr auto var_idiv = divide_in_place_any;
+inline constexpr auto var_ipow = power_in_place_any;
 Ref var_str(PyObject* a);
 
 }  // namespace quilex

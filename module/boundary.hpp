@@ -7,6 +7,18 @@
 
 namespace quilex {
 
+// Calls a function object; true, or false with a Python exception set.
+template <class Function>
+bool guarded(Function&& function) noexcept {
+    try {
+        function();
+        return true;
+    } catch (...) {
+        set_python_error_from_current_exception();
+        return false;
+    }
+}
+
 template <auto Function>
 struct Boundary;
 

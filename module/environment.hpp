@@ -16,7 +16,11 @@ struct Environment {
     PyObject* default_controls = nullptr;  // dict: control name -> value set by the user
     PyObject* msghandlers = nullptr;       // list of [callable, data]
     int32_t initialised = 0;
-    int32_t nonlinear_state = 0;  // -1 before the nonlinear solver's first start, then 1
+    // -1 before the nonlinear solver was first seen, then 1; 0 when it cannot be started.
+    int32_t nonlinear_state = 0;
+    // An exception that a callback raised on a thread that Python does not know, kept for the
+    // caller (module/library_error.hpp).
+    PyObject* deferred_exception = nullptr;
 };
 
 extern Environment qlx_py_env;
@@ -25,8 +29,18 @@ extern Environment qlx_py_env;
 // nonzero status with a Python exception set.
 int turnQLXon(int force) noexcept;
 
+// The rows of the module's method table for `init` and `free`, ended by a row without a name.
+extern PyMethodDef environment_methods[];
+
 // Frees the library; returns 0, or -1 with a Python exception set.
 int turnQLXoff(int force) noexcept;
+
+// Throws when the module has been released: objects may outlive it at the interpreter's end.
+inline void require_environment() {
+    if (qlx_py_env.attr_table == nullptr) {
+        raise_runtime_error("The Quilex module has been released");
+    }
+}
 
 // Throwing form of turnQLXon(0), for the first line of every function that calls the library.
 inline void require_library_on() {

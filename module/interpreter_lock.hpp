@@ -2,7 +2,8 @@
 // functions.
 #pragma once
 
-#include "module/python.hpp"
+#include "module/environment.hpp"
+#include "module/library_error.hpp"
 
 namespace quilex {
 
@@ -28,6 +29,27 @@ class GilAcquire {
 
   private:
     PyGILState_STATE state_;
+};
+
+// GilAcquire for callbacks that call Python. An exception that a callback leaves pending on a
+// thread that Python does not know would end with the lock: it is kept for the caller.
+class CallbackLock {
+  public:
+    CallbackLock() noexcept : known_thread_(PyGILState_GetThisThreadState() != nullptr) {}
+    ~CallbackLock() {
+        if (!known_thread_) defer_pending_exception();
+    }
+    CallbackLock(const CallbackLock&) = delete;
+    CallbackLock& operator=(const CallbackLock&) = delete;
+
+    // Whether an earlier callback failed and its exception has not been handled yet.
+    bool exception_pending() const noexcept {
+        return PyErr_Occurred() != nullptr || qlx_py_env.deferred_exception != nullptr;
+    }
+
+  private:
+    bool known_thread_;  // asked before the lock is taken, which makes the thread known
+    GilAcquire lock_;    // released after the destructor's body
 };
 
 }  // namespace quilex

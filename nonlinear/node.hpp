@@ -33,14 +33,16 @@ enum NodeCode : int32_t {
 };
 
 struct NonlinearNode {
-    PyObject_HEAD
-    PyObject* args;  // one operand, a tuple, or (sum and product) a list; null when new
-    int32_t op;      // a NodeCode; -1 when new
+    PyObject_HEAD PyObject*
+        args;    // one operand, a tuple, or (sum and product) a list; null when new
+    int32_t op;  // a NodeCode; -1 when new
 };
 
 extern PyTypeObject nonlinear_type;
 
-inline bool is_nonlinear(PyObject* object) noexcept { return Py_TYPE(object) == &nonlinear_type; }
+inline bool is_nonlinear(PyObject* object) noexcept {
+    return Py_TYPE(object) == &nonlinear_type;
+}
 
 Ref nonlin_instantiate_unary(int op, PyObject* operand);
 Ref nonlin_instantiate_binary(int op, PyObject* a, PyObject* b);

@@ -11,7 +11,8 @@ static void natural_order(const int* n, const int* first, int* permutation, int*
     }
 }
 
-/* Fortran entry: orders the graph of n vertices; first is 0 or 1, the number of the first vertex. */
+/* Fortran entry: orders the graph of n vertices; first is 0 or 1, the number of the first vertex.
+ */
 void metis_nodend_(const int* n, const int* starts, const int* neighbours, const int* first,
                    const int* options, int* permutation, int* inverse) {
     (void)starts, (void)neighbours, (void)options;

@@ -1,0 +1,136 @@
+"""Quilex against itself: growth with size, memory, products, import, repeated use. No peers."""
+
+import ctypes
+import gc
+import subprocess
+import sys
+
+import numpy as np
+
+import quilex
+
+
+def _resident_bytes(field="VmRSS"):
+    with open("/proc/self/status") as status:
+        for line in status:
+            if line.startswith(field + ":"):
+                return 1024 * int(line.split()[1])
+    raise OSError(f"no {field} in /proc/self/status")
+
+
+def _settled_bytes():
+    """Resident bytes with the allocator's free pages given back."""
+    gc.collect()
+    ctypes.CDLL(None).malloc_trim(0)
+    return _resident_bytes()
+
+
+def linearity(n, clock):
+    """Seconds per term of four ways to add n distinct variables, each from a clean start."""
+    x = [quilex.var() for _ in range(n)]
+    array = np.empty(n, dtype=object)
+    array[:] = x
+    clock(None)
+    e = quilex.Sum(2.0 * v for v in x)
+    clock("Sum", n)
+    del e
+    clock(None)
+    e = quilex.Sum()
+    for v in x:
+        e += 2.0 * v
+    clock("+=", n)
+    del e
+    clock(None)
+    e = x[0]
+    for v in x:
+        e = e + v
+    clock("chain", n)
+    del e
+    clock(None)
+    e = array.sum()
+    clock("numpy sum", n)
+    del e
+
+
+def term_bytes(n, clock):
+    """Bytes per term that an expression of n terms keeps resident, over variables that exist.
+
+    The expression lives outside Python's heap, so resident pages are counted, not tracemalloc; peak
+    is the high-water mark while it is built.
+    """
+    x = [quilex.var() for _ in range(n)]
+    for name, build in (("Sum", _by_sum), ("+=", _by_increments)):
+        before = _settled_bytes()
+        with open("/proc/self/clear_refs", "w") as reset:
+            reset.write("5")
+        e = build(x)
+        peak = _resident_bytes("VmHWM")
+        clock.put(name, (_settled_bytes() - before) / n)
+        clock.put(name + " peak", (peak - before) / n)
+        c = e <= 1
+        clock.put(name + " as a constraint", (_settled_bytes() - before) / n)
+        del e, c
+
+
+def _by_sum(x):
+    return quilex.Sum((1.0 + k) * v for k, v in enumerate(x))
+
+
+def _by_increments(x):
+    e = quilex.Sum()
+    for k, v in enumerate(x):
+        e += (1.0 + k) * v
+    return e
+
+
+def dot(n, clock):
+    """Seconds per product of Dot(A, x) with a dense n by n array A of constants."""
+    a = np.random.default_rng(1).uniform(1.0, 2.0, (n, n))
+    x = np.empty(n, dtype=object)
+    x[:] = [quilex.var() for _ in range(n)]
+    clock(None)
+    rows = quilex.Dot(a, x)
+    clock("product", n * n)
+    p = quilex.problem()
+    p.addVariable(x)
+    clock(None)
+    p.addConstraint(rows <= 1)
+    clock("as rows", n * n)
+
+
+def import_time(n, clock):
+    """Seconds of `import quilex` after numpy, the best of n fresh processes."""
+    code = (
+        "import numpy, time; began = time.perf_counter(); import quilex;"
+        " print(time.perf_counter() - began)"
+    )
+    command = [sys.executable, "-c", code]
+    times = [
+        float(subprocess.run(command, capture_output=True, check=True).stdout) for _ in range(n)
+    ]
+    clock.put("best", min(times))
+    clock.put("median", sorted(times)[n // 2])
+
+
+def cycles(n, clock):
+    """Bytes by which the process grows over n build-solve-drop cycles, after the first tenth."""
+    for _ in range(n // 10):
+        _cycle()
+    before = _settled_bytes()
+    clock(None)
+    for _ in range(n - n // 10):
+        _cycle()
+    clock("cycle", n - n // 10)
+    clock.put("growth", _settled_bytes() - before)
+
+
+def _cycle():
+    p = quilex.problem()
+    p.controls.outputlog = 0
+    x = [quilex.var(ub=10) for _ in range(5)]
+    p.addVariable(x)
+    p.addConstraint(x[k] + 2 * x[k + 1] <= 3 + k for k in range(4))
+    p.setObjective(quilex.Sum(x), sense=quilex.maximize)
+    p.solve()
+    if p.getProbStatusString() != "lp_optimal" or abs(sum(p.getSolution()) - p.getObjVal()) > 1e-6:
+        raise AssertionError("a cycle went wrong")

@@ -1,0 +1,13 @@
+// The interior point method HiPO of HiGHS for large convex quadratic programs.
+#pragma once
+
+#include "engine/quad/convex_program.hpp"
+
+namespace qlx {
+
+// Fits ConvexControl::large_scale_qp. Where the companion library of HiPO is missing, HiGHS falls
+// back to another method; the answer's claim is then `failed`.
+quad::KernelAnswer solve_large_quadratic(const quad::QuadraticModel& model,
+                                         const quad::StopRule& rule, int iterations);
+
+}  // namespace qlx

@@ -1,0 +1,92 @@
+// A smooth program given by callbacks, and the interface of solvers that find local optima of it.
+//
+//   minimise f(x)   subject to   row_lower <= g(x) <= row_upper,  column_lower <= x <= column_upper
+//
+// Bounds of 1e20 and beyond are infinite. Duals have the signs of minimisation: f's gradient equals
+// J'y + z, where y and z are nonnegative on active lower sides and nonpositive on upper ones.
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <span>
+#include <vector>
+
+namespace qlx::nlp {
+
+// Positions of a sparse matrix's entries; repeated positions add up.
+struct SparsePattern {
+    std::vector<int> rows;
+    std::vector<int> columns;
+};
+
+struct LocalBounds {
+    std::vector<double> column_lower;
+    std::vector<double> column_upper;
+    std::vector<double> row_lower;
+    std::vector<double> row_upper;
+};
+
+// Evaluations return false where the functions are undefined at x; solvers then shorten the step.
+// `out` always has the size of the matching pattern, rows or columns.
+class LocalProblem {
+  public:
+    virtual ~LocalProblem() = default;
+
+    virtual const LocalBounds& bounds() const = 0;
+    virtual const SparsePattern& jacobian_pattern() const = 0;
+    virtual const SparsePattern& hessian_pattern() const = 0;  // lower triangle
+    virtual std::vector<double> start() const = 0;
+    // Whether f is quadratic and every row linear: derivatives are then asked for once.
+    virtual bool is_quadratic() const { return false; }
+
+    virtual bool objective(std::span<const double> x, double& value) = 0;
+    virtual bool gradient(std::span<const double> x, std::span<double> out) = 0;
+    virtual bool rows(std::span<const double> x, std::span<double> out) = 0;
+    virtual bool jacobian(std::span<const double> x, std::span<double> out) = 0;
+    // objective_factor * f'' + sum of multipliers[i] * g_i''
+    virtual bool hessian(std::span<const double> x, double objective_factor,
+                         std::span<const double> multipliers, std::span<double> out) = 0;
+};
+
+struct LocalOptions {
+    double tolerance = 1e-9;         // of the scaled optimality conditions
+    double constraint_violation = 1e-8;
+    int iteration_limit = 3000;
+    std::optional<std::chrono::steady_clock::time_point> deadline;
+    std::function<bool()> stop;      // asked at every iteration; may be empty
+};
+
+enum class LocalStatus {
+    solved,             // to the tolerance, by the solver's own account
+    acceptable,         // to a looser tolerance
+    infeasible,         // a point that locally minimises the violation
+    unbounded,          // the iterates diverge, or the solver failed on their way
+    iteration_limit,
+    time_limit,
+    stopped,
+    too_many_equations, // more equations than columns that can move
+    inconsistent_bounds,
+    undefined_value,    // a function or derivative is not a number
+    failed,
+    unavailable,        // the build has no such solver
+};
+
+struct LocalAnswer {
+    LocalStatus status = LocalStatus::failed;
+    int iterations = 0;
+    double objective = 0.0;
+    std::vector<double> x;
+    std::vector<double> row_dual;
+    std::vector<double> lower_dual;  // of column bounds; the reduced cost is lower minus upper
+    std::vector<double> upper_dual;
+};
+
+class LocalSolver {
+  public:
+    virtual ~LocalSolver() = default;
+    virtual LocalAnswer solve(LocalProblem& problem, const LocalOptions& options) = 0;
+};
+
+}  // namespace qlx::nlp

@@ -1,0 +1,142 @@
+// The ladder of kernels for convex quadratic programs.
+#include "engine/quad/ladder.hpp"
+
+#include <array>
+#include <cstddef>
+#include <limits>
+
+#include "engine/quad/barrier_kernel.hpp"
+#include "engine/quad/certificates.hpp"
+#include "engine/quad/polish.hpp"
+#include "engine/quad/proximal_kernel.hpp"
+#include "engine/quad/residuals.hpp"
+
+namespace qlx::quad {
+
+namespace {
+
+// Answers this accurate are not worth another factorisation.
+constexpr double kSharpEnough = 1e-9;
+
+class Ladder {
+  public:
+    Ladder(const QuadraticModel& model, const ConvexControl& control)
+        : model_(model),
+          control_(control),
+          small_(!control.large_scale_qp || has_small_factor(model, control.fill_limit)) {}
+
+    ConvexResult climb();
+
+  private:
+    QuadraticKernel kernel_of(Kernel kernel) const;
+    bool try_kernel(Kernel kernel);
+    bool diagnose();
+    void take_best();
+    bool finish(ConvexStatus status) {
+        result_.status = status;
+        return true;
+    }
+
+    const QuadraticModel& model_;
+    const ConvexControl& control_;
+    const bool small_;
+    bool diagnosed_ = false;
+    bool out_of_iterations_ = false;
+    PolishedPoint best_;
+    ConvexResult result_;
+};
+
+QuadraticKernel Ladder::kernel_of(Kernel kernel) const {
+    switch (kernel) {
+        case Kernel::proximal: return solve_proximal;
+        case Kernel::large_scale: return control_.large_scale_qp;
+        case Kernel::barrier: return barrier_kernel();
+        case Kernel::none: break;
+    }
+    return {};
+}
+
+// Returns true where the outcome is settled.
+bool Ladder::try_kernel(Kernel kernel) {
+    const QuadraticKernel solve = kernel_of(kernel);
+    if (!solve) return false;
+    if (control_.stop.stop()) return finish(stop_status(control_.stop));
+    const KernelAnswer answer = solve(model_, control_.stop, control_.iteration_limit);
+    result_.iterations += answer.iterations;
+    if (answer.claim == KernelClaim::iteration_limit) out_of_iterations_ = true;
+    if (answer.x.size() == model_.cost.size() && answer.y.size() == model_.row_lower.size()) {
+        PolishedPoint point{answer.x, answer.y, evaluate(model_, answer.x, answer.y)};
+        bool polished = false;
+        if (point.evaluation.worst() > kSharpEnough && answer.claim != KernelClaim::stopped) {
+            polished = polish(model_, control_.fill_limit, point);
+        }
+        if (best_.x.empty() || point.evaluation.worst() < best_.evaluation.worst()) {
+            best_ = std::move(point);
+            result_.kernel = kernel;
+            result_.polished = polished;
+        }
+        if (meets(best_.evaluation.residuals, control_)) return finish(ConvexStatus::optimal);
+    }
+    if (answer.claim == KernelClaim::stopped) return finish(stop_status(control_.stop));
+    const bool suspicious =
+        answer.claim == KernelClaim::infeasible || answer.claim == KernelClaim::unbounded;
+    return suspicious && diagnose();
+}
+
+// Decides by proof whether there is no feasible point or no finite minimum.
+bool Ladder::diagnose() {
+    if (diagnosed_) return false;
+    diagnosed_ = true;
+    const QuadraticKernel kernel = kernel_of(small_ ? Kernel::proximal : Kernel::large_scale);
+    const Feasibility feasibility = find_feasibility(model_, kernel, control_);
+    if (feasibility.infeasible == Finding::proven) {
+        result_.place.row = feasibility.row;
+        return finish(ConvexStatus::infeasible);
+    }
+    if (feasibility.infeasible == Finding::unknown) return false;
+    Unboundedness unboundedness = find_ray(model_, kernel, control_);
+    if (unboundedness.unbounded != Finding::proven) return false;
+    best_.x = feasibility.x;
+    best_.y.assign(model_.row_lower.size(), 0.0);
+    result_.ray = std::move(unboundedness.ray);
+    return finish(ConvexStatus::unbounded);
+}
+
+void Ladder::take_best() {
+    if (best_.x.empty()) return;
+    result_.x = std::move(best_.x);
+    result_.row_dual = std::move(best_.y);
+}
+
+ConvexResult Ladder::climb() {
+    const std::array<Kernel, 3> order =
+        small_ ? std::array{Kernel::proximal, Kernel::large_scale, Kernel::barrier}
+               : std::array{Kernel::large_scale, Kernel::proximal, Kernel::barrier};
+    bool settled = false;
+    for (Kernel kernel : order) {
+        settled = try_kernel(kernel);
+        if (settled) break;
+    }
+    if (!settled && !diagnose()) {
+        if (control_.stop.stop()) {
+            finish(stop_status(control_.stop));
+        } else {
+            finish(out_of_iterations_ ? ConvexStatus::iteration_limit
+                                      : ConvexStatus::numerical_failure);
+        }
+    }
+    take_best();
+    return std::move(result_);
+}
+
+}  // namespace
+
+ConvexStatus stop_status(const StopRule& rule) noexcept {
+    return rule.interrupted() ? ConvexStatus::interrupted : ConvexStatus::time_limit;
+}
+
+ConvexResult climb(const QuadraticModel& model, const ConvexControl& control) {
+    return Ladder(model, control).climb();
+}
+
+}  // namespace qlx::quad

@@ -1,0 +1,257 @@
+// An append log of coefficients, shared between an expression and the longer one made from it.
+//
+// Adding a term appends an entry; entries of the same variables stay apart until somebody looks
+// (then merge_log replays them). The log of `e + x` is the buffer of `e` with one entry more: each
+// owner sees its own prefix, and only the owner of the whole may append in place. What lies beyond
+// every prefix is dropped at the next exclusive use.
+#pragma once
+
+#include <algorithm>
+#include <cstring>
+
+#include "module/free_list.hpp"
+#include "module/live_counts.hpp"
+
+namespace quilex {
+
+// The heap part of a log. Every entry below `used` owns references to its variables.
+template <class Entry>
+struct LogBuffer {
+    size_t owners;
+    size_t capacity;
+    size_t used;
+
+    Entry* entries() noexcept { return reinterpret_cast<Entry*>(this + 1); }
+    static LogBuffer* of(Entry* entries) noexcept {
+        return reinterpret_cast<LogBuffer*>(entries) - 1;
+    }
+
+    static LogBuffer* allocate(size_t needed) {
+        const int size_class = class_of(needed);
+        const size_t capacity = size_class < kClasses ? kSmallest << size_class : needed;
+        LogBuffer* buffer = size_class < kClasses ? unused_[size_class].pop() : nullptr;
+        if (buffer == nullptr) {
+            buffer = static_cast<LogBuffer*>(PyMem_Malloc(bytes(capacity)));
+            if (buffer == nullptr) throw std::bad_alloc();
+            buffer->capacity = capacity;
+        }
+        buffer->owners = 1;
+        buffer->used = 0;
+        count_created(Counted::kEntryLog);
+        return buffer;
+    }
+
+    static void free(LogBuffer* buffer) noexcept {
+        count_destroyed(Counted::kEntryLog);
+        const int size_class = class_of(buffer->capacity);
+        if (size_class < kClasses && buffer->capacity == kSmallest << size_class &&
+            unused_[size_class].push(buffer)) {
+            return;
+        }
+        PyMem_Free(buffer);
+    }
+
+    // The same entries in a larger block; only for a buffer with one owner.
+    static LogBuffer* grow(LogBuffer* buffer, size_t needed) {
+        // Large logs grow by an eighth, so that a kept expression wastes at most two bytes a term.
+        const size_t step = buffer->capacity < kLarge ? buffer->capacity : buffer->capacity / 8;
+        const size_t capacity = std::max(needed, buffer->capacity + step);
+        auto* grown = static_cast<LogBuffer*>(PyMem_Realloc(buffer, bytes(capacity)));
+        if (grown == nullptr) throw std::bad_alloc();
+        grown->capacity = capacity;
+        return grown;
+    }
+
+    static void clear_unused() noexcept {
+        for (auto& list : unused_) {
+            while (LogBuffer* buffer = list.pop()) PyMem_Free(buffer);
+        }
+    }
+
+  private:
+    static constexpr size_t kSmallest = 8;
+    static constexpr int kClasses = 3;
+    static constexpr size_t kLarge = size_t{1} << 15;
+
+    static size_t bytes(size_t capacity) {
+        if (capacity > (size_t{1} << 56) / sizeof(Entry)) throw std::bad_alloc();
+        return sizeof(LogBuffer) + capacity * sizeof(Entry);
+    }
+    static int class_of(size_t capacity) noexcept {
+        if (capacity <= kSmallest) return 0;
+        if (capacity <= kSmallest << 1) return 1;
+        return capacity <= kSmallest << 2 ? 2 : kClasses;
+    }
+
+    static inline FreeList<LogBuffer, 64> unused_[kClasses];
+};
+
+// The log of one expression. Entry needs `retain()` and `release()`; merge_log(log) brings an
+// exclusive log into its merged form.
+template <class Entry, size_t kInline>
+class AppendLog {
+  public:
+    using Buffer = LogBuffer<Entry>;
+
+    // Objects that hold a log are made from raw memory.
+    void start() noexcept {
+        entries_ = inline_;
+        count_ = 0;
+        merged_ = 0;
+    }
+
+    // Releases everything; the log is empty afterwards.
+    void finish() noexcept {
+        Entry* entries = entries_;
+        const size_t count = count_;
+        start();
+        if (entries == inline_) {
+            for (size_t i = 0; i < count; ++i) entries[i].release();
+        } else {
+            drop(Buffer::of(entries));
+        }
+    }
+
+    size_t count() const noexcept { return count_; }
+    const Entry* entries() const noexcept { return entries_; }
+    // The number of leading entries that are known to be merged: distinct, and taken as they are.
+    size_t merged() const noexcept { return merged_; }
+    bool is_merged() const noexcept { return merged_ == count_; }
+    void set_merged(size_t merged) noexcept { merged_ = merged; }
+    bool is_inline() const noexcept { return entries_ == inline_; }
+    bool is_exclusive() const noexcept { return is_inline() || buffer()->owners == 1; }
+
+    // Makes room for `extra` entries behind the last one.
+    void reserve(size_t extra) {
+        if (!fits(extra)) [[unlikely]] make_room(extra);
+    }
+
+    // Appends an entry that fits, taking references.
+    void push(const Entry& entry) noexcept {
+        entry.retain();
+        entries_[count_++] = entry;
+        if (!is_inline()) buffer()->used = count_;
+    }
+
+    void append(const Entry& entry) {
+        reserve(1);
+        push(entry);
+    }
+
+    // Makes this new log equal to `source`, with room for `extra` entries more. Shares the buffer
+    // where that is possible and `share` allows it.
+    void start_from(AppendLog& source, size_t extra, bool share) {
+        start();
+        if (share && !source.is_inline()) {
+            if (extra > 0 && source.buffer()->owners == 1) source.reserve(extra);
+            if (!source.is_inline() && (extra == 0 || source.fits(extra))) {
+                entries_ = source.entries_;
+                count_ = source.count_;
+                merged_ = source.merged_;
+                ++buffer()->owners;
+                return;
+            }
+        }
+        const size_t count = source.count_;
+        if (count + extra > kInline) {
+            entries_ = Buffer::allocate(source.is_inline() ? count + extra : 2 * count + extra)
+                           ->entries();
+        }
+        for (size_t i = 0; i < count; ++i) push(source.entries_[i]);
+        merged_ = source.merged_;
+    }
+
+    // Entries that may be changed in place. Only for exclusive logs.
+    Entry* mutable_entries() noexcept {
+        assert(is_exclusive());
+        return entries_;
+    }
+
+    // Gives this log a buffer of its own if it has not.
+    void make_exclusive() {
+        if (!is_exclusive()) detach(count_);
+    }
+
+    // Ends a merge: entries [0, live) remain, the references of entries [live, end) are dropped.
+    // Only for exclusive logs; the dropped variables may run Python code when they end.
+    void end_merge(size_t live, size_t end) noexcept {
+        count_ = live;
+        merged_ = live;
+        if (is_inline()) {
+            Entry dropped[kInline];
+            std::memcpy(dropped, inline_ + live, (end - live) * sizeof(Entry));
+            for (size_t i = 0; i < end - live; ++i) dropped[i].release();
+        } else {
+            buffer()->used = end;
+            truncate();
+        }
+    }
+
+  private:
+    Buffer* buffer() const noexcept { return Buffer::of(entries_); }
+
+    bool fits(size_t extra) const noexcept {
+        if (is_inline()) return count_ + extra <= kInline;
+        return buffer()->used == count_ && count_ + extra <= buffer()->capacity;
+    }
+
+    static void drop(Buffer* buffer) noexcept {
+        if (--buffer->owners > 0) return;
+        for (size_t i = 0; i < buffer->used; ++i) buffer->entries()[i].release();
+        Buffer::free(buffer);
+    }
+
+    // Drops what lies beyond this log's prefix. Each step leaves the buffer whole, as a release
+    // may run Python code that uses this very log.
+    void truncate() noexcept {
+        while (!is_inline() && buffer()->owners == 1 && buffer()->used > count_) {
+            const Entry last = entries_[--buffer()->used];
+            last.release();
+        }
+    }
+
+    // Copies this log's prefix into a buffer of its own.
+    void detach(size_t needed) {
+        Buffer* own = Buffer::allocate(needed);
+        for (size_t i = 0; i < count_; ++i) {
+            entries_[i].retain();
+            own->entries()[i] = entries_[i];
+        }
+        own->used = count_;
+        Buffer* old = buffer();
+        entries_ = own->entries();
+        drop(old);
+    }
+
+    void make_room(size_t extra) {
+        for (;;) {
+            if (is_inline()) {
+                if (count_ + extra <= kInline) return;
+                Buffer* own = Buffer::allocate(count_ + extra);
+                std::memcpy(static_cast<void*>(own->entries()), inline_, count_ * sizeof(Entry));
+                own->used = count_;
+                entries_ = own->entries();
+                return;
+            }
+            if (fits(extra)) return;
+            if (buffer()->owners > 1) {
+                detach(2 * count_ + extra);
+            } else if (buffer()->used > count_) {
+                truncate();
+            } else if (count_ - merged_ >= std::max<size_t>(merged_, 4)) {
+                // As many unmerged entries as merged ones: merging may save the growth.
+                merge_log(*this);
+            } else {
+                entries_ = Buffer::grow(buffer(), count_ + extra)->entries();
+                return;
+            }
+        }
+    }
+
+    Entry* entries_;
+    size_t count_;
+    size_t merged_;
+    Entry inline_[kInline];
+};
+
+}  // namespace quilex

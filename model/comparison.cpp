@@ -1,0 +1,153 @@
+// Comparisons of modelling objects, which make constraints.
+#include "model/constraint.hpp"
+#include "model/cumulative.hpp"
+#include "model/expression.hpp"
+#include "model/linterm.hpp"
+#include "model/quadterm.hpp"
+#include "module/numpy.hpp"
+#include "module/numpy_comparisons.hpp"
+#include "nonlinear/node_internal.hpp"
+
+namespace quilex {
+
+namespace {
+
+// A body with the constant that was on its side of the comparison, and which side that is.
+struct Difference {
+    Ref body;
+    double bound = 0.0;
+    bool reversed = false;  // the body was subtracted from the constant
+};
+
+Ref subtract(PyObject* a, OperandKind kind_a, PyObject* b) {
+    switch (kind_a) {
+        case kVariable:
+            return var_sub(a, b);
+        case kLinearTerm:
+            return linterm_sub(a, b);
+        case kQuadraticTerm:
+            return quadterm_sub(a, b);
+        case kExpression:
+            return expression_sub(a, b);
+        default:
+            return nonlin_sub(a, b);
+    }
+}
+
+Difference split_expression(Ref body) {
+    auto* const expression = reinterpret_cast<Expression*>(body.get());
+    // 0 - c, not -c: a bound of -0.0 helps nobody.
+    const double bound = 0.0 - expression_constant(expression);
+    expression_set_constant(expression, 0.0);
+    return {std::move(body), bound};
+}
+
+// Takes the constant at the end of a sum. A sum that is the user's own operand stays whole.
+Difference split_sum(Ref body, PyObject* operand) {
+    PyObject* const list = as_node(body.get())->args;
+    const Py_ssize_t size = PyList_GET_SIZE(list);
+    if (size < 2 || classify(PyList_GET_ITEM(list, size - 1)) != kConstant)
+        return {std::move(body)};
+    const double bound = 0.0 - constant_value(PyList_GET_ITEM(list, size - 1));
+    if (body.get() == operand)
+        return {make_container_node(kSum, require(PyList_GetSlice(list, 0, size - 1))), bound};
+    remove_operand(body.get(), size - 1);
+    return {std::move(body), bound};
+}
+
+// Takes the constant of a difference; an expression stays apart from the user's own.
+Difference split_pair(Ref body) {
+    PyObject* const first = PyTuple_GET_ITEM(as_node(body.get())->args, 0);
+    PyObject* const second = PyTuple_GET_ITEM(as_node(body.get())->args, 1);
+    if (classify(first) == kConstant)
+        return {is_expression(second) ? Ref(expression_copy(second, 1.0)) : share(second),
+                constant_value(first), true};
+    if (classify(second) == kConstant) return {share(first), constant_value(second)};
+    return {std::move(body)};
+}
+
+Difference split(Ref body, PyObject* operand) {
+    require_kind(body.get());
+    if (is_expression(body.get())) return split_expression(std::move(body));
+    if (is_sum(body.get())) return split_sum(std::move(body), operand);
+    if (is_pair_node(body.get(), kDifference)) return split_pair(std::move(body));
+    return {std::move(body)};
+}
+
+// The difference a - b, split.
+Difference difference(PyObject* a, OperandKind kind_a, PyObject* b, OperandKind kind_b) {
+    if (kind_b == kConstant) {
+        const double value = constant_value(b);
+        if (kind_a == kConstant) return {expression_base(), value};
+        // The commonest comparisons need no subtraction: the constant is the bound.
+        if ((kind_a == kVariable || kind_a == kLinearTerm) && value != 0.0)
+            return {expression_copy(a, 1.0), value};
+        if (kind_a == kExpression) {
+            Ref body = expression_copy(a, 1.0);
+            auto* const expression = reinterpret_cast<Expression*>(body.get());
+            const double constant = expression_constant(expression);
+            expression_set_constant(expression, 0.0);
+            return {std::move(body), value - constant};
+        }
+    }
+    return split(subtract(a, kind_a, b), a);
+}
+
+void set_bounds(Constraint* constraint, double bound, bool reversed, int op) {
+    switch (op) {
+        case Py_LE:
+            (reversed ? constraint->lb : constraint->ub) = bound;
+            return;
+        case Py_GE:
+            (reversed ? constraint->ub : constraint->lb) = bound;
+            return;
+        case Py_EQ:
+            constraint->lb = constraint->ub = bound;
+            return;
+        case Py_LT:
+        case Py_NE:
+        case Py_GT:
+            raise_runtime_error(
+                "Invalid constraint: cannot enforce f(x) != 0, f(x) > 0, or f(x) < 0");
+        default:
+            raise_runtime_error("Invalid constraint: unrecognized comparison operator");
+    }
+}
+
+Ref constraint_of(PyObject* a, OperandKind kind_a, PyObject* b, OperandKind kind_b, int op) {
+    Owned<Constraint> constraint = constraint_base();
+    Difference parts = difference(a, kind_a, b, kind_b);
+    constraint_set_body(constraint.get(), std::move(parts.body));
+    set_bounds(constraint.get(), parts.bound, parts.reversed, op);
+    return constraint;
+}
+
+// A foreign array type (a pandas Series, an xarray DataArray) compares element by element itself.
+bool leaves_comparison_to(PyObject* other) noexcept {
+    if (PyArray_IsScalar(other, Generic)) return false;
+    PyObject* const type = reinterpret_cast<PyObject*>(Py_TYPE(other));
+    return PyObject_HasAttrString(type, "__array_ufunc__") ||
+           PyObject_HasAttrString(type, "__array_priority__");
+}
+
+}  // namespace
+
+Ref make_one_constraint(PyObject* a, PyObject* b, int op) {
+    const OperandKind kind_a = require_kind(a);
+    const OperandKind kind_b = require_kind(b);
+    return constraint_of(a, kind_a, b, kind_b, op);
+}
+
+Ref make_constraint(PyObject* a, PyObject* b, int op) {
+    const OperandKind kind_a = classify(a);
+    const OperandKind kind_b = classify(b);
+    if (kind_a != kInvalid && kind_b != kInvalid) return constraint_of(a, kind_a, b, kind_b, op);
+    if (kind_a != kInvalid) {
+        // An array's own comparison would turn the sides round; a subclass keeps its type that way.
+        if (PyArray_CheckExact(b)) return compare_with_array(a, b, op);
+        if (is_numpy_array(b) || leaves_comparison_to(b)) return Ref::share(Py_NotImplemented);
+    }
+    raise_runtime_error("Invalid object in operation");
+}
+
+}  // namespace quilex

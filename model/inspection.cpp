@@ -1,0 +1,61 @@
+// Test aids: the exact contents of modelling objects, and the end of their free lists.
+#include "model/inspection.hpp"
+
+#include "model/expression_object.hpp"
+#include "nonlinear/node.hpp"
+
+namespace quilex {
+
+namespace {
+
+Ref list_of_linear_entries(std::span<const LinearEntry> entries) {
+    Ref list = require(PyList_New(0));
+    for (const LinearEntry& entry : entries) {
+        const Ref item =
+            require(Py_BuildValue("(Od)", as_object(entry.variable), entry.coefficient));
+        require_status(PyList_Append(list.get(), item.get()));
+    }
+    return list;
+}
+
+Ref list_of_products(Expression* expression) {
+    if (!expression_has_quadratic_part(expression)) return none();
+    Ref list = require(PyList_New(0));
+    for (const QuadraticEntry& entry : expression_quadratic_entries(expression)) {
+        const Ref item = require(Py_BuildValue("(OOd)", as_object(entry.first),
+                                               as_object(entry.second), entry.coefficient));
+        require_status(PyList_Append(list.get(), item.get()));
+    }
+    return list;
+}
+
+Ref node_parts(PyObject* object) {
+    const auto* node = reinterpret_cast<NonlinearNode*>(object);
+    Ref operands = PyTuple_Check(node->args) || PyList_Check(node->args)
+                       ? require(PySequence_Tuple(node->args))
+                       : require(PyTuple_Pack(1, node->args));
+    return require(Py_BuildValue("(iO)", static_cast<int>(node->op), operands.get()));
+}
+
+}  // namespace
+
+Ref quilexmod_parts(PyObject*, PyObject* object) {
+    if (require_kind(object) == kNonlinear) return node_parts(object);
+    const bool is_ours = is_expression(object);
+    const Owned<Expression> copy = is_ours ? Owned<Expression>() : expression_copy(object, 1.0);
+    Expression* expression = is_ours ? as_expression(object) : copy.get();
+    const Ref products = list_of_products(expression);
+    const Ref linear = list_of_linear_entries(expression_linear_entries(expression));
+    return require(
+        Py_BuildValue("(dOO)", expression_constant(expression), linear.get(), products.get()));
+}
+
+void clear_modelling_pools() noexcept {
+    linear_term_pool.clear();
+    quadratic_term_pool.clear();
+    expression_pool.clear();
+    LinearLog::Buffer::clear_unused();
+    QuadraticLog::Buffer::clear_unused();
+}
+
+}  // namespace quilex

@@ -1,0 +1,64 @@
+// The slots that all modelling types share, and the rules of the operators by operand kinds.
+//
+// Every type has the same functions in its number protocol, so that the interpreter calls an
+// operator once whatever the two operands are. A slot looks at the exact types of both operands
+// and goes to the rule for that pair.
+#pragma once
+
+#include "model/operand.hpp"
+#include "module/boundary.hpp"
+
+namespace quilex {
+
+extern PyNumberMethods modelling_number_methods;
+
+// __reduce__, which refuses.
+extern PyMethodDef modelling_methods[];
+
+// __array_priority__: below numpy's arrays and above its scalars, so that arrays apply operators
+// element by element and scalars leave them to the modelling type.
+inline constexpr double kArrayPriority = -999999.0;
+PyObject* array_priority(PyObject* self, void* closure) noexcept;
+#define QUILEX_ARRAY_PRIORITY {"__array_priority__", array_priority, nullptr, nullptr, nullptr}
+extern PyGetSetDef modelling_attributes[];
+
+// tp_new of the types that only operators make.
+PyObject* refuse_construction(PyTypeObject* type, PyObject* arguments, PyObject* keywords) noexcept;
+
+// The operators for any two operands. A pair with an operand that is no constant and no modelling
+// object ends in NotImplemented (foreign arrays on the right), numpy's own operator (numpy arrays
+// on the right) or RuntimeError "Invalid object in operation".
+Ref add_any(PyObject* a, PyObject* b);
+Ref subtract_any(PyObject* a, PyObject* b);
+Ref multiply_any(PyObject* a, PyObject* b);
+Ref divide_any(PyObject* a, PyObject* b);
+Ref power_any(PyObject* a, PyObject* b, PyObject* modulus);
+Ref negate_any(PyObject* a);
+Ref absolute_any(PyObject* a);
+Ref add_in_place_any(PyObject* a, PyObject* b);
+Ref subtract_in_place_any(PyObject* a, PyObject* b);
+Ref multiply_in_place_any(PyObject* a, PyObject* b);
+Ref divide_in_place_any(PyObject* a, PyObject* b);
+Ref power_in_place_any(PyObject* a, PyObject* b, PyObject* modulus);
+
+// a + b and a - b for operands of known kinds (scale 1.0 or -1.0).
+Ref sum_of_kinds(PyObject* a, OperandKind ka, PyObject* b, OperandKind kb, double scale);
+Ref product_of_kinds(PyObject* a, OperandKind ka, PyObject* b, OperandKind kb);
+Ref quotient_of_kinds(PyObject* a, OperandKind ka, PyObject* b, OperandKind kb);
+Ref power_of_kinds(PyObject* a, OperandKind ka, PyObject* b, OperandKind kb, PyObject* modulus);
+
+// The same for pairs with an expression.
+Ref expression_sum(PyObject* a, OperandKind ka, PyObject* b, OperandKind kb, double scale);
+Ref expression_product(PyObject* a, OperandKind ka, PyObject* b, OperandKind kb);
+// An expression times a constant, in place; the float 0.0 for 0.
+Ref scale_in_place(PyObject* expression, double factor);
+// a + scale * b in place; `a` is an expression, b anything but nonlinear.
+void add_to_expression(PyObject* a, PyObject* b, OperandKind kb, double scale);
+
+// Pairs of variables, linear terms, quadratic terms and constants.
+Ref linear_sum(PyObject* a, OperandKind ka, PyObject* b, OperandKind kb, double scale);
+Ref quadratic_sum(PyObject* a, OperandKind ka, PyObject* b, OperandKind kb, double scale);
+Ref linear_quotient(PyObject* a, OperandKind ka, PyObject* b, OperandKind kb);
+Ref quadratic_quotient(PyObject* a, OperandKind ka, PyObject* b, OperandKind kb);
+
+}  // namespace quilex

@@ -1,0 +1,116 @@
+// The single path from a failed library call to a Python exception.
+#include "module/library_error.hpp"
+
+#include <qlx/qlx.h>
+#include <qlx/qslp.h>
+
+#include <array>
+#include <cstring>
+
+#include "callbacks/branchobj.hpp"
+#include "module/environment.hpp"
+#include "problem/problem.hpp"
+
+namespace quilex {
+
+namespace {
+
+using ErrorText = std::array<char, 512>;
+
+// Raises the text, decoded leniently: it may quote a name that is not ASCII. False when empty.
+bool raise_text(const ErrorText& text) noexcept {
+    const size_t length = strnlen(text.data(), text.size());
+    if (length == 0) return false;
+    const Ref message = Ref::steal(
+        PyUnicode_DecodeUTF8(text.data(), static_cast<Py_ssize_t>(length), "backslashreplace"));
+    if (message) PyErr_SetObject(PyExc_RuntimeError, message.get());
+    return true;
+}
+
+bool raise_error_of_problem(QLXprob prob) noexcept {
+    ErrorText text{};
+    return prob != nullptr && QLXgetlasterror(prob, text.data()) == 0 && raise_text(text);
+}
+
+bool raise_error_of_nonlinear_problem(QSLPprob prob) noexcept {
+    ErrorText text{};
+    int code = 0;
+    return qlx_py_env.nonlinear_state != 0 && prob != nullptr &&
+           QSLPgetlasterror(prob, &code, text.data()) == 0 && raise_text(text);
+}
+
+bool raise_error_of_branch_object(QLXbranchobject handle) noexcept {
+    ErrorText text{};
+    int length = 0;
+    return handle != nullptr &&
+           QLX_bo_getlasterror(handle, nullptr, text.data(), static_cast<int>(text.size()),
+                               &length) == 0 &&
+           raise_text(text);
+}
+
+void raise_global_error(const char* message_of_failed_query) noexcept {
+    ErrorText text{};
+    if (QLX_ge_getlasterror(nullptr, text.data(), static_cast<int>(text.size()), nullptr) != 0) {
+        PyErr_SetString(PyExc_RuntimeError, message_of_failed_query);
+    } else if (!raise_text(text)) {
+        PyErr_SetString(PyExc_RuntimeError, "Unable to terminate API call");
+    }
+}
+
+}  // namespace
+
+bool callback_failed() noexcept {
+    if (PyErr_Occurred()) return true;
+    if (qlx_py_env.deferred_exception == nullptr) return false;
+    PyObject* const exception = std::exchange(qlx_py_env.deferred_exception, nullptr);
+    PyErr_Restore(share(Py_TYPE(exception)).release(), exception,
+                  PyException_GetTraceback(exception));
+    return true;
+}
+
+void defer_pending_exception() noexcept {
+    PyObject* type = nullptr;
+    PyObject* value = nullptr;
+    PyObject* traceback = nullptr;
+    PyErr_Fetch(&type, &value, &traceback);
+    if (type == nullptr) return;
+    PyErr_NormalizeException(&type, &value, &traceback);
+    if (traceback != nullptr) PyException_SetTraceback(value, traceback);
+    Py_XDECREF(type);
+    Py_XDECREF(traceback);
+    if (qlx_py_env.deferred_exception == nullptr) {
+        qlx_py_env.deferred_exception = value;
+    } else {
+        Py_XDECREF(value);
+    }
+}
+
+void set_library_error(PyObject* object) noexcept {
+    if (callback_failed()) return;
+    if (object == nullptr) return raise_global_error("Problem accessing Quilex environment");
+    if (is_problem(object)) {
+        const auto* problem = reinterpret_cast<Problem*>(object);
+        if (raise_error_of_problem(problem->prob)) return;
+        if (raise_error_of_nonlinear_problem(problem->slpprob)) return;
+    } else if (is_branch_object(object)) {
+        const auto* branch = reinterpret_cast<BranchObject*>(object);
+        if (raise_error_of_branch_object(branch->handle)) return;
+        if (branch->problem != nullptr &&
+            raise_error_of_problem(reinterpret_cast<Problem*>(branch->problem)->prob)) {
+            return;
+        }
+    }
+    raise_global_error("Problem in Quilex API reporting");
+}
+
+PyObject* setQlxErrIfNull(PyObject* object, PyObject* result) noexcept {
+    if (result == nullptr) {
+        set_library_error(object);
+    } else if (callback_failed()) {
+        Py_DECREF(result);
+        return nullptr;
+    }
+    return result;
+}
+
+}  // namespace quilex
