@@ -7,9 +7,9 @@ namespace quilex {
 
 struct Constraint {
     PyObject_HEAD
-    uint64_t index;   // serial number
-    PyObject* name;   // null while it is the default name and nobody asked for it
-    PyObject* body;   // null when missing, or released to a problem: read it by constraint_body
+    uint64_t index;  // serial number
+    PyObject* name;  // null while it is the default name and nobody asked for it
+    PyObject* body;  // null when missing, or released to a problem: read it by constraint_body
     double lb;
     double ub;
     uint64_t problem_slot;  // 0, or the address of the problem that the body was released to
@@ -22,8 +22,8 @@ inline bool is_constraint(PyObject* object) noexcept {
            PyType_IsSubtype(Py_TYPE(object), &constraint_type);
 }
 
-// The body; empty when it is missing. Rebuilds a body that was released to a problem (defined by the
-// problem layer). Whoever sets `body` sets `problem_slot` to 0.
+// The body; empty when it is missing. Rebuilds a body that was released to a problem (defined by
+// the problem layer). Whoever sets `body` sets `problem_slot` to 0.
 Ref constraint_body(Constraint* constraint);
 
 // The body; empty when it is missing. Rebuilds a body that was released to a problem (defined by the

@@ -6,7 +6,8 @@
 namespace quilex {
 
 struct SpecialOrderedSet {
-    PyObject_HEAD uint64_t index;  // serial number
+    PyObject_HEAD
+    uint64_t index;  // serial number
     PyObject* name;
     int32_t type;       // 1 or 2
     PyObject* indices;  // list, as the user gave it

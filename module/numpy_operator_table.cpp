@@ -14,7 +14,8 @@ namespace {
 // Stands in for one of numpy's ufuncs: operands with modelling objects go to our ufunc, all else
 // to numpy's own.
 struct Dispatcher {
-    PyObject_HEAD vectorcallfunc call;
+    PyObject_HEAD
+    vectorcallfunc call;
     PyObject* original;  // owned
     int index;           // in model_comparisons
 };

@@ -33,9 +33,9 @@ enum NodeCode : int32_t {
 };
 
 struct NonlinearNode {
-    PyObject_HEAD PyObject*
-        args;    // one operand, a tuple, or (sum and product) a list; null when new
-    int32_t op;  // a NodeCode; -1 when new
+    PyObject_HEAD
+    PyObject* args;  // one operand, a tuple, or (sum and product) a list; null when new
+    int32_t op;      // a NodeCode; -1 when new
 };
 
 extern PyTypeObject nonlinear_type;
