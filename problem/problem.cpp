@@ -1,10 +1,10 @@
 // quilex.problem: creation, release and the type object.
 #include "problem/problem.hpp"
 
-#include "model/type_object.hpp"
 #include "module/boundary.hpp"
 #include "module/library_error.hpp"
 #include "module/live_counts.hpp"
+#include "module/static_type.hpp"
 #include "problem/access.hpp"
 #include "problem/column_batch.hpp"
 #include "problem/controls.hpp"
@@ -200,15 +200,16 @@ PyMemberDef problem_members[] = {
     {"attributes", T_OBJECT_EX, offsetof(Problem, attributes), READONLY, "Problem's attributes"},
     {nullptr, 0, 0, 0, nullptr}};
 
+constexpr char kDoc[] =
+    "quilex.problem(name=None)\n\n"
+    "An optimisation problem: variables, constraints, special ordered sets and an\n"
+    "objective. Problems created later start with the values given to quilex.controls.\n"
+    "A problem belongs to one thread at a time; while one thread solves it, calls from\n"
+    "others raise RuntimeError.";
+
 PyTypeObject make_problem_type() noexcept {
-    PyTypeObject type = blank_type("quilex.problem", sizeof(Problem));
+    PyTypeObject type = static_type("quilex.problem", sizeof(Problem), kDoc);
     type.tp_flags |= Py_TPFLAGS_HAVE_GC | Py_TPFLAGS_BASETYPE;
-    type.tp_doc =
-        "quilex.problem(name=None)\n\n"
-        "An optimisation problem: variables, constraints, special ordered sets and an\n"
-        "objective. Problems created later start with the values given to quilex.controls.\n"
-        "A problem belongs to one thread at a time; while one thread solves it, calls from\n"
-        "others raise RuntimeError.";
     type.tp_new = slot<problem_new>;
     type.tp_init = slot<problem_init>;
     type.tp_dealloc = problem_dealloc;

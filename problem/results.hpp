@@ -9,7 +9,7 @@ enum class ResultKind : int { kSolution = 0, kSlack = 1, kDual = 2, kReducedCost
 inline constexpr int kResultKinds = 4;
 
 // Values by column, not by row.
-inline bool is_by_column(ResultKind kind) noexcept {
+constexpr bool is_by_column(ResultKind kind) noexcept {
     return kind == ResultKind::kSolution || kind == ResultKind::kReducedCost;
 }
 
