@@ -18,6 +18,17 @@ namespace qlx {
 class LiveModel;
 }
 
+namespace qlx {
+
+// What a solve calls now and then on the solving thread, to ask whether it shall stop.
+struct InterruptCheck {
+    int (*call)(QLXprob prob, void* data) = nullptr;
+    void* data = nullptr;
+    std::chrono::milliseconds every{0};
+};
+
+}  // namespace qlx
+
 struct qlx_problem {
     qlx_problem();
     ~qlx_problem();
@@ -53,6 +64,7 @@ struct qlx_problem {
     qlx::Model model;
     qlx::Results results;
     qlx::Messages messages;
+    qlx::InterruptCheck interrupt_check;
     qlx::NonlinearProblem* nonlinear = nullptr;  // the one built on this problem, not owned
 
   private:

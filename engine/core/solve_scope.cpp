@@ -27,6 +27,20 @@ double SolveScope::seconds_left() const noexcept {
     return limit >= kInfinity ? limit : std::max(0.0, limit - seconds());
 }
 
+bool KernelWatch::stop() noexcept {
+    const InterruptCheck& check = problem_.interrupt_check;
+    if (check.call == nullptr || problem_.stop_reason() != 0 ||
+        std::this_thread::get_id() != solving_thread_)
+        return problem_.stop_reason() != 0;
+    const auto now = std::chrono::steady_clock::now();
+    if (now - last_check_ >= check.every) {
+        last_check_ = now;
+        const int reason = check.call(&problem_, check.data);
+        if (reason != 0) problem_.interrupt(reason);
+    }
+    return problem_.stop_reason() != 0;
+}
+
 void KernelWatch::progress(const KernelProgress& progress) noexcept {
     if (progress.seconds < next_line_) return;
     next_line_ = progress.seconds + std::max(1.0, progress.seconds / 10);
