@@ -1,0 +1,39 @@
+"""Fixtures of the problem's tests."""
+
+import pytest
+
+import quilex
+
+
+@pytest.fixture
+def p():
+    """A silent problem."""
+    problem = quilex.problem("test")
+    problem.controls.outputlog = 0
+    return problem
+
+
+@pytest.fixture
+def xs(p):
+    """Six variables of the problem `p`."""
+    variables = [quilex.var(name=f"x{k}", ub=10) for k in range(6)]
+    p.addVariable(variables)
+    return variables
+
+
+@pytest.fixture
+def consistent(p):
+    """Checks that lists, indices and the library agree; to be called at the end of a test."""
+
+    def check(problem=p):
+        for objects, count in (
+            (problem.getVariable(), problem.attributes.cols),
+            (problem.getConstraint(), problem.attributes.rows),
+        ):
+            assert len(objects) == count
+            assert [problem.getIndex(one) for one in objects] == list(range(count))
+        sets = problem.getSOS()
+        assert [problem.getIndex(one) for one in sets] == list(range(len(sets)))
+        return True
+
+    return check
