@@ -33,7 +33,7 @@ def message(action, *arguments):
 
 
 def test_one_value_as_index(model):
-    p, (x, y), (c, d), s = model
+    p, (_, y), (_, d), s = model
     cases = [
         (y, COLUMN, 1),
         ("y", COLUMN, 1),
@@ -53,7 +53,7 @@ def test_one_value_as_index(model):
 
 
 def test_values_that_are_no_index(model):
-    p, (x, _), (c, _), s = model
+    p, (x, _), (c, _), _ = model
     z = quilex.var(name="z")
     other, third = x >= 7, quilex.sos([x], [1], name="t")
     other.name = "other"
@@ -95,7 +95,7 @@ def test_arrays_of_objects(model):
 
 
 def test_objects_for_new_columns(model):
-    p, (x, y), _, _ = model
+    p = model[0]
     quilexlib._add_columns(p, ["a", b"b"], None, None, None, 2, 2)
     quilexlib._add_columns(p, None, ["C", "Binary", "I", "S", "R", "P"], None, None, 4, 6)
     quilexlib._add_columns(p, None, None, [2, 0], "IB", 10, 3)
@@ -122,7 +122,7 @@ def test_new_columns_that_are_refused(model):
 
 
 def test_objects_for_new_rows(model):
-    p, _, (c, d), _ = model
+    p = model[0]
     quilexlib._add_rows(p, ["e", "f"], 2, 2)
     quilexlib._add_rows(p, None, 4, 1)
     names = [item.name for item in p.getConstraint()]
@@ -133,7 +133,7 @@ def test_objects_for_new_rows(model):
 
 
 def test_names_and_letters_of_columns(model):
-    p, (x, y), _, _ = model
+    p = model[0]
     quilexlib._name_columns(p, ["first", "second"], "BI", 0, 2)
     assert [quilexlib._index(p, name, COLUMN) for name in ("first", "second")] == [0, 1]
     assert p.attributes.mipents == 2

@@ -93,7 +93,10 @@ def test_values_that_are_refused(p, name, value, text):
 
 def test_the_library_refuses_values_out_of_range(p):
     before = p.controls.feastol
-    for action in (lambda: setattr(p.controls, "feastol", -1.0), lambda: p.setControl("feastol", 2.0)):
+    for action in (
+        lambda: setattr(p.controls, "feastol", -1.0),
+        lambda: p.setControl("feastol", 2.0),
+    ):
         text = message(action)
         assert "feastol" in text
     assert p.controls.feastol == before
@@ -120,7 +123,7 @@ def test_default_values_are_for_problems_made_afterwards(p):
 def test_reading_several(p):
     both = {"feastol": p.controls.feastol, "seed": p.controls.seed}
     names = list(both)
-    for arguments in (names, [names], [tuple(names)], [iter(names)], [name for name in names]):
+    for arguments in (names, [names], [tuple(names)], [iter(names)]):
         assert p.getControl(*arguments) == both
     assert p.getControl(["seed"]) == {"seed": both["seed"]}
     assert p.getControl([]) == p.getControl(iter(())) == {}
