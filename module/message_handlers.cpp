@@ -92,7 +92,9 @@ Ref quilexmod_addcbmsghandler(PyObject*, PyObject* arguments, PyObject* keywords
     return none();
 }
 
+// Registrations outlive quilex.free(), so that the library may have to be switched on for this.
 int unregister(PyObject* registration, void*) {
+    require_library_on();
     return QLX_ge_removecbmsghandler(wrapper_msghandler, registration);
 }
 

@@ -6,8 +6,8 @@
 
 namespace quilex {
 
-// Appends the body (an operand of any kind) to the row under construction. Throws with a
-// RuntimeError set; the caller then drops the row's entries.
-void convertExpr(Problem* problem, PyObject* body, RowEntries& row);
+// Appends the body, an operand of any kind, to the row under construction, `sign` times. Throws
+// with a RuntimeError set; the caller then abandons the row.
+void convertExpr(PyObject* body, double sign, RowEntries& row);
 
 }  // namespace quilex

@@ -35,9 +35,10 @@ struct Problem {
     int32_t objective_transfer_column;     // -1 when none
     int32_t formula_column;                // column of coefficients without one; -1 when unread
     PyObject* weak_references;
-    RowBatch* pending_rows;        // rows of an addConstraint call that the library lacks
-    ColumnBatch* pending_columns;  // columns of an addVariable call that the library lacks
-    Results* results;              // vectors of the last solve, fetched when asked for
+    RowBatch* rows;                // rows of an addConstraint call that the library lacks yet
+    ColumnBatch* columns;          // columns of an addVariable call that the library lacks yet
+    bool has_pending;              // one of these batches is not empty
+    Results* results;              // vectors of the last solve; null until asked for
     unsigned long solving_thread;  // identifier of the thread in a solve call; 0 when none
 };
 
@@ -51,6 +52,8 @@ inline bool is_problem(PyObject* object) noexcept {
 inline bool is_linear_or_quadratic(const Problem* problem) noexcept {
     return problem->nl_cons < 1 && problem->nl_obj == 0;
 }
+
+extern PyMethodDef identity_methods[];  // name, __reduce__
 
 // Joins the method tables of all themes into problem_type. To be called once, before the type is
 // readied.

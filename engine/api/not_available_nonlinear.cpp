@@ -1,4 +1,5 @@
-// Functions of the nonlinear solver that are declared and not built yet: one row each, removed when built.
+// Functions of the nonlinear solver that are declared and not built yet: one row each, removed when
+// built.
 #include "engine/api/not_available.hpp"
 
 #include <qlx/qlx.h>
@@ -7,26 +8,7 @@
 extern "C" {
 
 // clang-format off
-NOT_AVAILABLE(QSLPinit, nullptr, ())
-NOT_AVAILABLE(QSLPfree, nullptr, ())
-NOT_AVAILABLE(QSLPcreateprob, nullptr, (QSLPprob*, QLXprob))
-NOT_AVAILABLE(QSLPdestroyprob, prob, (QSLPprob prob))
 NOT_AVAILABLE(QSLPcopyprob, dest, (QSLPprob dest, QSLPprob, const char*))
-NOT_AVAILABLE(QSLPgetlasterror, prob, (QSLPprob prob, int*, char*))
-NOT_AVAILABLE(QSLPgetintcontrol, prob, (QSLPprob prob, int, int*))
-NOT_AVAILABLE(QSLPgetdblcontrol, prob, (QSLPprob prob, int, double*))
-NOT_AVAILABLE(QSLPgetstrcontrol, prob, (QSLPprob prob, int, char*))
-NOT_AVAILABLE(QSLPsetintcontrol, prob, (QSLPprob prob, int, int))
-NOT_AVAILABLE(QSLPsetdblcontrol, prob, (QSLPprob prob, int, double))
-NOT_AVAILABLE(QSLPsetstrcontrol, prob, (QSLPprob prob, int, const char*))
-NOT_AVAILABLE(QSLPgetintattrib, prob, (QSLPprob prob, int, int*))
-NOT_AVAILABLE(QSLPgetdblattrib, prob, (QSLPprob prob, int, double*))
-NOT_AVAILABLE(QSLPgetstrattrib, prob, (QSLPprob prob, int, char*))
-NOT_AVAILABLE(QSLPgetptrattrib, prob, (QSLPprob prob, int, void**))
-NOT_AVAILABLE(QSLPsetptrattrib, prob, (QSLPprob prob, int, void*))
-NOT_AVAILABLE(QSLPcopycontrols, dest, (QSLPprob dest, QSLPprob))
-NOT_AVAILABLE(QSLPgetcalist, prob, (QSLPprob prob, const char* const**, const int**, const int**))
-NOT_AVAILABLE(QSLPcontrolname, prob, (QSLPprob prob, int, char*, int*))
 NOT_AVAILABLE(QSLPaddcoefs, prob, (QSLPprob prob, int, const int*, const int*, const double*, const int*, int, const int*, const double*))
 NOT_AVAILABLE(QSLPloadcoefs, prob, (QSLPprob prob, int, const int*, const int*, const double*, const int*, int, const int*, const double*))
 NOT_AVAILABLE(QSLPchgcoef, prob, (QSLPprob prob, int, int, const double*, int, const int*, const double*))
@@ -74,7 +56,6 @@ NOT_AVAILABLE(QSLPvalidformula, prob, (QSLPprob prob, const int*, const double*,
 NOT_AVAILABLE(QSLPtokencount, prob, (QSLPprob prob, const int*, int*))
 NOT_AVAILABLE(QSLPnlpoptimize, prob, (QSLPprob prob, const char*))
 NOT_AVAILABLE(QSLPglobalsol, prob, (QSLPprob prob))
-NOT_AVAILABLE(QSLPinterrupt, prob, (QSLPprob prob, int))
 NOT_AVAILABLE(QSLPgetslpsol, prob, (QSLPprob prob, double*, double*, double*, double*))
 NOT_AVAILABLE(QSLPconstruct, prob, (QSLPprob prob))
 NOT_AVAILABLE(QSLPunconstruct, prob, (QSLPprob prob))
@@ -123,5 +104,4 @@ NOT_AVAILABLE(QSLPsetcbslpend, prob, (QSLPprob prob, QSLPplaincb, void*))
 NOT_AVAILABLE(QSLPsetcbslpnode, prob, (QSLPprob prob, QSLPplaincb, void*))
 NOT_AVAILABLE(QSLPsetcbslpstart, prob, (QSLPprob prob, QSLPplaincb, void*))
 // clang-format on
-
 }

@@ -4,6 +4,9 @@
 #include <algorithm>
 #include <cstring>
 
+#include "engine/core/nonlinear_problem.hpp"
+#include "engine/core/problem.hpp"
+
 namespace qlx {
 
 void LastError::set(int code, const char* text) noexcept {
@@ -36,8 +39,16 @@ int report(std::nullptr_t, int code, const char* text) noexcept {
     return code;
 }
 
-int report(QLXprob, int code, const char* text) noexcept { return report(nullptr, code, text); }
-int report(QSLPprob, int code, const char* text) noexcept { return report(nullptr, code, text); }
+int report(QLXprob prob, int code, const char* text) noexcept {
+    if (prob != nullptr) prob->error.set(code, text);
+    return report(nullptr, code, text);
+}
+
+int report(QSLPprob prob, int code, const char* text) noexcept {
+    if (prob != nullptr) prob->error.set(code, text);
+    return report(nullptr, code, text);
+}
+
 int report(QLXbranchobject, int code, const char* text) noexcept {
     return report(nullptr, code, text);
 }

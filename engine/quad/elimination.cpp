@@ -211,6 +211,12 @@ void SparseFactor::find_rows() {
     }
 }
 
+std::int64_t SparseFactor::work() const noexcept {
+    std::int64_t work = 0;
+    for (const std::int64_t count : count_) work += count * count;
+    return work;
+}
+
 bool SparseFactor::analyze(const SparseColumns& upper, std::int64_t fill_limit) {
     fill_limit = std::min<std::int64_t>(fill_limit, std::numeric_limits<int>::max());
     set_order(upper);

@@ -23,7 +23,7 @@ class Ladder {
     Ladder(const QuadraticModel& model, const ConvexControl& control)
         : model_(model),
           control_(control),
-          small_(!control.large_scale_qp || has_small_factor(model, control.fill_limit)) {}
+          small_(!control.large_scale_qp || has_small_factor(model, control.work_limit)) {}
 
     ConvexResult climb();
 
@@ -68,7 +68,7 @@ bool Ladder::try_kernel(Kernel kernel) {
         PolishedPoint point{answer.x, answer.y, evaluate(model_, answer.x, answer.y)};
         bool polished = false;
         if (point.evaluation.worst() > kSharpEnough && answer.claim != KernelClaim::stopped) {
-            polished = polish(model_, control_.fill_limit, point);
+            polished = polish(model_, control_.work_limit, point);
         }
         if (best_.x.empty() || point.evaluation.worst() < best_.evaluation.worst()) {
             best_ = std::move(point);

@@ -55,7 +55,7 @@ class ActiveSet {
         }
     }
 
-    bool solve(std::int64_t fill_limit);
+    bool solve(std::int64_t work_limit);
     const std::vector<double>& x() const noexcept { return x_; }
     const std::vector<double>& y() const noexcept { return y_; }
 
@@ -131,12 +131,12 @@ std::vector<double> ActiveSet::right_hand_side() const {
     return out;
 }
 
-bool ActiveSet::solve(std::int64_t fill_limit) {
+bool ActiveSet::solve(std::int64_t work_limit) {
     if (order_ == 0) return true;
     SparseColumns scaled = matrix();
     scale(scaled);
     SparseFactor factor;
-    if (!factor.analyze(scaled, fill_limit)) return false;
+    if (!factor.analyze(scaled, work_limit) || factor.work() > work_limit) return false;
     std::vector<double> shift(at(order_), kRegularisation);
     std::vector<signed char> sign(at(order_), 1);
     for (int i = free_columns_; i < order_; ++i) {
@@ -168,9 +168,9 @@ bool ActiveSet::solve(std::int64_t fill_limit) {
 
 }  // namespace
 
-bool polish(const QuadraticModel& model, std::int64_t fill_limit, PolishedPoint& point) {
+bool polish(const QuadraticModel& model, std::int64_t work_limit, PolishedPoint& point) {
     ActiveSet set(model, point);
-    if (!set.solve(fill_limit)) return false;
+    if (!set.solve(work_limit)) return false;
     PolishedPoint candidate{set.x(), set.y(), evaluate(model, set.x(), set.y())};
     if (!(candidate.evaluation.worst() < point.evaluation.worst())) return false;
     point = std::move(candidate);

@@ -15,7 +15,7 @@ struct PolishedPoint {
 };
 
 // Replaces the point where the result's worst residual is smaller; returns whether it was.
-// `fill_limit` bounds the factor: beyond it nothing is done.
-bool polish(const QuadraticModel& model, std::int64_t fill_limit, PolishedPoint& point);
+// Nothing is done where the factorisation takes more than `work_limit` multiplications.
+bool polish(const QuadraticModel& model, std::int64_t work_limit, PolishedPoint& point);
 
 }  // namespace qlx::quad

@@ -199,10 +199,10 @@ KernelAnswer solve_proximal(const QuadraticModel& model, const StopRule& rule, i
     return answer;
 }
 
-bool has_small_factor(const QuadraticModel& model, std::int64_t fill_limit) {
+bool has_small_factor(const QuadraticModel& model, std::int64_t work_limit) {
     const int columns = model.column_count();
     const std::int64_t order = columns + model.row_count();
-    if (order * (order + 1) / 2 <= fill_limit) return true;
+    if (order * order * order / 3 <= work_limit) return true;
     // The pattern of the Karush-Kuhn-Tucker matrix, its upper triangle by columns.
     SparseColumns pattern;
     const SparseColumns by_row = transpose(model.rows);
@@ -215,7 +215,9 @@ bool has_small_factor(const QuadraticModel& model, std::int64_t fill_limit) {
         pattern.start.push_back(static_cast<int>(pattern.index.size()));
     }
     pattern.value.assign(pattern.index.size(), 1.0);
-    return SparseFactor().analyze(pattern, fill_limit);
+    // A column with k entries takes k^2 multiplications, so the entries bound the work from below.
+    SparseFactor factor;
+    return factor.analyze(pattern, work_limit) && factor.work() <= work_limit;
 }
 
 }  // namespace qlx::quad

@@ -32,6 +32,9 @@ class SparseFactor {
 
     std::int64_t fill() const noexcept { return fill_; }
 
+    // Multiplications of one factorisation, roughly: the squared column counts of L added up.
+    std::int64_t work() const noexcept;
+
   private:
     struct Supernode {
         int first;               // first column

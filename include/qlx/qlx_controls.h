@@ -47,7 +47,7 @@ QLX_API int QLXsetdefaults(QLXprob prob);
 
 /* Appends messages to a file from now on; null or empty ends it. */
 QLX_API int QLXsetlogfile(QLXprob prob, const char* filename);
-/* Whether messages with a number are sent: nonzero yes. A null problem means all problems. */
+/* Whether messages with a number are sent: nonzero yes. */
 QLX_API int QLXgetmessagestatus(QLXprob prob, int number, int* status);
 QLX_API int QLXsetmessagestatus(QLXprob prob, int number, int status);
 

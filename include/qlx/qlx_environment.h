@@ -42,6 +42,12 @@ QLX_API int QLXsetprobname(QLXprob prob, const char* name);
  * may be called from any thread, from callbacks and from signal handlers. Without a running solve it
  * does nothing. */
 QLX_API int QLXinterrupt(QLXprob prob, int reason);
+/* Lets every solve of this problem call check(prob, data) on the thread that called the solve, about
+ * every given number of milliseconds (1 ..) while the solver runs; a result other than 0 stops the
+ * solve as QLXinterrupt with that reason does. A null check ends it. One per problem; it is not
+ * copied with the problem. */
+QLX_API int QLXsetinterruptcheck(QLXprob prob, int (*check)(QLXprob prob, void* data), void* data,
+                                 int milliseconds);
 
 #ifdef __cplusplus
 }

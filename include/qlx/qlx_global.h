@@ -12,8 +12,9 @@ extern "C" {
  * code, text (size bytes, cut to fit and closed with NUL) and length may be null. */
 QLX_API int QLX_ge_getlasterror(int* code, char* text, int size, int* length);
 /* Registers a handler for the messages of every problem and of the environment. Handlers of higher
- * priority are called first, equal ones in order of registration; calls come from any thread, one at
- * a time. The handler is called once at registration with a null text and a negative type. */
+ * priority are called first, equal ones in order of registration; calls come from any thread and
+ * may overlap, with no lock of the library held. The handler is called once at registration with a
+ * null text and a negative type. */
 QLX_API int QLX_ge_addcbmsghandler(QLXmsghandler handler, void* data, int priority);
 /* Unregisters: a null handler matches all handlers, a null data all data. */
 QLX_API int QLX_ge_removecbmsghandler(QLXmsghandler handler, void* data);

@@ -1,7 +1,7 @@
 """Random models of every class against brute force.
 
-QUILEX_RANDOM_MODELS sets how many of each class (20 by default; script/verify takes 100). A fault is
-shrunk, and the smallest model is printed as a line that can be pasted into a test.
+QUILEX_RANDOM_MODELS sets how many of each class (20 by default; script/verify takes 100). A fault
+is shrunk, and the smallest model is printed as a line that can be pasted into a test.
 """
 
 import os

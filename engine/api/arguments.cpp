@@ -1,0 +1,154 @@
+// Argument checks. The scans over whole arrays are plain loops that the compiler turns into vector
+// code; only when one fails is the culprit looked for.
+#include "engine/api/arguments.hpp"
+
+#include <cstring>
+
+namespace qlx {
+
+namespace {
+
+constexpr double kLargest = 1.7976931348623157e308;
+
+bool all_numbers(const double* array, std::int64_t count) {
+    bool good = true;
+    for (std::int64_t k = 0; k < count; ++k) good &= array[k] == array[k];
+    return good;
+}
+
+bool all_finite(const double* array, std::int64_t count) {
+    bool good = true;
+    for (std::int64_t k = 0; k < count; ++k) good &= std::fabs(array[k]) < kInfinity;
+    return good;
+}
+
+}  // namespace
+
+void require_index(int index, int limit, const char* name) {
+    if (index >= 0 && index < limit) return;
+    if (limit == 0) fail(QLX_ERROR_ARGUMENT, name, " is ", index, ", but there are none");
+    fail(QLX_ERROR_ARGUMENT, name, " is ", index, ", must be 0 .. ", limit - 1);
+}
+
+void require_indices(const int* array, std::int64_t count, int limit, const char* name) {
+    require_array(array, count, name);
+    if (!environment().checked) return;
+    bool good = true;
+    for (std::int64_t k = 0; k < count; ++k)
+        good &= static_cast<unsigned>(array[k]) < static_cast<unsigned>(limit);
+    if (good) return;
+    for (std::int64_t k = 0; k < count; ++k)
+        if (static_cast<unsigned>(array[k]) >= static_cast<unsigned>(limit))
+            require_index(array[k], limit, join(name, "[", k, "]").c_str());
+}
+
+void require_numbers(const double* array, std::int64_t count, const char* name, bool finite) {
+    require_array(array, count, name);
+    if (!environment().checked) return;
+    if (finite ? all_finite(array, count) : all_numbers(array, count)) return;
+    for (std::int64_t k = 0; k < count; ++k) {
+        if (std::isnan(array[k])) fail(QLX_ERROR_ARGUMENT, name, "[", k, "] is not a number");
+        if (finite && std::fabs(array[k]) >= kInfinity)
+            fail(QLX_ERROR_ARGUMENT, name, "[", k, "] is ", array[k], ", must be below 1e20");
+    }
+}
+
+void require_letters(const char* array, std::int64_t count, const char* alphabet,
+                     const char* name) {
+    require_array(array, count, name);
+    if (!environment().checked) return;
+    bool allowed[256] = {};
+    for (const char* letter = alphabet; *letter != '\0'; ++letter)
+        allowed[static_cast<unsigned char>(*letter)] = true;
+    for (std::int64_t k = 0; k < count; ++k) {
+        if (allowed[static_cast<unsigned char>(array[k])]) continue;
+        const int code = static_cast<unsigned char>(array[k]);
+        if (code >= 32 && code < 127)
+            fail(QLX_ERROR_ARGUMENT, name, "[", k, "] is '", array[k], "', must be one of ",
+                 alphabet);
+        fail(QLX_ERROR_ARGUMENT, name, "[", k, "] has code ", code, ", must be one of ", alphabet);
+    }
+}
+
+void require_bounds(const double* lower, const double* upper, int count) {
+    require_numbers(lower, count, "lb", false);
+    require_numbers(upper, count, "ub", false);
+    if (!environment().checked) return;
+    bool good = true;
+    for (int k = 0; k < count; ++k)
+        good &= lower[k] <= upper[k] && lower[k] < kInfinity && upper[k] > -kInfinity;
+    if (good) return;
+    for (int k = 0; k < count; ++k) {
+        if (lower[k] > upper[k])
+            fail(QLX_ERROR_ARGUMENT, "lb[", k, "] is ", lower[k], ", above ub[", k,
+                 "] = ", upper[k]);
+        if (lower[k] >= kInfinity)
+            fail(QLX_ERROR_ARGUMENT, "lb[", k, "] is ", lower[k], ", must be below 1e20");
+        if (upper[k] <= -kInfinity)
+            fail(QLX_ERROR_ARGUMENT, "ub[", k, "] is ", upper[k], ", must be above -1e20");
+    }
+}
+
+void require_rows(int count, const char* type, const double* rhs, const double* range) {
+    require_letters(type, count, "LGERN", "rowtype");
+    require_numbers(rhs, count, "rhs", false);
+    if (!environment().checked) return;
+    for (int k = 0; k < count; ++k) {
+        // A side that is infinite on its own side says nothing; on the other it can never hold.
+        const bool wrong = (type[k] == 'L' && rhs[k] <= -kInfinity) ||
+                           (type[k] == 'G' && rhs[k] >= kInfinity) ||
+                           ((type[k] == 'E' || type[k] == 'R') && std::fabs(rhs[k]) >= kInfinity);
+        if (wrong)
+            fail(QLX_ERROR_ARGUMENT, "rhs[", k, "] is ", rhs[k], ", not possible for row type '",
+                 type[k], "'");
+        if (type[k] != 'R') continue;
+        if (range == nullptr)
+            fail(QLX_ERROR_ARGUMENT, "range is null, but row ", k, " has type 'R'");
+        if (!(std::fabs(range[k]) <= kLargest))
+            fail(QLX_ERROR_ARGUMENT, "range[", k, "] is ", range[k], ", must be finite");
+    }
+}
+
+void require_range(int first, int last, int count) {
+    require_index(first, count, "first");
+    require_index(last, count, "last");
+    if (first > last) fail(QLX_ERROR_ARGUMENT, "first is ", first, ", above last = ", last);
+}
+
+void require_distinct(const std::int64_t* start, const int* index, int count, int limit,
+                      const char* name) {
+    if (!environment().checked) return;
+    std::vector<int> seen;  // made for the first item whose indices do not ascend
+    for (int item = 0; item < count; ++item) {
+        bool ascending = true;
+        for (std::int64_t k = start[item] + 1; k < start[item + 1]; ++k)
+            ascending &= index[k - 1] < index[k];
+        if (ascending) continue;
+        if (seen.empty()) seen.assign(static_cast<std::size_t>(limit), -1);
+        for (std::int64_t k = start[item]; k < start[item + 1]; ++k) {
+            int& mark = seen[static_cast<std::size_t>(index[k])];
+            if (mark == item)
+                fail(QLX_ERROR_ARGUMENT, name, "[", k, "] is ", index[k],
+                     ", which is given twice in item ", item);
+            mark = item;
+        }
+    }
+}
+
+std::vector<int> deletion_map(const int* indices, int count, int limit, const char* name) {
+    require_array(indices, count, name);
+    std::vector<int> map(static_cast<std::size_t>(limit), 0);
+    for (int k = 0; k < count; ++k) {
+        require_index(indices[k], limit, join(name, "[", k, "]").c_str());
+        int& mark = map[static_cast<std::size_t>(indices[k])];
+        if (mark < 0)
+            fail(QLX_ERROR_ARGUMENT, name, "[", k, "] is ", indices[k], ", which is given twice");
+        mark = -1;
+    }
+    int kept = 0;
+    for (int& entry : map)
+        if (entry == 0) entry = kept++;
+    return map;
+}
+
+}  // namespace qlx

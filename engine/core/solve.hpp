@@ -1,0 +1,17 @@
+// Solving a problem: the entry points, and the dispatch by class of problem.
+#pragma once
+
+#include "engine/core/problem_fwd.hpp"
+
+namespace qlx {
+
+// The outcome is in the problem's results; Error is thrown for what cannot be solved.
+void solve_without_integrality(Problem& problem, const char* flags);
+void solve_with_integrality(Problem& problem, const char* flags);
+
+// By class; the caller has checked it.
+class SolveScope;
+void solve_lp(Problem& problem, const SolveScope& scope, const char* flags);
+void solve_mip(Problem& problem, const SolveScope& scope, const char* flags);
+
+}  // namespace qlx

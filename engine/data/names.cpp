@@ -1,0 +1,119 @@
+// Storing and finding names.
+#include "engine/data/names.hpp"
+
+#include <algorithm>
+#include <cstdio>
+#include <functional>
+
+namespace qlx {
+
+std::string_view Names::text(int index, char (&buffer)[40]) const {
+    const auto place = static_cast<std::size_t>(index);
+    const std::int64_t reference = place < reference_.size() ? reference_[place] : kNone;
+    if (reference >= 0) return pool_.c_str() + reference;
+    const long long number = reference == kNone ? index + 1LL : -2 - reference;
+    const int length = std::snprintf(buffer, sizeof buffer, "%s%lld", prefix_, number);
+    return {buffer, static_cast<std::size_t>(length)};
+}
+
+std::string Names::name(int index) const {
+    char buffer[40];
+    return std::string(text(index, buffer));
+}
+
+void Names::insert_into_table(int index) {
+    char buffer[40];
+    const std::size_t mask = table_.size() - 1;
+    std::size_t slot = std::hash<std::string_view>{}(text(index, buffer)) & mask;
+    while (table_[slot] >= 0) slot = (slot + 1) & mask;
+    table_[slot] = index;
+}
+
+void Names::grow_table(int count) {
+    std::size_t size = 64;
+    while (size < 2 * static_cast<std::size_t>(count)) size *= 2;
+    if (size <= table_.size()) return;
+    table_.assign(size, -1);
+    indexed_ = 0;
+}
+
+void Names::index_up_to(int count) {
+    grow_table(count);
+    for (; indexed_ < count; ++indexed_) insert_into_table(indexed_);
+}
+
+int Names::find(std::string_view name, int count) {
+    index_up_to(count);
+    char buffer[40];
+    const std::size_t mask = table_.size() - 1;
+    int found = -1;
+    for (std::size_t slot = std::hash<std::string_view>{}(name)&mask; table_[slot] >= 0;
+         slot = (slot + 1) & mask) {
+        const int index = table_[slot];
+        const bool first = found < 0 || index < found;
+        if (index < count && first && text(index, buffer) == name) found = index;
+    }
+    return found;
+}
+
+std::size_t Names::longest(int count) {
+    char buffer[40];
+    for (; longest_of_ < count; ++longest_of_)
+        longest_ = std::max(longest_, text(longest_of_, buffer).size());
+    return longest_;
+}
+
+void Names::put(int index, std::int64_t reference) {
+    const auto place = static_cast<std::size_t>(index);
+    if (place >= reference_.size()) reference_.resize(place + 1, kNone);
+    reference_[place] = reference;
+    if (index < indexed_) {
+        table_.clear();
+        indexed_ = 0;
+    }
+    if (index < longest_of_) {
+        longest_ = 0;
+        longest_of_ = 0;
+    }
+}
+
+void Names::set(int index, std::string_view name) {
+    const auto offset = static_cast<std::int64_t>(pool_.size());
+    pool_.append(name);
+    pool_.push_back('\0');
+    put(index, offset);
+}
+
+void Names::set_number(int index, std::int64_t number) {
+    put(index, -2 - number);
+}
+
+void Names::delete_items(const std::vector<int>& new_index) {
+    std::string pool;
+    std::vector<std::int64_t> reference;
+    for (std::size_t index = 0; index < std::min(new_index.size(), reference_.size()); ++index) {
+        if (new_index[index] < 0) continue;
+        std::int64_t kept = reference_[index];
+        if (kept >= 0) {
+            const char* text = pool_.c_str() + kept;
+            kept = static_cast<std::int64_t>(pool.size());
+            pool.append(text);
+            pool.push_back('\0');
+        }
+        reference.push_back(kept);
+    }
+    clear();
+    pool_.swap(pool);
+    reference_.swap(reference);
+}
+
+void Names::clear() {
+    reference_.clear();
+    pool_.clear();
+    table_.clear();
+    indexed_ = 0;
+    longest_ = 0;
+    longest_of_ = 0;
+}
+
+}  // namespace qlx

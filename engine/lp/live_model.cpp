@@ -1,0 +1,213 @@
+// Handing a model to a kernel, whole or by its changes.
+#include "engine/lp/live_model.hpp"
+
+#include <algorithm>
+#include <limits>
+
+#include "engine/core/errors.hpp"
+
+namespace qlx {
+
+namespace {
+
+std::size_t at(std::int64_t index) {
+    return static_cast<std::size_t>(index);
+}
+
+void require(bool accepted, const char* what) {
+    if (!accepted) fail(QLX_ERROR_SOLVER, "the solver refused ", what);
+}
+
+void sort_and_deduplicate(std::vector<int>& list) {
+    std::sort(list.begin(), list.end());
+    list.erase(std::unique(list.begin(), list.end()), list.end());
+}
+
+// Turns compressed rows into compressed columns.
+void transpose(RowMatrix& matrix, KernelModel& out) {
+    const auto& starts = matrix.starts();
+    const auto& columns = matrix.columns();
+    const auto& values = matrix.values();
+    if (starts.back() > std::numeric_limits<int>::max())
+        fail(QLX_ERROR_UNSUPPORTED, "the matrix has ", starts.back(),
+             " entries, the solver takes at most ", std::numeric_limits<int>::max());
+    out.start.assign(at(out.num_cols) + 1, 0);
+    for (const int col : columns) ++out.start[at(col) + 1];
+    for (std::size_t col = 0; col < at(out.num_cols); ++col) out.start[col + 1] += out.start[col];
+    out.row.resize(columns.size());
+    out.value.resize(columns.size());
+    // start[col] runs through the column and ends at the next one's start.
+    for (int row = 0; row < out.num_rows; ++row) {
+        for (auto k = at(starts[at(row)]); k < at(starts[at(row) + 1]); ++k) {
+            const auto place = at(out.start[at(columns[k])]++);
+            out.row[place] = row;
+            out.value[place] = values[k];
+        }
+    }
+    for (std::size_t col = at(out.num_cols); col > 0; --col) out.start[col] = out.start[col - 1];
+    out.start[0] = 0;
+}
+
+}  // namespace
+
+std::vector<char> integer_flags(const Model& model) {
+    std::vector<char> flags(at(model.num_cols()), 0);
+    for (std::size_t col = 0; col < flags.size(); ++col) {
+        const char type = model.col_type()[col];
+        flags[col] = type == 'I' || type == 'B';
+    }
+    return flags;
+}
+
+KernelModel kernel_model(Model& model) {
+    KernelModel out;
+    out.num_cols = model.num_cols();
+    out.num_rows = model.num_rows();
+    out.cost = model.obj();
+    out.lower = model.lb();
+    out.upper = model.ub();
+    out.row_lower.resize(at(out.num_rows));
+    out.row_upper.resize(at(out.num_rows));
+    for (int row = 0; row < out.num_rows; ++row) {
+        const Sides sides = model.sides(row);
+        out.row_lower[at(row)] = sides.lower;
+        out.row_upper[at(row)] = sides.upper;
+    }
+    transpose(model.matrix(), out);
+    if (model.num_entities() > 0) out.integer = integer_flags(model);
+    out.constant = model.constant();
+    out.maximise = model.sense() < 0;
+    return out;
+}
+
+void LiveModel::synchronise(Model& model, double matrix_tolerance) {
+    ChangeLog& changes = model.changes();
+    const auto coefficients = static_cast<std::int64_t>(changes.changed_coefficients().size());
+    const bool many = coefficients > 1000 && coefficients > model.matrix().num_entries() / 10;
+    if (changes.needs_rebuild() || many || model.num_cols() < num_cols_ ||
+        model.num_rows() < num_rows_)
+        hand_over(model, matrix_tolerance);
+    else
+        forward(model);
+    num_cols_ = model.num_cols();
+    num_rows_ = model.num_rows();
+    changes.start_listening();
+}
+
+void LiveModel::hand_over(Model& model, double matrix_tolerance) {
+    require(kernel_.load(kernel_model(model), matrix_tolerance), "the model");
+}
+
+void LiveModel::forward(Model& model) {
+    ChangeLog& changes = model.changes();
+    const bool grown = model.num_cols() > num_cols_;
+    if (grown) forward_columns(model);
+    if (model.num_rows() > num_rows_) forward_rows(model);
+    if (!changes.changed_bounds().empty()) forward_bounds(model);
+    if (!changes.changed_sides().empty()) forward_sides(model);
+    if (!changes.changed_costs().empty()) forward_costs(model);
+    if (!changes.changed_coefficients().empty()) forward_coefficients(model);
+    if (changes.objective_changed())
+        require(kernel_.change_objective(model.sense() < 0, model.constant()), "the objective");
+    if (changes.integrality_changed() || (grown && model.num_entities() > 0))
+        require(kernel_.change_integrality(integer_flags(model)), "the column types");
+}
+
+// New columns with their entries in rows that the kernel has.
+void LiveModel::forward_columns(Model& model) {
+    const int count = model.num_cols() - num_cols_;
+    std::vector<Entry> entries;
+    for (const auto& [row, col] : model.changes().changed_coefficients())
+        if (col >= num_cols_ && row < num_rows_) entries.push_back({row, col, 0.0});
+    std::sort(entries.begin(), entries.end(), [](const Entry& a, const Entry& b) {
+        return a.col != b.col ? a.col < b.col : a.row < b.row;
+    });
+    std::vector<int> start(at(count) + 1, 0);
+    std::vector<int> rows;
+    std::vector<double> values;
+    for (std::size_t k = 0; k < entries.size(); ++k) {
+        const Entry& entry = entries[k];
+        if (k > 0 && entries[k - 1].col == entry.col && entries[k - 1].row == entry.row) continue;
+        const double value = model.matrix().at(entry.row, entry.col);
+        if (value == 0) continue;
+        rows.push_back(entry.row);
+        values.push_back(value);
+        ++start[at(entry.col - num_cols_) + 1];
+    }
+    for (std::size_t k = 1; k < start.size(); ++k) start[k] += start[k - 1];
+    const auto first = at(num_cols_);
+    require(kernel_.add_columns(count, &model.obj()[first], &model.lb()[first], &model.ub()[first],
+                                start.data(), rows.data(), values.data()),
+            "new columns");
+}
+
+void LiveModel::forward_rows(Model& model) {
+    const int count = model.num_rows() - num_rows_;
+    const auto& starts = model.matrix().starts();
+    const std::int64_t first = starts[at(num_rows_)];
+    if (starts.back() > std::numeric_limits<int>::max())
+        fail(QLX_ERROR_UNSUPPORTED, "the matrix has ", starts.back(),
+             " entries, the solver takes at most ", std::numeric_limits<int>::max());
+    std::vector<int> start(at(count) + 1);
+    std::vector<double> lower(at(count));
+    std::vector<double> upper(at(count));
+    for (int k = 0; k <= count; ++k)
+        start[at(k)] = static_cast<int>(starts[at(num_rows_ + k)] - first);
+    for (int k = 0; k < count; ++k) {
+        const Sides sides = model.sides(num_rows_ + k);
+        lower[at(k)] = sides.lower;
+        upper[at(k)] = sides.upper;
+    }
+    require(kernel_.add_rows(count, lower.data(), upper.data(), start.data(),
+                             model.matrix().columns().data() + first,
+                             model.matrix().values().data() + first),
+            "new rows");
+}
+
+void LiveModel::forward_bounds(Model& model) {
+    std::vector<int>& cols = model.changes().changed_bounds();
+    sort_and_deduplicate(cols);
+    std::vector<double> lower;
+    std::vector<double> upper;
+    for (const int col : cols) {
+        lower.push_back(model.lb()[at(col)]);
+        upper.push_back(model.ub()[at(col)]);
+    }
+    require(kernel_.change_bounds(static_cast<int>(cols.size()), cols.data(), lower.data(),
+                                  upper.data()),
+            "changed bounds");
+}
+
+void LiveModel::forward_sides(Model& model) {
+    std::vector<int>& rows = model.changes().changed_sides();
+    sort_and_deduplicate(rows);
+    std::vector<double> lower;
+    std::vector<double> upper;
+    for (const int row : rows) {
+        const Sides sides = model.sides(row);
+        lower.push_back(sides.lower);
+        upper.push_back(sides.upper);
+    }
+    require(kernel_.change_sides(static_cast<int>(rows.size()), rows.data(), lower.data(),
+                                 upper.data()),
+            "changed right-hand sides");
+}
+
+void LiveModel::forward_costs(Model& model) {
+    std::vector<int>& cols = model.changes().changed_costs();
+    sort_and_deduplicate(cols);
+    std::vector<double> costs;
+    for (const int col : cols) costs.push_back(model.obj()[at(col)]);
+    require(kernel_.change_costs(static_cast<int>(cols.size()), cols.data(), costs.data()),
+            "changed costs");
+}
+
+// Changes in rows and columns that the kernel had before; the rest came with those.
+void LiveModel::forward_coefficients(Model& model) {
+    for (const auto& [row, col] : model.changes().changed_coefficients())
+        if (row < num_rows_ && col < num_cols_)
+            require(kernel_.change_coefficient(row, col, model.matrix().at(row, col)),
+                    "a changed coefficient");
+}
+
+}  // namespace qlx

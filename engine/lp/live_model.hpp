@@ -1,0 +1,38 @@
+// Keeps a kernel's copy of a model up to date with the model store.
+#pragma once
+
+#include "engine/data/model.hpp"
+#include "engine/lp/lp_kernel.hpp"
+
+namespace qlx {
+
+// The kernel holds the model's columns and rows one to one, integer columns as integer ones. Other
+// types, sets, indicators and quadratic terms are not in it.
+class LiveModel {
+  public:
+    // Small changes since the last call are forwarded, so that the basis is kept; else the model is
+    // handed over whole. Throws Error when the kernel refuses.
+    void synchronise(Model& model, double matrix_tolerance);
+    [[nodiscard]] LpKernel& kernel() noexcept { return kernel_; }
+
+  private:
+    void hand_over(Model& model, double matrix_tolerance);
+    void forward(Model& model);
+    void forward_columns(Model& model);
+    void forward_rows(Model& model);
+    void forward_bounds(Model& model);
+    void forward_sides(Model& model);
+    void forward_costs(Model& model);
+    void forward_coefficients(Model& model);
+
+    LpKernel kernel_;
+    int num_cols_ = 0;  // in the kernel
+    int num_rows_ = 0;
+};
+
+// The whole model as a kernel takes it; also the start of a reformulation.
+[[nodiscard]] KernelModel kernel_model(Model& model);
+// One flag per column: integer, binary or semi-integer.
+[[nodiscard]] std::vector<char> integer_flags(const Model& model);
+
+}  // namespace qlx

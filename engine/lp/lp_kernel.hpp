@@ -1,0 +1,136 @@
+// A linear or mixed-integer kernel: one live HiGHS object. No std::string may appear here, as the
+// kernel is compiled with another string ABI than the rest.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+namespace qlx {
+
+// A model as the kernel takes it over; the matrix is by columns.
+struct KernelModel {
+    int num_cols = 0;
+    int num_rows = 0;
+    std::vector<double> cost, lower, upper;
+    std::vector<double> row_lower, row_upper;
+    std::vector<int> start, row;
+    std::vector<double> value;
+    std::vector<char> integer;  // 1 integer, 0 continuous; empty: all continuous
+    double constant = 0;
+    bool maximise = false;
+};
+
+enum class KernelMethod { kAutomatic, kDualSimplex, kPrimalSimplex, kInteriorPoint, kFirstOrder };
+
+struct KernelOptions {
+    KernelMethod method = KernelMethod::kAutomatic;
+    bool presolve = true;
+    bool crossover = true;
+    bool relax = false;  // ignore integrality
+    int iteration_limit = 2147483647;
+    int node_limit = 2147483647;
+    int solution_limit = 2147483647;
+    int threads = 1;
+    int seed = 0;
+    double time_limit = 1e20;
+    double feasibility_tolerance = 1e-7;
+    double optimality_tolerance = 1e-7;
+    double integrality_tolerance = 1e-6;
+    double relative_gap = 1e-6;
+    double absolute_gap = 1e-9;
+    double cutoff = 1e20;  // only better objective values are of interest; beyond 1e20: none
+    double matrix_tolerance = 1e-9;
+
+    bool operator==(const KernelOptions&) const = default;
+};
+
+enum class KernelOutcome {
+    kOptimal,
+    kInfeasible,
+    kUnbounded,
+    kInfeasibleOrUnbounded,
+    kCutoff,
+    kIterationLimit,
+    kTimeLimit,
+    kSearchLimit,  // nodes or solutions
+    kInterrupted,
+    kMemory,
+    kUnknown,
+    kError
+};
+
+// Where a running solve stands.
+struct KernelProgress {
+    double seconds = 0;
+    bool tree = false;  // of a tree search, else of an LP
+    std::int64_t iterations = 0;
+    double objective = 0;  // of the LP
+    std::int64_t nodes = 0;
+    double best_solution = 0;
+    double best_bound = 0;
+};
+
+// What a solve calls back; on the solving thread or, in a parallel tree search, a worker of it.
+class KernelEvents {
+  public:
+    virtual ~KernelEvents() = default;
+    // True stops the solve.
+    virtual bool stop() noexcept = 0;
+    virtual void progress(const KernelProgress& progress) noexcept = 0;
+    // A new best integer point.
+    virtual void solution(const double* x, int num_cols) noexcept = 0;
+};
+
+struct KernelResult {
+    KernelOutcome outcome = KernelOutcome::kUnknown;
+    bool has_point = false;
+    bool has_duals = false;
+    double best_bound = 0;  // tree search only
+    std::int64_t nodes = 0;
+    std::int64_t simplex_iterations = 0;
+    std::int64_t interior_iterations = 0;
+    std::int64_t first_order_iterations = 0;
+};
+
+class LpKernel {
+  public:
+    LpKernel();
+    ~LpKernel();
+    LpKernel(LpKernel&&) noexcept;
+    LpKernel& operator=(LpKernel&&) noexcept;
+
+    // Each of these is false when HiGHS refuses.
+    [[nodiscard]] bool load(KernelModel&& model, double matrix_tolerance);
+    [[nodiscard]] bool add_columns(int count, const double* cost, const double* lower,
+                                   const double* upper, const int* start, const int* row,
+                                   const double* value);
+    [[nodiscard]] bool add_rows(int count, const double* lower, const double* upper,
+                                const int* start, const int* col, const double* value);
+    // Indices ascend.
+    [[nodiscard]] bool change_bounds(int count, const int* cols, const double* lower,
+                                     const double* upper);
+    [[nodiscard]] bool change_sides(int count, const int* rows, const double* lower,
+                                    const double* upper);
+    [[nodiscard]] bool change_costs(int count, const int* cols, const double* cost);
+    [[nodiscard]] bool change_coefficient(int row, int col, double value);
+    [[nodiscard]] bool change_objective(bool maximise, double constant);
+    // One flag per column.
+    [[nodiscard]] bool change_integrality(const std::vector<char>& integer);
+    // A complete point to start the next tree search from.
+    [[nodiscard]] bool set_start(const double* x, int num_cols);
+    void forget_basis();
+
+    [[nodiscard]] KernelResult solve(const KernelOptions& options, KernelEvents& events);
+
+    // Of the last solve; empty where there is none.
+    [[nodiscard]] const std::vector<double>& col_value() const;
+    [[nodiscard]] const std::vector<double>& col_dual() const;
+    [[nodiscard]] const std::vector<double>& row_dual() const;
+
+  private:
+    struct Live;
+    std::unique_ptr<Live> live_;
+};
+
+}  // namespace qlx

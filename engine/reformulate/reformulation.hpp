@@ -1,0 +1,16 @@
+// States what a kernel has no words for (sets, indicators, semi-continuous, semi-integer and
+// partial integer columns) with binary columns and linear rows.
+#pragma once
+
+#include "engine/data/model.hpp"
+#include "engine/lp/lp_kernel.hpp"
+
+namespace qlx {
+
+[[nodiscard]] bool needs_reformulation(const Model& model);
+// The model's own columns come first, so that a point of the result begins with a point of the
+// model. Bounds come from the columns, tightened by propagation. Throws Error naming the column or
+// row for which no bound of at most big_m can be derived.
+[[nodiscard]] KernelModel reformulate(Model& model, double big_m);
+
+}  // namespace qlx

@@ -1,0 +1,29 @@
+// Ctrl-C while the library solves.
+#include "problem/interrupt.hpp"
+
+#include "module/interpreter_lock.hpp"
+#include "module/library_error.hpp"
+
+namespace quilex {
+
+namespace {
+
+// Short enough to feel immediate; long enough not to hold up other Python threads, from which each
+// look takes the interpreter lock away.
+constexpr int kMillisecondsBetweenLooks = 50;
+
+// Called by the library on the thread that called solve. Signals are handled on the main thread
+// only; elsewhere PyErr_CheckSignals does nothing.
+int stop_if_signalled(QLXprob, void*) {
+    const GilAcquire lock;
+    return PyErr_Occurred() != nullptr || PyErr_CheckSignals() != 0 ? QLX_STOP_CTRLC : 0;
+}
+
+}  // namespace
+
+void watch_signals_during_solves(Problem* problem) {
+    require_library(nullptr, QLXsetinterruptcheck(problem->prob, stop_if_signalled, nullptr,
+                                                  kMillisecondsBetweenLooks));
+}
+
+}  // namespace quilex

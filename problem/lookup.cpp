@@ -1,0 +1,100 @@
+// getVariable, getConstraint, getSOS, getIndex.
+#include "bridge/conversion.hpp"
+#include "bridge/integers.hpp"
+#include "module/boundary.hpp"
+#include "problem/access.hpp"
+#include "problem/building.hpp"
+#include "problem/object_list.hpp"
+#include "problem/selection.hpp"
+#include "problem/walker.hpp"
+
+namespace quilex {
+
+namespace {
+
+// Looks up every leaf index; the result is a list in walking order.
+class LookupWalker final : public ArgumentWalker {
+  public:
+    LookupWalker(Problem* problem, ObjectKind kind)
+        : ArgumentWalker(kDepthOfVariables),
+          problem_(problem),
+          kind_(kind),
+          result_(require(PyList_New(0))) {}
+    Ref take() noexcept { return std::move(result_); }
+
+  private:
+    void leaf(PyObject* object) override {
+        const int index = require_index(problem_, object, static_cast<ElementKind>(kind_));
+        PyObject* const objects = objects_of(problem_, kind_);
+        if (index < 0 || index >= object_count(objects)) raise_runtime_error("Index out of range");
+        append_object(result_.get(), PyList_GET_ITEM(objects, index));
+    }
+    bool is_plain_leaf(PyTypeObject* type) const noexcept override { return type == &PyLong_Type; }
+
+    Problem* problem_;
+    ObjectKind kind_;
+    Ref result_;
+};
+
+Ref range_of_objects(const Selection& selection, PyObject* objects) {
+    if (selection.index != nullptr) {
+        raise_runtime_error(
+            "Parameters 'first' and 'last' cannot be specified if 'index' is also specified");
+    }
+    if (selection.first < 0 || selection.last < 0) {
+        raise_runtime_error("Parameters 'first' and 'last' must be both nonnegative when specified");
+    }
+    const int count = object_count(objects);
+    if (selection.first >= count || selection.last >= count) {
+        raise_runtime_error("Parameters 'first' and 'last' are out of range");
+    }
+    return require(PyList_GetSlice(objects, selection.first, selection.last + 1));
+}
+
+template <ObjectKind Kind>
+Ref lookup_method(PyObject* self, PyObject* arguments, PyObject* keywords) {
+    const Selection selection = parse_selection(arguments, keywords);
+    Problem* const problem = reading(self);
+    PyObject* const objects = objects_of(problem, Kind);
+    if (selection.first >= 0 || selection.last >= 0) return range_of_objects(selection, objects);
+    if (selection.index == nullptr || selection.index == Py_None) {
+        return require(PyList_GetSlice(objects, 0, PyList_GET_SIZE(objects)));
+    }
+    if (is_integer(selection.index)) {
+        return Ref::share(require_borrowed(
+            PyList_GetItem(objects, static_cast<Py_ssize_t>(int64_value(selection.index)))));
+    }
+    LookupWalker walker(problem, Kind);
+    walker.walk(&selection.index, 1);
+    return walker.take();
+}
+
+Ref problem_getIndex(PyObject* self, PyObject* object) {
+    Problem* const problem = reading(self);
+    bool known = false;
+    const int index = index_in_problem(problem, object, &known);
+    if (index == IndexMap::kMissing) {
+        raise_runtime_error("Incorrect object(s) passed: need variable, constraint, or SOS");
+    }
+    return require(PyLong_FromLong(index));
+}
+
+}  // namespace
+
+PyMethodDef lookup_methods[] = {
+    {"getVariable", method<lookup_method<ObjectKind::kVariable>>, METH_VARARGS | METH_KEYWORDS,
+     "getVariable(index=None, first=-1, last=-1)\n--\n\n"
+     "The variable at an index, a list of those at a nested list of indices, or of those from\n"
+     "`first` to `last`; without arguments a list of all, in the order of the columns."},
+    {"getConstraint", method<lookup_method<ObjectKind::kConstraint>>, METH_VARARGS | METH_KEYWORDS,
+     "getConstraint(index=None, first=-1, last=-1)\n--\n\n"
+     "The constraint at an index, or a list of constraints, chosen as in getVariable."},
+    {"getSOS", method<lookup_method<ObjectKind::kSet>>, METH_VARARGS | METH_KEYWORDS,
+     "getSOS(index=None, first=-1, last=-1)\n--\n\n"
+     "The special ordered set at an index, or a list of sets, chosen as in getVariable."},
+    {"getIndex", method<problem_getIndex>, METH_O,
+     "getIndex(object)\n--\n\n"
+     "The index of a variable (its column), a constraint (its row) or a special ordered set."},
+    {nullptr, nullptr, 0, nullptr}};
+
+}  // namespace quilex

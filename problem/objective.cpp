@@ -1,0 +1,98 @@
+// setObjective.
+#include "model/operand.hpp"
+#include "module/boundary.hpp"
+#include "module/library_error.hpp"
+#include "nonlinear/convert.hpp"
+#include "problem/access.hpp"
+#include "problem/building.hpp"
+#include "problem/object_list.hpp"
+
+namespace quilex {
+
+namespace {
+
+enum Sense : long { kMinimize = 1, kMaximize = -1 };
+
+void require_objective(PyObject* objective) {
+    if (classify(objective) != kInvalid) return;
+    if (is_numpy_array(objective) || PySequence_Check(objective)) {
+        raise_runtime_error("Only one objective can be set, passed a sequence or NumPy array");
+    }
+    raise_runtime_error("Invalid object set as objective");
+}
+
+// Replaces all linear coefficients and the constant, touching only the columns that have, or get, a
+// coefficient.
+void set_linear_part(Problem* problem, const RowEntries& entries) {
+    PyObject* const self = as_object(problem);
+    const int count = object_count(problem->variables);
+    std::vector<double> values(static_cast<size_t>(count));
+    if (count > 0) require_library(self, QLXgetobj(problem->prob, values.data(), 0, count - 1));
+    std::vector<int> columns = {-1};  // the constant's place
+    std::vector<double> coefficients = {entries.constant};
+    for (int column = 0; column < count; ++column) {
+        double& value = values[static_cast<size_t>(column)];
+        if (value == 0.0) continue;
+        value = 0.0;
+        columns.push_back(column);
+    }
+    for (size_t i = 0; i < entries.columns.size(); ++i) {
+        values[static_cast<size_t>(entries.columns[i])] = entries.coefficients[i];
+    }
+    for (size_t i = 1; i < columns.size(); ++i) {
+        double& value = values[static_cast<size_t>(columns[i])];
+        coefficients.push_back(value);
+        value = 0.0;  // done
+    }
+    for (size_t i = 0; i < entries.columns.size(); ++i) {
+        if (values[static_cast<size_t>(entries.columns[i])] == 0.0) continue;
+        columns.push_back(entries.columns[i]);
+        coefficients.push_back(entries.coefficients[i]);
+    }
+    require_library(self, QLXchgobj(problem->prob, static_cast<int>(columns.size()),
+                                    columns.data(), coefficients.data()));
+}
+
+void set_quadratic_part(Problem* problem, const RowEntries& entries) {
+    PyObject* const self = as_object(problem);
+    require_library(self, QLXdelqmatrix(problem->prob, -1));
+    if (entries.first_columns.empty()) return;
+    require_library(self, QLXchgmqobj64(problem->prob,
+                                        static_cast<int64_t>(entries.first_columns.size()),
+                                        entries.first_columns.data(),
+                                        entries.second_columns.data(),
+                                        entries.quadratic_coefficients.data()));
+}
+
+Ref problem_setObjective(PyObject* self, PyObject* arguments, PyObject* keywords) {
+    static const char* names[] = {"objective", "sense", nullptr};
+    PyObject* objective = nullptr;
+    long sense = kMinimize;
+    if (!PyArg_ParseTupleAndKeywords(arguments, keywords, "O|l", const_cast<char**>(names),
+                                     &objective, &sense)) {
+        throw PythonFailure();
+    }
+    if (sense != kMinimize && sense != kMaximize) raise_runtime_error("Invalid optimization sense");
+    Problem* const problem = changing(self);
+    require_objective(objective);
+    // Converted before anything is changed, so that a wrong objective leaves the old one in place.
+    RowEntries entries;
+    entries.begin_row(problem, nullptr);
+    convertExpr(objective, 1.0, entries);
+    entries.end_row();
+    set_linear_part(problem, entries);
+    set_quadratic_part(problem, entries);
+    require_library(self, QLXchgobjsense(problem->prob, static_cast<int>(sense)));
+    return none();
+}
+
+}  // namespace
+
+PyMethodDef objective_methods[] = {
+    {"setObjective", method<problem_setObjective>, METH_VARARGS | METH_KEYWORDS,
+     "setObjective(objective, sense=quilex.minimize)\n--\n\n"
+     "Replace the objective by a number, variable, term or expression, to be minimised or\n"
+     "maximised (quilex.minimize, quilex.maximize). A constant counts in getObjVal()."},
+    {nullptr, nullptr, 0, nullptr}};
+
+}  // namespace quilex

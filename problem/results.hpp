@@ -1,0 +1,35 @@
+// The vectors of the last solve: values, slacks, duals and reduced costs.
+#pragma once
+
+#include "problem/problem.hpp"
+
+namespace quilex {
+
+enum class ResultKind : int { kSolution = 0, kSlack = 1, kDual = 2, kReducedCost = 3 };
+inline constexpr int kResultKinds = 4;
+
+// Values by column, not by row.
+constexpr bool is_by_column(ResultKind kind) noexcept {
+    return kind == ResultKind::kSolution || kind == ResultKind::kReducedCost;
+}
+
+// A cache of the vectors that were asked for since the last change of the problem.
+struct Results {
+    std::vector<double> values[kResultKinds];
+    bool valid[kResultKinds] = {};
+
+    void drop() noexcept {
+        for (bool& flag : valid) flag = false;
+    }
+};
+
+// Whether the model has integer columns, sets or indicators, so that its solves are tree searches.
+bool is_integer_problem(Problem* problem);
+
+// The vector of a kind, from the cache or fetched now. Throws when there is no solution.
+const std::vector<double>& result_vector(Problem* problem, ResultKind kind);
+
+extern PyMethodDef result_methods[];
+extern PyMethodDef result_array_methods[];
+
+}  // namespace quilex

@@ -1,0 +1,58 @@
+// The pending batch of rows: constraints collected by addConstraint, sent to the library together.
+#pragma once
+
+#include "model/constraint.hpp"
+#include "problem/name_batch.hpp"
+#include "problem/row_entries.hpp"
+
+namespace quilex {
+
+// The library's form of lower <= body <= upper.
+struct RowSide {
+    char type;     // 'L', 'G', 'E', 'R' or 'N'
+    double rhs;
+    double range;  // of 'R' rows: upper - lower
+};
+
+// Type, right-hand side and range of a row; `rhs` is minus the body's constant and gets the bound
+// added.
+RowSide getRhsSense(double lower, double upper, double rhs) noexcept;
+
+class RowBatch {
+  public:
+    // Checks a constraint, enters it in the problem's list and map and appends its row. Throws, and
+    // then nothing has changed.
+    void collect(Problem* problem, PyObject* object);
+    // Hands the rows to the library. Where that fails, takes their constraints out of the problem
+    // again and throws.
+    void flush(Problem* problem);
+
+    bool empty() const noexcept { return types_.empty(); }
+    // Large enough to be sent: keeps the arrays in the cache and the memory small.
+    bool full() const noexcept {
+        return types_.size() >= kFullRows || entries_.columns.size() >= kFullEntries;
+    }
+
+  private:
+    static constexpr size_t kFullRows = 4096;
+    static constexpr size_t kFullEntries = 65536;
+
+    int row_count() const noexcept { return static_cast<int>(types_.size()); }
+    void append_row(const Problem* problem, Constraint* constraint);
+    void drop_rows_from(size_t row) noexcept;
+    int send(QLXprob prob, bool* added) const;
+    int send_quadratic(QLXprob prob) const;
+    void undo(Problem* problem, bool added) noexcept;
+    void restore_pending_bodies(Problem* problem) const;
+
+    int base_ = 0;  // index of the first pending row
+    RowEntries entries_;
+    std::vector<char> types_;
+    std::vector<double> rhs_;
+    std::vector<double> ranges_;
+    std::vector<int64_t> starts_ = {0};
+    std::vector<int64_t> quadratic_starts_ = {0};
+    NameBatch names_;
+};
+
+}  // namespace quilex

@@ -1,0 +1,35 @@
+// The arguments index, first and last that deletion and look-up share.
+#include "problem/selection.hpp"
+
+#include "model/constraint.hpp"
+#include "model/sos.hpp"
+#include "model/var.hpp"
+
+namespace quilex {
+
+int index_in_problem(const Problem* problem, PyObject* object, bool* known) noexcept {
+    *known = true;
+    if (is_variable(object)) {
+        return problem->var_index.find(reinterpret_cast<Variable*>(object)->index);
+    }
+    if (is_constraint(object)) {
+        return problem->con_index.find(reinterpret_cast<Constraint*>(object)->index);
+    }
+    if (is_special_ordered_set(object)) {
+        return problem->sos_index.find(reinterpret_cast<SpecialOrderedSet*>(object)->index);
+    }
+    *known = false;
+    return IndexMap::kMissing;
+}
+
+Selection parse_selection(PyObject* arguments, PyObject* keywords) {
+    static const char* names[] = {"index", "first", "last", nullptr};
+    Selection selection;
+    if (!PyArg_ParseTupleAndKeywords(arguments, keywords, "|Oii", const_cast<char**>(names),
+                                     &selection.index, &selection.first, &selection.last)) {
+        throw PythonFailure();
+    }
+    return selection;
+}
+
+}  // namespace quilex

@@ -1,0 +1,36 @@
+// The arguments index, first and last that deletion and look-up share.
+#pragma once
+
+#include "problem/problem.hpp"
+
+namespace quilex {
+
+// What the methods of one kind of object work on.
+enum class ObjectKind : int { kConstraint = 0, kVariable = 1, kSet = 2 };
+
+inline PyObject* objects_of(const Problem* problem, ObjectKind kind) noexcept {
+    switch (kind) {
+        case ObjectKind::kConstraint:
+            return problem->constraints;
+        case ObjectKind::kVariable:
+            return problem->variables;
+        case ObjectKind::kSet:
+            return problem->sos;
+    }
+    return nullptr;
+}
+
+// Index of an object in the map of its own kind. IndexMap::kMissing for an object that is not in the
+// problem and, with *known false, for one that is of no such kind.
+int index_in_problem(const Problem* problem, PyObject* object, bool* known) noexcept;
+
+struct Selection {
+    PyObject* index = nullptr;  // borrowed; null when not given
+    int first = -1;
+    int last = -1;
+};
+
+// Parses index, first and last; all optional.
+Selection parse_selection(PyObject* arguments, PyObject* keywords);
+
+}  // namespace quilex
