@@ -7,7 +7,22 @@ import pytest
 
 import quilex
 
-NAMES = "sin cos tan asin acos atan exp log log10 abs sqrt sign erf erfc".split()
+NAMES = [
+    "sin",
+    "cos",
+    "tan",
+    "asin",
+    "acos",
+    "atan",
+    "exp",
+    "log",
+    "log10",
+    "abs",
+    "sqrt",
+    "sign",
+    "erf",
+    "erfc",
+]
 EXPECTED = {
     **{name: getattr(math, name) for name in NAMES if hasattr(math, name)},
     "log10": lambda v: math.log(v) * 0.4342944819032518,

@@ -6,9 +6,9 @@ import weakref
 
 import numpy
 import pytest
-import quilexlib
 
 import quilex
+import quilexlib
 
 CODES = {"sum": 0, "difference": 1, "negation": 2, "product": 3, "quotient": 4, "power": 5}
 
@@ -175,9 +175,7 @@ CYCLES = {
     "p *= p+1": lambda m: operator.imul(m.p, quilex.exp(m.p)),
     "q /= q": lambda m: (lambda q: operator.itruediv(q, q))(m.x / m.y),
     "r **= r": lambda m: (lambda r: operator.ipow(r, r))(m.x**m.y),
-    "q /= x/denominator": lambda m: (
-        lambda d: operator.itruediv(m.x / d, m.x / d)
-    )(m.y * m.e),
+    "q /= x/denominator": lambda m: (lambda d: operator.itruediv(m.x / d, m.x / d))(m.y * m.e),
 }
 
 
