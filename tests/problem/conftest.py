@@ -1,8 +1,13 @@
-"""Fixtures of the problem's tests."""
+"""Fixtures of the problem's tests; lets them import the helper modules of this folder by name."""
+
+import sys
+from pathlib import Path
 
 import pytest
 
 import quilex
+
+sys.path.insert(0, str(Path(__file__).resolve().parent))
 
 
 @pytest.fixture

@@ -63,7 +63,7 @@ WRONG = [
     ([None], "need index, variable, constraint, or SOS"),
     (2, "out of range"),
     (-1, "out of range"),
-    ([0, 10**30], "range|large"),
+    ([0, 10**30], "out of range|beyond the range"),
     (quilex.problem, "need index, variable, constraint, or SOS"),
 ]
 
@@ -72,7 +72,7 @@ WRONG = [
 def test_wrong_arguments(solved, wrong, message):
     p, _, _ = solved
     for get in (p.getSolution, p.getRCost, p.getSolutionArray):
-        with pytest.raises((RuntimeError, OverflowError), match=message):
+        with pytest.raises(RuntimeError, match=message):
             get([wrong] if get == p.getSolutionArray else wrong)
     for stranger in (quilex.var(), [quilex.var()], quilex.var() <= 1):
         with pytest.raises(RuntimeError, match="not in the problem"):
