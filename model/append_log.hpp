@@ -86,8 +86,8 @@ struct LogBuffer {
     static inline FreeList<LogBuffer, 64> unused_[kClasses];
 };
 
-// The log of one expression. Entry needs `retain()` and `release()`; merge_log(log) brings an
-// exclusive log into its merged form.
+// The log of one expression. Entry needs `retain()` and `release()`; merge_log(log) brings a
+// log that is exclusive into its merged form.
 template <class Entry, size_t kInline>
 class AppendLog {
   public:
@@ -162,19 +162,25 @@ class AppendLog {
         start_from_buffer(source, extra, share);
     }
 
-    // Entries that may be changed in place. Only for exclusive logs.
+    // Entries that may be changed in place, after make_exclusive.
     Entry* mutable_entries() noexcept {
-        assert(is_exclusive());
+        assert(is_inline() || (buffer()->owners == 1 && buffer()->used == count_));
         return entries_;
     }
 
-    // Gives this log a buffer of its own if it has not.
+    // Gives this log a buffer of its own that ends with its last entry.
     void make_exclusive() {
-        if (!is_exclusive()) detach(count_);
+        while (!is_inline() && (buffer()->owners > 1 || buffer()->used > count_)) {
+            if (buffer()->owners > 1) {
+                detach(count_);
+            } else {
+                truncate();
+            }
+        }
     }
 
-    // Ends a merge: entries [0, live) remain, the references of entries [live, end) are dropped.
-    // Only for exclusive logs; the dropped variables may run Python code when they end.
+    // Ends a merge of mutable entries: [0, live) remain, the references of [live, end) are dropped.
+    // The dropped variables may run Python code when they end.
     void end_merge(size_t live, size_t end) noexcept {
         count_ = live;
         merged_ = live;

@@ -139,8 +139,8 @@ const LinearLog& merge_linear(Expression* expression) {
             log.set_merged(log.count());
             return log;
         }
-        log.make_exclusive();
     }
+    log.make_exclusive();
     merge_log(log);
     return log;
 }
