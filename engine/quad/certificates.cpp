@@ -16,13 +16,15 @@ constexpr double kProofMargin = 1e-8;   // of the size of the terms summed
 constexpr double kZeroGradient = 1e-9;  // of the size of the terms summed
 constexpr double kRayTolerance = 1e-7;  // of a direction of length 1, rows scaled to 1
 
-// Kernels end at a gap of about 1e-8, so squares of weight 1 leave violations of 1e-4 and heavier ones
-// less; large violations are proven best with the light ones.
+// Kernels end at a gap of about 1e-8, so squares of weight 1 leave violations of 1e-4 and heavier
+// ones less; large violations are proven best with the light ones.
 constexpr double kViolationWeights[] = {1.0, 1e6, 1e10};
 
 constexpr int kPolishRounds = 3;
 
-std::size_t at(int i) noexcept { return static_cast<std::size_t>(i); }
+std::size_t at(int i) noexcept {
+    return static_cast<std::size_t>(i);
+}
 
 std::vector<double> row_sizes(const SparseColumns& rows) {
     std::vector<double> size(at(rows.rows), 0.0);
@@ -151,7 +153,8 @@ QuadraticModel ray_model(const QuadraticModel& model) {
 PolishedPoint sharp_optimum(const QuadraticModel& model, const QuadraticKernel& kernel,
                             const ConvexControl& control) {
     KernelAnswer answer = kernel(model, control.stop, control.iteration_limit);
-    if (answer.x.size() != model.cost.size() || answer.y.size() != model.row_lower.size()) return {};
+    if (answer.x.size() != model.cost.size() || answer.y.size() != model.row_lower.size())
+        return {};
     Evaluation evaluation = evaluate(model, answer.x, answer.y);
     PolishedPoint point{std::move(answer.x), std::move(answer.y), std::move(evaluation)};
     for (int round = 0; round < kPolishRounds; ++round) {
@@ -170,14 +173,16 @@ Feasibility look_for_feasibility(const QuadraticModel& model, double weight,
     finding.x.assign(answer.x.begin(),
                      answer.x.begin() + static_cast<std::ptrdiff_t>(model.cost.size()));
     for (std::size_t j = 0; j < finding.x.size(); ++j) {
-        finding.x[j] = std::min(std::max(finding.x[j], model.column_lower[j]), model.column_upper[j]);
+        finding.x[j] =
+            std::min(std::max(finding.x[j], model.column_lower[j]), model.column_upper[j]);
     }
     std::vector<double> activity(model.row_lower.size(), 0.0);
     add_product(model.rows, 1.0, finding.x, activity);
     double worst = 0.0;
     for (std::size_t i = 0; i < activity.size(); ++i) {
         KktResiduals violation;
-        add_condition(0.0, 0.0, activity[i], model.row_lower[i], model.row_upper[i], 0.0, violation);
+        add_condition(0.0, 0.0, activity[i], model.row_lower[i], model.row_upper[i], 0.0,
+                      violation);
         if (!(violation.primal <= worst)) {
             worst = violation.primal;
             finding.row = static_cast<int>(i);
