@@ -1,5 +1,5 @@
 // The operators of expressions.
-#include "model/expression_object.hpp"
+#include "model/kind_rules.hpp"
 #include "model/operators.hpp"
 #include "nonlinear/node.hpp"
 
@@ -12,6 +12,7 @@ void add_linear_part(Expression* r, Expression* b, double scale) {
     size_t count = merged_linear(b).count();
     if (b->is_tracked) [[unlikely]] track_expression(r);
     r->linear.reserve(count);
+    // Making room may have dropped variables, which may run Python code.
     count = std::min(count, b->linear.count());
     for (size_t i = 0; i < count; ++i) {
         LinearLogEntry entry = b->linear.entries()[i];

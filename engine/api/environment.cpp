@@ -130,4 +130,13 @@ int QLXinterrupt(QLXprob prob, int reason) {
     });
 }
 
+int QLXsetinterruptcheck(QLXprob prob, int (*check)(QLXprob prob, void* data), void* data,
+                         int milliseconds) {
+    return change(prob, "QLXsetinterruptcheck", [&](Problem& p) {
+        if (check != nullptr && milliseconds < 1)
+            fail(QLX_ERROR_ARGUMENT, "milliseconds is ", milliseconds, ", must be at least 1");
+        p.interrupt_check.set(check, data, milliseconds);
+    });
+}
+
 }  // extern "C"

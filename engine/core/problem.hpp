@@ -7,6 +7,7 @@
 
 #include "engine/core/controls.hpp"
 #include "engine/core/errors.hpp"
+#include "engine/core/interrupt_check.hpp"
 #include "engine/core/live_counts.hpp"
 #include "engine/core/messages.hpp"
 #include "engine/core/ownership.hpp"
@@ -33,6 +34,10 @@ struct qlx_problem {
     void interrupt(int reason) noexcept {
         if (ownership.solving()) stop_reason_.store(reason, std::memory_order_relaxed);
     }
+    // Asks the caller's interrupt check, when it is due, whether the running solve shall stop.
+    void look_for_interrupt() noexcept {
+        if (const int reason = interrupt_check.look(this); reason != 0) interrupt(reason);
+    }
     // 0 while the running solve shall go on.
     [[nodiscard]] int stop_reason() const noexcept {
         return stop_reason_.load(std::memory_order_relaxed);
@@ -53,6 +58,7 @@ struct qlx_problem {
     qlx::Model model;
     qlx::Results results;
     qlx::Messages messages;
+    qlx::InterruptCheck interrupt_check;
     qlx::NonlinearProblem* nonlinear = nullptr;  // the one built on this problem, not owned
 
   private:

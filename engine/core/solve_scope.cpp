@@ -11,6 +11,7 @@ namespace qlx {
 SolveScope::SolveScope(Problem& problem)
     : problem_(problem), start_(std::chrono::steady_clock::now()) {
     problem.clear_stop_reason();
+    problem.interrupt_check.begin();
     problem.results = {};
 }
 

@@ -31,7 +31,10 @@ class SolveScope {
 class KernelWatch : public KernelEvents {
   public:
     explicit KernelWatch(Problem& problem) : problem_(problem) {}
-    bool stop() noexcept override { return problem_.stop_reason() != 0; }
+    bool stop() noexcept override {
+        problem_.look_for_interrupt();
+        return problem_.stop_reason() != 0;
+    }
     void progress(const KernelProgress& progress) noexcept override;
     void solution(const double*, int) noexcept override {}
 

@@ -9,12 +9,14 @@ import pytest
 import quilex
 import quilexlib
 
-# What tells whether the library is on: only then does it say its version.
+# What tells whether the library is on: only then does it create problems.
 LIBRARY = """
     import ctypes
     def library_is_on():
-        library = ctypes.CDLL("libqlx.so.33.01")
-        return library.QLXgetversion(ctypes.create_string_buffer(64)) == 0
+        library, problem = ctypes.CDLL("libqlx.so.33.01"), ctypes.c_void_p()
+        created = library.QLXcreateprob(ctypes.byref(problem)) == 0
+        library.QLXdestroyprob(problem)
+        return created
 """
 
 
@@ -182,8 +184,10 @@ def test_numpy_has_its_own_comparisons_back_at_exit():
     import atexit, numpy
     @atexit.register  # called after what is registered later
     def check():
-        result = numpy.array([x, x]) <= 3
-        print(type(result.flat[0]).__name__)
+        try:
+            numpy.array([x, x]) <= 3
+        except RuntimeError as error:
+            print(error)
         print((numpy.arange(3) <= 1).tolist())
     import quilexlib
     x = quilexlib.var()
@@ -191,7 +195,7 @@ def test_numpy_has_its_own_comparisons_back_at_exit():
     """
     before, after, plain = run(program).splitlines()
     assert before == "constraint"
-    assert after != "constraint"
+    assert "no truth value" in after
     assert plain == "[True, True, False]"
 
 

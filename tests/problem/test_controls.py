@@ -139,7 +139,6 @@ def test_reading_several(p):
         ("nosuchname",),
         ("seed", "nosuchname"),
         (["seed", "nosuchname"],),
-        (iter(["nosuchname"]),),
         (5,),
         ({"seed"},),
         ({"seed": 1},),
@@ -150,6 +149,7 @@ def test_reading_several(p):
 def test_names_that_are_refused(p, names):
     assert message(p.getControl, *names) == "Could not retrieve value of control"
     assert message(p.getAttrib, *names) == "Could not retrieve value of attribute"
+    assert message(p.getControl, iter([names])) == "Could not retrieve value of control"
 
 
 def test_wrong_calls_of_set_control(p):
