@@ -29,10 +29,12 @@ int heap_reallocate(void* context, void** block, size_t size) noexcept {
     return 0;
 }
 
-int heap_is_thread_safe(void*) noexcept { return 1; }
+int heap_is_thread_safe(void*) noexcept {
+    return 1;
+}
 
-constexpr qo_MemoryAllocator_Operations kHeapOperations = {heap_allocate, heap_reallocate, heap_free,
-                                                           heap_is_thread_safe, 1};
+constexpr qo_MemoryAllocator_Operations kHeapOperations = {heap_allocate, heap_reallocate,
+                                                           heap_free, heap_is_thread_safe, 1};
 
 }  // namespace
 

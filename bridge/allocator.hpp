@@ -5,7 +5,8 @@
 
 // The names are part of the module's binary interface.
 struct qo_MemoryAllocator_Operations {
-    // Stores a block of `size` bytes or null; -1 only when `size` is not zero and there is no block.
+    // Stores a block of `size` bytes or null; -1 only when `size` is not zero and there is no
+    // block.
     int (*allocate)(void* context, size_t size, void** block);
     // Replaces the block; -1 with the old block in place when `size` is not zero and there is none.
     int (*reallocate)(void* context, void** block, size_t size);

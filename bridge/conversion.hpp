@@ -8,8 +8,8 @@
 
 namespace quilex {
 
-// One Python value as a library index; kind kRowIndex, kColumnIndex or kSetIndex. An int is taken as
-// it is, without a check of its range. Returns 0, or -1 with an exception set.
+// One Python value as a library index; kind kRowIndex, kColumnIndex or kSetIndex. An int is taken
+// as it is, without a check of its range. Returns 0, or -1 with an exception set.
 int ObjInt2int(PyObject* object, PyObject* problem, int* index, int kind) noexcept;
 
 // A Python container as a new array of the module allocator, which the caller frees. None or null:

@@ -21,7 +21,9 @@ Problem* problem_or_null(PyObject* object) {
 int64_t allocations_left = 0;
 const qo_MemoryAllocator_Operations* heap = nullptr;
 
-bool allocation_fails() noexcept { return allocations_left-- == 0; }
+bool allocation_fails() noexcept {
+    return allocations_left-- == 0;
+}
 
 int failing_allocate(void* context, size_t size, void** block) noexcept {
     *block = nullptr;
@@ -32,9 +34,13 @@ int failing_reallocate(void* context, void** block, size_t size) noexcept {
     return allocation_fails() ? -1 : heap->reallocate(context, block, size);
 }
 
-int forwarding_free(void* context, void** block) noexcept { return heap->free(context, block); }
+int forwarding_free(void* context, void** block) noexcept {
+    return heap->free(context, block);
+}
 
-int always_one(void*) noexcept { return 1; }
+int always_one(void*) noexcept {
+    return 1;
+}
 
 constexpr qo_MemoryAllocator_Operations kFailing = {failing_allocate, failing_reallocate,
                                                     forwarding_free, always_one, 1};

@@ -6,7 +6,7 @@
 namespace quilex {
 
 enum ElementKind : int {
-    kRowIndex = 0,     // from Python: int, constraint of the problem, or name; to Python: constraint
+    kRowIndex = 0,  // from Python: int, constraint of the problem, or name; to Python: constraint
     kColumnIndex = 1,  // from Python: int, variable of the problem, or name; to Python: variable
     kSetIndex = 2,     // single values only
     kInt32 = 3,
@@ -65,7 +65,8 @@ struct ElementTraits<kLibraryObjectHandle> {
 template <ElementKind Kind>
 using Element = typename ElementTraits<Kind>::type;
 
-// Calls `action` with the kind as a compile-time constant; false for a kind that arrays do not have.
+// Calls `action` with the kind as a compile-time constant; false for a kind that arrays do not
+// have.
 template <class Action>
 bool with_array_kind(int kind, Action&& action) {
     switch (kind) {

@@ -74,7 +74,9 @@ int conv_arr2obj(PyObject* problem, int64_t count, const void* array, PyObject**
     return guarded([&] {
         fill_list(reinterpret_cast<Problem*>(problem), static_cast<Py_ssize_t>(count), array, *list,
                   kind);
-    }) ? 0 : -1;
+    })
+               ? 0
+               : -1;
 }
 
 }  // namespace quilex

@@ -67,7 +67,9 @@ int ObjInt2int(PyObject* object, PyObject* problem, int* index, int kind) noexce
     return guarded([&] {
         *index = require_index(reinterpret_cast<Problem*>(problem), object,
                                static_cast<ElementKind>(kind));
-    }) ? 0 : -1;
+    })
+               ? 0
+               : -1;
 }
 
 }  // namespace quilex

@@ -31,8 +31,14 @@ bool is_integer(PyObject* object) noexcept {
     return sizeof(npy_longlong) == sizeof(npy_long) && PyArray_IsScalar(object, LongLong);
 }
 
-int int32_value(PyObject* object) { return value_within<int>(object); }
-int64_t int64_value(PyObject* object) { return value_within<int64_t>(object); }
-signed char int8_value(PyObject* object) { return value_within<signed char>(object); }
+int int32_value(PyObject* object) {
+    return value_within<int>(object);
+}
+int64_t int64_value(PyObject* object) {
+    return value_within<int64_t>(object);
+}
+signed char int8_value(PyObject* object) {
+    return value_within<signed char>(object);
+}
 
 }  // namespace quilex

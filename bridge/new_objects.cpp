@@ -13,7 +13,9 @@ namespace quilex {
 
 namespace {
 
-bool is_given(PyObject* list) noexcept { return list != nullptr && list != Py_None; }
+bool is_given(PyObject* list) noexcept {
+    return list != nullptr && list != Py_None;
+}
 
 // An item that is a str or bytes object; the message takes the position.
 Ref text_item(PyObject* list, int position, const char* message) {
@@ -84,7 +86,8 @@ void addColsAsVariables(Problem* problem, PyObject* names, PyObject* types,
     for (int i = 0; i < count; ++i) {
         const Owned<Variable> variable = var_base();
         if (is_given(names)) {
-            variable->name = text_item(names, i, "Cannot get variable name indexed by %d").release();
+            variable->name =
+                text_item(names, i, "Cannot get variable name indexed by %d").release();
         }
         if (typed) {
             const char letter =
@@ -122,9 +125,8 @@ void nameAndTypeColumns(Problem* problem, PyObject* names, const char* letters, 
         const Ref item = Ref::steal(PySequence_GetItem(names, i));
         const Block<char> name = Block<char>::adopt(item ? pyStrToStr(item.get()) : nullptr);
         if (!name) raise_runtime_error("Erroneous name for variable %d", i);
-        require_library(as_object(problem),
-                        QLXaddnames(problem->prob, QLX_NAMES_COLUMN, name.get(), first + i,
-                                    first + i));
+        require_library(as_object(problem), QLXaddnames(problem->prob, QLX_NAMES_COLUMN, name.get(),
+                                                        first + i, first + i));
     }
     if (letters == nullptr || count == 0) return;
     Block<int> indices;

@@ -23,8 +23,8 @@ void addColsAsVariables(Problem* problem, PyObject* names, PyObject* types,
 // Makes a constraint without a body for each of the rows first .. first + count - 1.
 void addRowsAsConstraints(Problem* problem, PyObject* names, int first, int count);
 
-// Gives the library the names (list; null or None: none) and the letters (null: none) of the columns
-// first .. first + count - 1.
+// Gives the library the names (list; null or None: none) and the letters (null: none) of the
+// columns first .. first + count - 1.
 void nameAndTypeColumns(Problem* problem, PyObject* names, const char* letters, int first,
                         int count);
 

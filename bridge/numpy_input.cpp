@@ -35,7 +35,8 @@ void copy_elements(PyArrayObject* array, size_t length, To* target) {
         if constexpr (std::is_integral_v<To> && sizeof(To) < sizeof(From)) {
             if (value < std::numeric_limits<To>::min() || value > std::numeric_limits<To>::max()) {
                 raise_runtime_error("Integer %lld is beyond the range of %d bits",
-                                    static_cast<long long>(value), static_cast<int>(8 * sizeof(To)));
+                                    static_cast<long long>(value),
+                                    static_cast<int>(8 * sizeof(To)));
             }
         }
         target[i] = static_cast<To>(value);

@@ -9,7 +9,9 @@ namespace quilex {
 
 namespace {
 
-BranchObject* branch_object(PyObject* self) noexcept { return reinterpret_cast<BranchObject*>(self); }
+BranchObject* branch_object(PyObject* self) noexcept {
+    return reinterpret_cast<BranchObject*>(self);
+}
 
 PyObject* branchobj_new(PyTypeObject* type, PyObject*, PyObject*) noexcept {
     PyObject* const self = type->tp_alloc(type, 0);

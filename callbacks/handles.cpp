@@ -54,11 +54,21 @@ PyTypeObject qlxobject_type = handle_type<Counted::kLibraryObject>(
 PyTypeObject generic_type = handle_type<Counted::kGeneric>(
     "quilex.generic", "Generic object used within callback functions");
 
-Ref poolcut_create(void* cut) { return create(&poolcut_type, cut); }
-Ref qlxobject_create(void* object) { return create(&qlxobject_type, object); }
-Ref voidstar_create(void* pointer) { return create(&generic_type, pointer); }
+Ref poolcut_create(void* cut) {
+    return create(&poolcut_type, cut);
+}
+Ref qlxobject_create(void* object) {
+    return create(&qlxobject_type, object);
+}
+Ref voidstar_create(void* pointer) {
+    return create(&generic_type, pointer);
+}
 
-void* poolcut_getcut(PyObject* object) { return pointer_of(object, &poolcut_type); }
-void* qlxobject_getobject(PyObject* object) { return pointer_of(object, &qlxobject_type); }
+void* poolcut_getcut(PyObject* object) {
+    return pointer_of(object, &poolcut_type);
+}
+void* qlxobject_getobject(PyObject* object) {
+    return pointer_of(object, &qlxobject_type);
+}
 
 }  // namespace quilex

@@ -82,9 +82,8 @@ def in_servings(foods, needs):
     quilex.addcbmsghandler(show_progress, None, 0)
     problem.solve()
     quilex.removecbmsghandler(show_progress, None)
-    print()
 
-    print(f"  {'food':<26} {'servings a day':>14} {'dollars a year':>14}")
+    print(f"\n  {'food':<26} {'servings a day':>14} {'dollars a year':>14}")
     for food, p, count in zip(foods, price, problem.getSolution(servings)):
         if count > 0.5:
             print(f"  {food['food']:<26} {round(count):>14} {round(count) * p * DAYS:>14.2f}")
@@ -95,10 +94,12 @@ def in_servings(foods, needs):
 
 
 def show_progress(sender, data, thread, message, kind, number):
-    """Keeps the solver's latest message on one line."""
-    if message and message.strip():
-        sys.stdout.write("\r  " + " ".join(message.split())[:96].ljust(96))
-        sys.stdout.flush()
+    """Show the solver's latest message: on a terminal they take turns on one line."""
+    line = "  " + " ".join((message or "").split())
+    if line.strip() and sys.stdout.isatty():
+        print("\r" + line[:96].ljust(96), end="", flush=True)
+    elif line.strip():
+        print(line, flush=True)
 
 
 def main():

@@ -86,8 +86,8 @@ struct LogBuffer {
     static inline FreeList<LogBuffer, 64> unused_[kClasses];
 };
 
-// The log of one expression. Entry needs `retain()` and `release()`; merge_log(log) brings an
-// exclusive log into its merged form.
+// The log of one expression. Entry needs `retain()` and `release()`; merge_log(log) brings a
+// log that is exclusive into its merged form.
 template <class Entry, size_t kInline>
 class AppendLog {
   public:
@@ -100,15 +100,22 @@ class AppendLog {
         merged_ = 0;
     }
 
-    // Releases everything; the log is empty afterwards.
+    // The same with entries that are known to be merged.
+    template <class... Entries>
+    void start_with(const Entries&... entries) noexcept {
+        static_assert(sizeof...(Entries) <= kInline);
+        entries_ = inline_;
+        count_ = 0;
+        ((entries.retain(), inline_[count_++] = entries), ...);
+        merged_ = count_;
+    }
+
+    // Releases everything, at the end of the object.
     void finish() noexcept {
-        Entry* entries = entries_;
-        const size_t count = count_;
-        start();
-        if (entries == inline_) {
-            for (size_t i = 0; i < count; ++i) entries[i].release();
+        if (is_inline()) {
+            for (size_t i = 0; i < count_; ++i) inline_[i].release();
         } else {
-            drop(Buffer::of(entries));
+            drop(buffer());
         }
     }
 
@@ -127,13 +134,13 @@ class AppendLog {
     }
 
     // Appends an entry that fits, taking references.
-    void push(const Entry& entry) noexcept {
+    [[gnu::always_inline]] void push(const Entry& entry) noexcept {
         entry.retain();
         entries_[count_++] = entry;
         if (!is_inline()) buffer()->used = count_;
     }
 
-    void append(const Entry& entry) {
+    [[gnu::always_inline]] void append(const Entry& entry) {
         reserve(1);
         push(entry);
     }
@@ -141,39 +148,39 @@ class AppendLog {
     // Makes this new log equal to `source`, with room for `extra` entries more. Shares the buffer
     // where that is possible and `share` allows it.
     void start_from(AppendLog& source, size_t extra, bool share) {
-        start();
-        if (share && !source.is_inline()) {
-            if (extra > 0 && source.buffer()->owners == 1) source.reserve(extra);
-            if (!source.is_inline() && (extra == 0 || source.fits(extra))) {
-                entries_ = source.entries_;
-                count_ = source.count_;
-                merged_ = source.merged_;
-                ++buffer()->owners;
-                return;
-            }
-        }
         const size_t count = source.count_;
-        if (count + extra > kInline) {
-            entries_ = Buffer::allocate(source.is_inline() ? count + extra : 2 * count + extra)
-                           ->entries();
+        start();
+        if (count + extra <= kInline && source.is_inline()) [[likely]] {
+            for (size_t i = 0; i < count; ++i) {
+                source.inline_[i].retain();
+                inline_[i] = source.inline_[i];
+            }
+            count_ = count;
+            merged_ = source.merged_;
+            return;
         }
-        for (size_t i = 0; i < count; ++i) push(source.entries_[i]);
-        merged_ = source.merged_;
+        start_from_buffer(source, extra, share);
     }
 
-    // Entries that may be changed in place. Only for exclusive logs.
+    // Entries that may be changed in place, after make_exclusive.
     Entry* mutable_entries() noexcept {
-        assert(is_exclusive());
+        assert(is_inline() || (buffer()->owners == 1 && buffer()->used == count_));
         return entries_;
     }
 
-    // Gives this log a buffer of its own if it has not.
+    // Gives this log a buffer of its own that ends with its last entry.
     void make_exclusive() {
-        if (!is_exclusive()) detach(count_);
+        while (!is_inline() && (buffer()->owners > 1 || buffer()->used > count_)) {
+            if (buffer()->owners > 1) {
+                detach(count_);
+            } else {
+                truncate();
+            }
+        }
     }
 
-    // Ends a merge: entries [0, live) remain, the references of entries [live, end) are dropped.
-    // Only for exclusive logs; the dropped variables may run Python code when they end.
+    // Ends a merge of mutable entries: [0, live) remain, the references of [live, end) are dropped.
+    // The dropped variables may run Python code when they end.
     void end_merge(size_t live, size_t end) noexcept {
         count_ = live;
         merged_ = live;
@@ -195,7 +202,7 @@ class AppendLog {
         return buffer()->used == count_ && count_ + extra <= buffer()->capacity;
     }
 
-    static void drop(Buffer* buffer) noexcept {
+    [[gnu::noinline]] static void drop(Buffer* buffer) noexcept {
         if (--buffer->owners > 0) return;
         for (size_t i = 0; i < buffer->used; ++i) buffer->entries()[i].release();
         Buffer::free(buffer);
@@ -211,7 +218,7 @@ class AppendLog {
     }
 
     // Copies this log's prefix into a buffer of its own.
-    void detach(size_t needed) {
+    [[gnu::noinline]] void detach(size_t needed) {
         Buffer* own = Buffer::allocate(needed);
         for (size_t i = 0; i < count_; ++i) {
             entries_[i].retain();
@@ -223,7 +230,27 @@ class AppendLog {
         drop(old);
     }
 
-    void make_room(size_t extra) {
+    [[gnu::noinline]] void start_from_buffer(AppendLog& source, size_t extra, bool share) {
+        if (share && !source.is_inline()) {
+            if (extra > 0 && source.buffer()->owners == 1) source.reserve(extra);
+            if (!source.is_inline() && (extra == 0 || source.fits(extra))) {
+                entries_ = source.entries_;
+                count_ = source.count_;
+                merged_ = source.merged_;
+                ++buffer()->owners;
+                return;
+            }
+        }
+        const size_t count = source.count_;
+        if (count + extra > kInline) {
+            entries_ = Buffer::allocate(source.is_inline() ? count + extra : 2 * count + extra)
+                           ->entries();
+        }
+        for (size_t i = 0; i < count; ++i) push(source.entries_[i]);
+        merged_ = source.merged_;
+    }
+
+    [[gnu::noinline]] void make_room(size_t extra) {
         for (;;) {
             if (is_inline()) {
                 if (count_ + extra <= kInline) return;

@@ -1,9 +1,8 @@
 // Comparisons of modelling objects, which make constraints.
 #include "model/constraint.hpp"
 #include "model/cumulative.hpp"
-#include "model/expression.hpp"
-#include "model/linterm.hpp"
-#include "model/quadterm.hpp"
+#include "model/expression_object.hpp"
+#include "model/operators.hpp"
 #include "module/numpy.hpp"
 #include "module/numpy_comparisons.hpp"
 #include "nonlinear/node_internal.hpp"
@@ -19,26 +18,9 @@ struct Difference {
     bool reversed = false;  // the body was subtracted from the constant
 };
 
-Ref subtract(PyObject* a, OperandKind kind_a, PyObject* b) {
-    switch (kind_a) {
-        case kVariable:
-            return var_sub(a, b);
-        case kLinearTerm:
-            return linterm_sub(a, b);
-        case kQuadraticTerm:
-            return quadterm_sub(a, b);
-        case kExpression:
-            return expression_sub(a, b);
-        default:
-            return nonlin_sub(a, b);
-    }
-}
-
 Difference split_expression(Ref body) {
-    auto* const expression = reinterpret_cast<Expression*>(body.get());
     // 0 - c, not -c: a bound of -0.0 helps nobody.
-    const double bound = 0.0 - expression_constant(expression);
-    expression_set_constant(expression, 0.0);
+    const double bound = 0.0 - std::exchange(as_expression(body.get())->constant, 0.0);
     return {std::move(body), bound};
 }
 
@@ -80,17 +62,21 @@ Difference difference(PyObject* a, OperandKind kind_a, PyObject* b, OperandKind 
         const double value = constant_value(b);
         if (kind_a == kConstant) return {expression_base(), value};
         // The commonest comparisons need no subtraction: the constant is the bound.
-        if ((kind_a == kVariable || kind_a == kLinearTerm) && value != 0.0)
-            return {expression_copy(a, 1.0), value};
+        if ((kind_a == kVariable || kind_a == kLinearTerm) && value != 0.0) {
+            const LinearEntry entry = linear_operand(a, kind_a);
+            Owned<Expression> body = new_expression();
+            add_linear(body.get(), entry.variable, entry.coefficient);
+            return {std::move(body), value};
+        }
         if (kind_a == kExpression) {
-            Ref body = expression_copy(a, 1.0);
-            auto* const expression = reinterpret_cast<Expression*>(body.get());
-            const double constant = expression_constant(expression);
-            expression_set_constant(expression, 0.0);
+            Owned<Expression> body = continue_expression(as_expression(a), 0, 0);
+            const double constant = std::exchange(body->constant, 0.0);
             return {std::move(body), value - constant};
         }
     }
-    return split(subtract(a, kind_a, b), a);
+    // A constant on the left is the nonlinear subtraction's: the body then keeps its direction.
+    Ref body = kind_a == kConstant ? nonlin_sub(a, b) : sum_of_kinds(a, kind_a, b, kind_b, -1.0);
+    return split(std::move(body), a);
 }
 
 void set_bounds(Constraint* constraint, double bound, bool reversed, int op) {
@@ -131,8 +117,12 @@ Ref make_one_constraint(PyObject* a, PyObject* b, int op) {
 }
 
 Ref make_constraint(PyObject* a, PyObject* b, int op) {
-    const OperandKind kind_a = classify(a);
-    const OperandKind kind_b = classify(b);
+    OperandKind kind_a = quick_kind(a);
+    OperandKind kind_b = quick_kind(b);
+    if ((kind_a | kind_b) < 0) [[unlikely]] {
+        kind_a = classify(a);
+        kind_b = classify(b);
+    }
     if (kind_a != kInvalid && kind_b != kInvalid) return constraint_of(a, kind_a, b, kind_b, op);
     if (kind_a != kInvalid) {
         // An array's own comparison would turn the sides round; a subclass keeps its type that way.

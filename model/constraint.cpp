@@ -32,13 +32,23 @@ void set_new_fields(Constraint* constraint) noexcept {
     count_created(Counted::kConstraint);
 }
 
+void release_fields(Constraint* constraint) noexcept {
+    Py_CLEAR(constraint->name);
+    Py_CLEAR(constraint->body);
+    count_destroyed(Counted::kConstraint);
+}
+
 void constraint_dealloc(PyObject* self) {
     PyTypeObject* const type = Py_TYPE(self);
+    // An untracked constraint holds nothing that could be a long chain of constraints.
+    if (type == &constraint_type && !PyObject_GC_IsTracked(self)) {
+        release_fields(as_constraint(self));
+        pool.give(as_constraint(self));
+        return;
+    }
     PyObject_GC_UnTrack(self);
     Py_TRASHCAN_BEGIN(self, constraint_dealloc);
-    Py_CLEAR(as_constraint(self)->name);
-    Py_CLEAR(as_constraint(self)->body);
-    count_destroyed(Counted::kConstraint);
+    release_fields(as_constraint(self));
     if (type == &constraint_type) {
         pool.give(as_constraint(self));
     } else {

@@ -1,7 +1,7 @@
 // Sum and Prod, and the operations that work on operands of any kind.
 #include "model/cumulative.hpp"
 
-#include "model/expression_object.hpp"
+#include "model/kind_rules.hpp"
 #include "module/numpy.hpp"
 #include "nonlinear/node.hpp"
 

@@ -5,7 +5,7 @@
 
 #include "model/cumulative.hpp"
 #include "model/expression_object.hpp"
-#include "model/operators.hpp"
+#include "model/kind_rules.hpp"
 
 namespace quilex {
 

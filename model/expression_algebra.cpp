@@ -1,5 +1,5 @@
 // The operators of expressions.
-#include "model/expression_object.hpp"
+#include "model/kind_rules.hpp"
 #include "model/operators.hpp"
 #include "nonlinear/node.hpp"
 
@@ -12,6 +12,7 @@ void add_linear_part(Expression* r, Expression* b, double scale) {
     size_t count = merged_linear(b).count();
     if (b->is_tracked) [[unlikely]] track_expression(r);
     r->linear.reserve(count);
+    // Making room may have dropped variables, which may run Python code.
     count = std::min(count, b->linear.count());
     for (size_t i = 0; i < count; ++i) {
         LinearLogEntry entry = b->linear.entries()[i];
@@ -20,12 +21,20 @@ void add_linear_part(Expression* r, Expression* b, double scale) {
     }
 }
 
+// Whether the merged quadratic part has inner entries.
+bool has_products(const Expression* expression) noexcept {
+    const QuadraticLog& log = *expression->quadratic;
+    return std::any_of(log.entries(), log.entries() + log.count(),
+                       [](const auto& entry) { return entry.action != QuadraticAction::kTouch; });
+}
+
 // Adds scale times the quadratic part of b to r. In place (kAdd) the outer entries of b come
 // along when they are empty, in the copying sum (kKeep) they do not.
 void add_quadratic_part(Expression* r, Expression* b, double scale, QuadraticAction action) {
     if (b->quadratic == nullptr) return;
     size_t count = merged_quadratic(b).count();
-    if (count == 0) return;
+    const bool with_empty_rows = action == QuadraticAction::kAdd;
+    if (count == 0 || !(with_empty_rows || has_products(b))) return;
     if (b->is_tracked) [[unlikely]] track_expression(r);
     create_quadratic_part(r);
     r->quadratic->reserve(count);
@@ -35,7 +44,7 @@ void add_quadratic_part(Expression* r, Expression* b, double scale, QuadraticAct
         if (entry.action != QuadraticAction::kTouch) {
             entry.action = action;
             entry.coefficient *= scale;
-        } else if (action == QuadraticAction::kKeep) {
+        } else if (!with_empty_rows) {
             continue;
         }
         r->quadratic->push(entry);

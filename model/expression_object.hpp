@@ -57,14 +57,23 @@ inline InstancePool<Expression> expression_pool;
 // Makes an expression visible to the garbage collector, with logs of its own.
 void track_expression(Expression* expression);
 
-inline Owned<Expression> new_expression(double constant = 0.0) {
+// A new expression with a linear part of different variables, no coefficient 0.0.
+template <class... Entries>
+[[gnu::always_inline]] inline Owned<Expression> new_linear_expression(double constant,
+                                                                      const Entries&... entries) {
     Expression* expression = expression_pool.take(&expression_type);
     count_created(Counted::kExpression);
     expression->constant = constant;
-    expression->linear.start();
+    expression->linear.start_with(LinearLogEntry{entries}...);
     expression->quadratic = nullptr;
     expression->is_tracked = false;
-    return Owned<Expression>::steal(expression);
+    Owned<Expression> result = Owned<Expression>::steal(expression);
+    if ((0 | ... | entries.variable->may_close_cycle)) [[unlikely]] track_expression(expression);
+    return result;
+}
+
+inline Owned<Expression> new_expression(double constant = 0.0) {
+    return new_linear_expression(constant);
 }
 
 inline Owned<LinearTerm> new_linear_term(Variable* variable, double coefficient) {
@@ -92,7 +101,7 @@ inline Owned<QuadraticTerm> new_quadratic_term(Variable* x, Variable* y, double 
 }
 
 // Adds c times x to the linear part: an entry of exactly 0.0 changes nothing.
-inline void add_linear(Expression* expression, Variable* x, double c) {
+[[gnu::always_inline]] inline void add_linear(Expression* expression, Variable* x, double c) {
     if (c == 0.0) [[unlikely]] return;
     if (x->may_close_cycle && !expression->is_tracked) [[unlikely]] track_expression(expression);
     expression->linear.append({{x, c}});
@@ -110,7 +119,11 @@ Owned<Expression> copy_with_room(PyObject* operand, OperandKind kind, double sca
                                  size_t extra_products);
 
 // The merged linear part: marks or merges the log, in a buffer of its own where it must write.
-const LinearLog& merged_linear(Expression* expression);
+const LinearLog& merge_linear(Expression* expression);
+inline const LinearLog& merged_linear(Expression* expression) {
+    if (expression->linear.is_merged()) return expression->linear;
+    return merge_linear(expression);
+}
 // The same for the quadratic part, which must exist.
 const QuadraticLog& merged_quadratic(Expression* expression);
 

@@ -1,59 +1,7 @@
-// The rules of the operators by the kinds of both operands.
-#include "model/expression_object.hpp"
-#include "model/operators.hpp"
-#include "nonlinear/node.hpp"
+// The rules of division and power by the kinds of both operands.
+#include "model/kind_rules.hpp"
 
 namespace quilex {
-
-Ref sum_of_kinds(PyObject* a, OperandKind ka, PyObject* b, OperandKind kb, double scale) {
-    switch (std::max(ka, kb)) {
-        case kVariable:
-        case kLinearTerm:
-            return linear_sum(a, ka, b, kb, scale);
-        case kQuadraticTerm:
-            return quadratic_sum(a, ka, b, kb, scale);
-        case kExpression:
-            return expression_sum(a, ka, b, kb, scale);
-        case kNonlinear:
-            if (ka == kExpression) return nonlin_alg_sum(a, b, scale);
-            if (scale < 0.0) return nonlin_sub(a, b);
-            // The richer operand of a sum goes first; a variable is the only other kind whose
-            // operator says so.
-            return ka == kVariable ? nonlin_add(b, a) : nonlin_add(a, b);
-        default:
-            return python_float(constant_value(a) + scale * constant_value(b));
-    }
-}
-
-Ref product_of_kinds(PyObject* a, OperandKind ka, PyObject* b, OperandKind kb) {
-    switch (std::max(ka, kb)) {
-        case kVariable:
-        case kLinearTerm: {
-            if (ka != kConstant && kb != kConstant) {
-                const LinearEntry left = linear_operand(a, ka);
-                const LinearEntry right = linear_operand(b, kb);
-                return new_quadratic_term(left.variable, right.variable,
-                                          left.coefficient * right.coefficient);
-            }
-            const double factor = constant_value(ka == kConstant ? a : b);
-            PyObject* term = ka == kConstant ? b : a;
-            const OperandKind kind = ka == kConstant ? kb : ka;
-            if (factor == 1.0 && kind == kVariable) return Ref::share(term);
-            const LinearEntry entry = linear_operand(term, kind);
-            return linterm_fill(entry.variable, factor * entry.coefficient);
-        }
-        case kQuadraticTerm:
-            if (ka == kConstant) return quadterm_copy(b, constant_value(a));
-            if (kb == kConstant) return quadterm_copy(a, constant_value(b));
-            return nonlin_instantiate_binary(kProduct, a, b);
-        case kExpression:
-            return expression_product(a, ka, b, kb);
-        case kNonlinear:
-            return nonlin_mul(a, b);
-        default:
-            return python_float(constant_value(a) * constant_value(b));
-    }
-}
 
 Ref quotient_of_kinds(PyObject* a, OperandKind ka, PyObject* b, OperandKind kb) {
     switch (std::max(ka, kb)) {

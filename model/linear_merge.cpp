@@ -127,20 +127,20 @@ void merge_log(LinearLog& log) noexcept {
     log.end_merge(separate_deleted(entries, end), end);
 }
 
-const LinearLog& merged_linear(Expression* expression) {
+const LinearLog& merge_linear(Expression* expression) {
     LinearLog& log = expression->linear;
-    if (log.is_merged()) return log;
-    if (!log.is_exclusive()) {
+    const bool small = log.count() <= kDoubleLoopLimit;
+    // Looking first costs little in a small log, and a shared one must not be written.
+    if (small || !log.is_exclusive()) {
         const bool duplicates =
-            log.count() <= kDoubleLoopLimit
-                ? has_duplicates(log, LoopIndex{log.entries()})
-                : has_duplicates(log, StampIndex{log.entries(), next_merge_stamp()});
+            small ? has_duplicates(log, LoopIndex{log.entries()})
+                  : has_duplicates(log, StampIndex{log.entries(), next_merge_stamp()});
         if (!duplicates) {
             log.set_merged(log.count());
             return log;
         }
-        log.make_exclusive();
     }
+    log.make_exclusive();
     merge_log(log);
     return log;
 }

@@ -3,7 +3,7 @@
 
 #include "model/constraint.hpp"
 #include "model/expression_object.hpp"
-#include "model/operators.hpp"
+#include "model/kind_rules.hpp"
 #include "nonlinear/node.hpp"
 
 namespace quilex {
@@ -23,22 +23,6 @@ void linterm_dealloc(PyObject* self) noexcept {
 int linterm_traverse(PyObject* self, visitproc visit, void* arg) noexcept {
     Py_VISIT(as_object(as_linear_term(self)->variable));
     return 0;
-}
-
-Ref linear_pair(LinearEntry a, LinearEntry b, double scale) {
-    if (a.variable == b.variable) {
-        return linterm_fill(a.variable, a.coefficient + scale * b.coefficient);
-    }
-    Owned<Expression> result = new_expression();
-    add_linear(result.get(), a.variable, a.coefficient);
-    add_linear(result.get(), b.variable, scale * b.coefficient);
-    return result;
-}
-
-Ref constant_and_linear(double constant, LinearEntry entry) {
-    Owned<Expression> result = new_expression(constant);
-    add_linear(result.get(), entry.variable, entry.coefficient);
-    return result;
 }
 
 }  // namespace
@@ -71,25 +55,6 @@ Ref linterm_fill(Variable* variable, double coefficient) {
 Ref linterm_copy(PyObject* term, double scale) {
     if (!is_linear_term(term)) raise_runtime_error("Linterm copy using an invalid object");
     return linterm_fill(as_linear_term(term)->variable, scale * as_linear_term(term)->coefficient);
-}
-
-Ref linear_sum(PyObject* a, OperandKind ka, PyObject* b, OperandKind kb, double scale) {
-    if (kb == kConstant) {
-        const double constant = scale * constant_value(b);
-        if (constant != 0.0) return constant_and_linear(constant, linear_operand(a, ka));
-        return ka == kVariable ? Ref::share(a) : linterm_copy(a, 1.0);
-    }
-    LinearEntry right = linear_operand(b, kb);
-    if (ka == kConstant) {
-        const double constant = constant_value(a);
-        right.coefficient *= scale;
-        // A variable becomes an expression even when the constant is 0.
-        if (constant == 0.0 && kb == kLinearTerm) {
-            return linterm_fill(right.variable, right.coefficient);
-        }
-        return constant_and_linear(constant, right);
-    }
-    return linear_pair(linear_operand(a, ka), right, scale);
 }
 
 Ref linterm_alg_sum(PyObject* a, PyObject* b, double scale) {

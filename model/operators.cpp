@@ -1,7 +1,7 @@
 // The slots that all modelling types share.
 #include "model/operators.hpp"
 
-#include "model/expression_object.hpp"
+#include "model/kind_rules.hpp"
 #include "module/numpy.hpp"
 #include "nonlinear/node.hpp"
 
@@ -162,6 +162,10 @@ Ref absolute_any(PyObject* a) { return nonlin_instantiate_unary(kAbs, a); }
 // else what the operator gives.
 Ref add_in_place_any(PyObject* a, PyObject* b) {
     return dispatch(a, b, array_sum, [=](OperandKind ka, OperandKind kb) -> Ref {
+        if (ka == kExpression && kb == kVariable) {
+            add_linear(as_expression(a), as_variable(b), 1.0);
+            return Ref::share(a);
+        }
         if (ka == kExpression && kb != kNonlinear) {
             add_to_expression(a, b, kb, 1.0);
             return Ref::share(a);

@@ -41,24 +41,4 @@ Ref multiply_in_place_any(PyObject* a, PyObject* b);
 Ref divide_in_place_any(PyObject* a, PyObject* b);
 Ref power_in_place_any(PyObject* a, PyObject* b, PyObject* modulus);
 
-// a + b and a - b for operands of known kinds (scale 1.0 or -1.0).
-Ref sum_of_kinds(PyObject* a, OperandKind ka, PyObject* b, OperandKind kb, double scale);
-Ref product_of_kinds(PyObject* a, OperandKind ka, PyObject* b, OperandKind kb);
-Ref quotient_of_kinds(PyObject* a, OperandKind ka, PyObject* b, OperandKind kb);
-Ref power_of_kinds(PyObject* a, OperandKind ka, PyObject* b, OperandKind kb, PyObject* modulus);
-
-// The same for pairs with an expression.
-Ref expression_sum(PyObject* a, OperandKind ka, PyObject* b, OperandKind kb, double scale);
-Ref expression_product(PyObject* a, OperandKind ka, PyObject* b, OperandKind kb);
-// An expression times a constant, in place; the float 0.0 for 0.
-Ref scale_in_place(PyObject* expression, double factor);
-// a + scale * b in place; `a` is an expression, b anything but nonlinear.
-void add_to_expression(PyObject* a, PyObject* b, OperandKind kb, double scale);
-
-// Pairs of variables, linear terms, quadratic terms and constants.
-Ref linear_sum(PyObject* a, OperandKind ka, PyObject* b, OperandKind kb, double scale);
-Ref quadratic_sum(PyObject* a, OperandKind ka, PyObject* b, OperandKind kb, double scale);
-Ref linear_quotient(PyObject* a, OperandKind ka, PyObject* b, OperandKind kb);
-Ref quadratic_quotient(PyObject* a, OperandKind ka, PyObject* b, OperandKind kb);
-
 }  // namespace quilex

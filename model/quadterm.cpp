@@ -2,7 +2,7 @@
 #include "model/quadterm.hpp"
 
 #include "model/constraint.hpp"
-#include "model/expression_object.hpp"
+#include "model/kind_rules.hpp"
 #include "model/operators.hpp"
 #include "nonlinear/node.hpp"
 

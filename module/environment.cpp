@@ -49,8 +49,8 @@ int turnQLXon(int force) noexcept {
     qlx_py_env.initialised = 1;
     start_nonlinear_solver();
     QLXenablemessages(1);
-    if (PyDict_GET_SIZE(qlx_py_env.attr_table) == 0 &&
-        !PyErr_Occurred() && ctrl_attr_fill_typeobj(1) != 0) {
+    if (PyDict_GET_SIZE(qlx_py_env.attr_table) == 0 && !PyErr_Occurred() &&
+        ctrl_attr_fill_typeobj(1) != 0) {
         return -1;
     }
     // A nonlinear solver that did not start is told once: the library is on from here.
@@ -97,7 +97,8 @@ PyMethodDef environment_methods[] = {
      "init()\n--\n\nInitialise the optimizer library, again where it is on already. Returns None;\n"
      "RuntimeError with the library's text where it refuses."},
     {"free", method<quilexmod_free>, METH_NOARGS,
-     "free()\n--\n\nFree the optimizer library. Problems that exist lose their library problem and\n"
+     "free()\n--\n\nFree the optimizer library. Problems that exist lose their library problem "
+     "and\n"
      "cannot be used afterwards. The next use of the library switches it on again."},
     {nullptr, nullptr, 0, nullptr},
 };

@@ -7,9 +7,9 @@ namespace quilex {
 
 // All module-wide state. One static instance, guarded by the interpreter lock.
 struct Environment {
-    uint64_t var_counter = 0;  // serial number of the next variable
-    uint64_t con_counter = 0;  // serial number of the next constraint
-    uint64_t sos_counter = 0;  // serial number of the next special ordered set
+    uint64_t var_counter = 0;              // serial number of the next variable
+    uint64_t con_counter = 0;              // serial number of the next constraint
+    uint64_t sos_counter = 0;              // serial number of the next special ordered set
     PyObject* controls = nullptr;          // the module-wide control object
     PyObject* ctrl_table = nullptr;        // dict: control name -> (id, type, solver)
     PyObject* attr_table = nullptr;        // dict: attribute name -> (id, type, solver)

@@ -11,8 +11,8 @@ int64_t live_counts[static_cast<int>(Counted::kEnd)] = {};
 
 namespace {
 constexpr const char* kCountNames[] = {
-    "var",     "linterm",   "quadterm", "expression", "nonlinear", "constraint",
-    "SOS",     "control",   "attribute", "problem",   "branchobj", "poolcut",
+    "var",       "linterm", "quadterm",  "expression", "nonlinear", "constraint",
+    "SOS",       "control", "attribute", "problem",    "branchobj", "poolcut",
     "qlxobject", "generic", "entry log", "block",
 };
 static_assert(std::size(kCountNames) == static_cast<size_t>(Counted::kEnd));
@@ -29,7 +29,9 @@ Ref live_counts_as_dict() {
 
 #else
 
-Ref live_counts_as_dict() { return require(PyDict_New()); }
+Ref live_counts_as_dict() {
+    return require(PyDict_New());
+}
 
 #endif
 

@@ -28,8 +28,12 @@ enum class Counted : int {
 
 #ifdef QUILEX_COUNT_OBJECTS
 extern int64_t live_counts[static_cast<int>(Counted::kEnd)];
-inline void count_created(Counted what) noexcept { ++live_counts[static_cast<int>(what)]; }
-inline void count_destroyed(Counted what) noexcept { --live_counts[static_cast<int>(what)]; }
+inline void count_created(Counted what) noexcept {
+    ++live_counts[static_cast<int>(what)];
+}
+inline void count_destroyed(Counted what) noexcept {
+    --live_counts[static_cast<int>(what)];
+}
 #else
 inline void count_created(Counted) noexcept {}
 inline void count_destroyed(Counted) noexcept {}

@@ -43,10 +43,10 @@ void call_handler(PyObject* registration, void* object, void* thread, const char
     const Ref data = share(PyList_GET_ITEM(registration, kData));
     const Ref sender = qlxobject_create(object);
     const Ref sending_thread = voidstar_create(thread);
-    const Ref message =
-        text == nullptr ? none()
-                        : require(PyUnicode_DecodeUTF8(
-                              text, static_cast<Py_ssize_t>(strlen(text)), "backslashreplace"));
+    const Ref message = text == nullptr
+                            ? none()
+                            : require(PyUnicode_DecodeUTF8(
+                                  text, static_cast<Py_ssize_t>(strlen(text)), "backslashreplace"));
     require(PyObject_CallFunction(callable.get(), "(OOOOll)", sender.get(), data.get(),
                                   sending_thread.get(), message.get(), static_cast<long>(type),
                                   static_cast<long>(number)));
@@ -118,7 +118,8 @@ Ref quilexmod_removecbmsghandler(PyObject*, PyObject* arguments, PyObject* keywo
 PyMethodDef message_handler_methods[] = {
     {"addcbmsghandler", method<quilexmod_addcbmsghandler>, METH_VARARGS | METH_KEYWORDS,
      "addcbmsghandler(msghandler, data, priority)\n--\n\n"
-     "Have msghandler(object, data, thread, message, type, number) called with every message of the\n"
+     "Have msghandler(object, data, thread, message, type, number) called with every message of "
+     "the\n"
      "library, from whatever thread sends it; handlers of higher priority first. type is 1\n"
      "(information), 3 (warning) or 4 (error), and negative on the first call, whose message is\n"
      "None. The result is ignored. An exception is raised by the call that was running."},

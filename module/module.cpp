@@ -82,9 +82,9 @@ PyMethodDef exit_method = {"_restore_numpy", method<quilexmod_restore_numpy>, ME
 PyMethodDef* method_table() {
     static std::vector<PyMethodDef> table = [] {
         std::vector<PyMethodDef> rows;
-        for (const PyMethodDef* part : {cumulative_methods, function_methods, setting_methods,
-                                        message_handler_methods, environment_methods,
-                                        conversion_check_methods}) {
+        for (const PyMethodDef* part :
+             {cumulative_methods, function_methods, setting_methods, message_handler_methods,
+              environment_methods, conversion_check_methods}) {
             for (; part->ml_name != nullptr; ++part) rows.push_back(*part);
         }
         rows.push_back(exit_method);
@@ -201,4 +201,6 @@ Ref create_module() {
 
 }  // namespace quilex
 
-PyMODINIT_FUNC PyInit_quilexlib() { return quilex::Boundary<quilex::create_module>::call(); }
+PyMODINIT_FUNC PyInit_quilexlib() {
+    return quilex::Boundary<quilex::create_module>::call();
+}

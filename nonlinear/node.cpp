@@ -34,13 +34,19 @@ namespace {
 
 InstancePool<NonlinearNode, 1024> pool;
 
-void nonlin_dealloc(PyObject* self) {
-    PyObject_GC_UnTrack(self);
-    // A tree may be deeper than the C stack.
-    Py_TRASHCAN_BEGIN(self, nonlin_dealloc);
+void release_node(PyObject* self) noexcept {
     Py_CLEAR(as_node(self)->args);
     count_destroyed(Counted::kNonlinear);
     pool.give(as_node(self));
+}
+
+void nonlin_dealloc(PyObject* self) {
+    PyObject_GC_UnTrack(self);
+    // A tree may be deeper than the C stack. Tuples and lists see to that themselves.
+    PyObject* const args = as_node(self)->args;
+    if (args == nullptr || !is_nonlinear(args)) return release_node(self);
+    Py_TRASHCAN_BEGIN(self, nonlin_dealloc);
+    release_node(self);
     Py_TRASHCAN_END;
 }
 

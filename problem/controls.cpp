@@ -175,8 +175,8 @@ Ref problem_getInfo_single(Problem* problem, int id, int type, bool control, int
         require_library(as_object(problem), get_string(problem, id, control, solver, value.data(),
                                                        static_cast<int>(value.size())));
         value.back() = '\0';
-        return require(PyUnicode_DecodeUTF8(value.data(), static_cast<Py_ssize_t>(strlen(value.data())),
-                                            "backslashreplace"));
+        return require(PyUnicode_DecodeUTF8(
+            value.data(), static_cast<Py_ssize_t>(strlen(value.data())), "backslashreplace"));
     }
     if (type == kIntegerParameter) {
         int value = 0;
@@ -255,7 +255,8 @@ int problem_setControl_single(Problem* problem, int id, int type, int solver, Py
     const long converted = PyLong_AsLong(number.get());
     if (converted == -1 && PyErr_Occurred()) throw PythonFailure();
     if (converted != static_cast<int>(converted)) {
-        raise_runtime_error("Value %ld is beyond the 32-bit range of an integer control", converted);
+        raise_runtime_error("Value %ld is beyond the 32-bit range of an integer control",
+                            converted);
     }
     return optimizer ? QLXsetintcontrol(problem->prob, id, static_cast<int>(converted))
                      : QSLPsetintcontrol(problem->slpprob, id, static_cast<int>(converted));
@@ -289,7 +290,8 @@ PyMethodDef control_methods[] = {
      "Set one control, or those of a dict {name: value} in its order, up to the first failure."},
     {"getAttrib", method<problem_getAttrib>, METH_VARARGS,
      "getAttrib(*names)\n--\n\n"
-     "One name: the value of that attribute. A list, tuple or iterator of names, or several names:\n"
+     "One name: the value of that attribute. A list, tuple or iterator of names, or several "
+     "names:\n"
      "a dict of their values. No name: a dict of all attributes."},
     {nullptr, nullptr, 0, nullptr},
 };

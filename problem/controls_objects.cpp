@@ -161,20 +161,20 @@ Owned<ParameterObject> make_object(PyObject* problem, Ref dict) {
 
 }  // namespace
 
-PyTypeObject control_type = make_type<true>(
-    "quilex.control",
-    "Control of an optimization problem. Can be read and changes both for a\n"
-    "single problem and for the module (which will define the control value\n"
-    "of the problems created afterward",
-    slot<control_set_attribute>);
+PyTypeObject control_type =
+    make_type<true>("quilex.control",
+                    "Control of an optimization problem. Can be read and changes both for a\n"
+                    "single problem and for the module (which will define the control value\n"
+                    "of the problems created afterward",
+                    slot<control_set_attribute>);
 
 PyTypeObject attribute_type = make_type<false>(
     "quilex.attribute", "Attribute of an optimization problem. Can be read but not modified",
     slot<attribute_set_attribute>);
 
 Ref ctrl_base(PyObject* problem) {
-    return make_object<true>(problem, problem == nullptr ? require(PyDict_New())
-                                                         : share(qlx_py_env.ctrl_table));
+    return make_object<true>(
+        problem, problem == nullptr ? require(PyDict_New()) : share(qlx_py_env.ctrl_table));
 }
 
 Ref attr_base(PyObject* problem) {

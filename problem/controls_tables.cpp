@@ -68,9 +68,8 @@ void otherwise(const char* message, Action&& action) {
 }
 
 void add_attribute(PyObject* key, PyObject* triple) {
-    otherwise("Could not add attribute", [&] {
-        require_status(PyDict_SetItem(qlx_py_env.attr_table, key, triple));
-    });
+    otherwise("Could not add attribute",
+              [&] { require_status(PyDict_SetItem(qlx_py_env.attr_table, key, triple)); });
 }
 
 void add_control(const Source& source, int id, int type, PyObject* key, PyObject* triple) {

@@ -106,7 +106,8 @@ class ArrayWalker final : public ArgumentWalker {
   private:
     void leaf(PyObject* object) override {
         if (PyLong_Check(object) || PyArray_IsScalar(object, Integer)) {
-            const Py_ssize_t index = PyNumber_AsSsize_t(object, PyExc_OverflowError);
+            // A value beyond the range is clipped, and so still out of range.
+            const Py_ssize_t index = PyNumber_AsSsize_t(object, nullptr);
             if (index == -1 && PyErr_Occurred()) throw PythonFailure();
             indices.push_back(index);
         } else {

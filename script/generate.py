@@ -64,7 +64,7 @@ def document(kind):
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__)
-    parser.add_argument("--check", action="store_true", help="only tell whether they are up to date")
+    parser.add_argument("--check", action="store_true", help="write nothing, only tell")
     check = parser.parse_args().check
     stale = []
     for kind in HEADINGS:

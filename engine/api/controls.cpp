@@ -9,6 +9,7 @@
 #include "engine/api/parameter_list.hpp"
 #include "engine/core/attributes.hpp"
 #include "engine/core/controls.hpp"
+#include "engine/core/nonlinear_controls.hpp"
 
 using namespace qlx;
 
@@ -56,6 +57,32 @@ void give_text(char* target, std::size_t size, const std::string& text) {
     const std::size_t length = std::min(text.size(), size - 1);
     std::memcpy(target, text.data(), length);
     target[length] = '\0';
+}
+
+struct ParameterText {
+    std::string description;
+    std::string range;
+    std::string initial;
+};
+
+// The ids of the two solvers' parameters differ.
+ParameterText text_of_control(int id) {
+    if (const ControlRow* row = find_control(id))
+        return {row->description, control_range(*row), control_value(Controls{}, *row)};
+    for (const NonlinearControlRow& row : nonlinear_control_table()) {
+        if (row.id != id) continue;
+        const NonlinearControls initial;
+        return {row.description, join(row.least, " .. ", row.largest),
+                row.integer != nullptr ? join(initial.*row.integer) : join(initial.*row.real)};
+    }
+    fail(QLX_ERROR_ARGUMENT, "there is no control with id ", id);
+}
+
+ParameterText text_of_attribute(int id) {
+    if (const AttributeRow* row = find_attribute(id)) return {row->description, "", ""};
+    for (const NonlinearAttributeRow& row : nonlinear_attribute_table())
+        if (row.id == id) return {row.description, "", ""};
+    fail(QLX_ERROR_ARGUMENT, "there is no attribute with id ", id);
 }
 
 }  // namespace
@@ -138,18 +165,10 @@ int QLXgetattribinfo(QLXprob prob, const char* name, int* id, int* type) {
 
 int QLXgetparamdoc(int control, int id, char* description, char* range, char* initial) {
     return call_environment("QLXgetparamdoc", [&] {
-        if (control != 0) {
-            const ControlRow& row = row_of(id);
-            give_text(description, 256, row.description);
-            give_text(range, 128, control_range(row));
-            give_text(initial, 64, control_value(Controls{}, row));
-            return;
-        }
-        const AttributeRow* row = find_attribute(id);
-        if (row == nullptr) fail(QLX_ERROR_ARGUMENT, "there is no attribute with id ", id);
-        give_text(description, 256, row->description);
-        give_text(range, 128, "");
-        give_text(initial, 64, "");
+        const ParameterText text = control != 0 ? text_of_control(id) : text_of_attribute(id);
+        give_text(description, 256, text.description);
+        give_text(range, 128, text.range);
+        give_text(initial, 64, text.initial);
     });
 }
 

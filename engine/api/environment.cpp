@@ -118,15 +118,6 @@ int QLXsetprobname(QLXprob prob, const char* name) {
                   [&](Problem& p) { p.model.set_name(name == nullptr ? "" : name); });
 }
 
-int QLXsetinterruptcheck(QLXprob prob, int (*check)(QLXprob prob, void* data), void* data,
-                         int milliseconds) {
-    return change(prob, "QLXsetinterruptcheck", [&](Problem& p) {
-        if (check != nullptr && milliseconds < 1)
-            fail(QLX_ERROR_ARGUMENT, "milliseconds is ", milliseconds, ", must be at least 1");
-        p.interrupt_check = {check, data, std::chrono::milliseconds(milliseconds)};
-    });
-}
-
 int QLXinterrupt(QLXprob prob, int reason) {
     // No lock and no text on the good path: this may run in a signal handler.
     if (prob != nullptr && reason >= 1 && reason <= 9) {
@@ -136,6 +127,15 @@ int QLXinterrupt(QLXprob prob, int reason) {
     return call_environment("QLXinterrupt", [&] {
         if (prob == nullptr) fail(QLX_ERROR_ARGUMENT, "prob is null");
         fail(QLX_ERROR_ARGUMENT, "reason is ", reason, ", must be 1 .. 9");
+    });
+}
+
+int QLXsetinterruptcheck(QLXprob prob, int (*check)(QLXprob prob, void* data), void* data,
+                         int milliseconds) {
+    return change(prob, "QLXsetinterruptcheck", [&](Problem& p) {
+        if (check != nullptr && milliseconds < 1)
+            fail(QLX_ERROR_ARGUMENT, "milliseconds is ", milliseconds, ", must be at least 1");
+        p.interrupt_check.set(check, data, milliseconds);
     });
 }
 

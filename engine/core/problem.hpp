@@ -2,11 +2,11 @@
 #pragma once
 
 #include <atomic>
-#include <chrono>
 #include <memory>
 
 #include "engine/core/controls.hpp"
 #include "engine/core/errors.hpp"
+#include "engine/core/interrupt_check.hpp"
 #include "engine/core/live_counts.hpp"
 #include "engine/core/messages.hpp"
 #include "engine/core/ownership.hpp"
@@ -17,17 +17,6 @@
 namespace qlx {
 class LiveModel;
 }
-
-namespace qlx {
-
-// What a solve calls now and then on the solving thread, to ask whether it shall stop.
-struct InterruptCheck {
-    int (*call)(QLXprob prob, void* data) = nullptr;
-    void* data = nullptr;
-    std::chrono::milliseconds every{0};
-};
-
-}  // namespace qlx
 
 struct qlx_problem {
     qlx_problem();
@@ -43,6 +32,10 @@ struct qlx_problem {
     // Only sets a flag, so it is safe in signal handlers; ignored when nothing is being solved.
     void interrupt(int reason) noexcept {
         if (ownership.solving()) stop_reason_.store(reason, std::memory_order_relaxed);
+    }
+    // Asks the caller's interrupt check, when it is due, whether the running solve shall stop.
+    void look_for_interrupt() noexcept {
+        if (const int reason = interrupt_check.look(this); reason != 0) interrupt(reason);
     }
     // 0 while the running solve shall go on.
     [[nodiscard]] int stop_reason() const noexcept {

@@ -11,6 +11,7 @@ namespace qlx {
 SolveScope::SolveScope(Problem& problem)
     : problem_(problem), start_(std::chrono::steady_clock::now()) {
     problem.clear_stop_reason();
+    problem.interrupt_check.begin();
     problem.results = {};
 }
 
@@ -25,20 +26,6 @@ double SolveScope::seconds() const noexcept {
 double SolveScope::seconds_left() const noexcept {
     const double limit = problem_.controls.timelimit;
     return limit >= kInfinity ? limit : std::max(0.0, limit - seconds());
-}
-
-bool KernelWatch::stop() noexcept {
-    const InterruptCheck& check = problem_.interrupt_check;
-    if (check.call == nullptr || problem_.stop_reason() != 0 ||
-        std::this_thread::get_id() != solving_thread_)
-        return problem_.stop_reason() != 0;
-    const auto now = std::chrono::steady_clock::now();
-    if (now - last_check_ >= check.every) {
-        last_check_ = now;
-        const int reason = check.call(&problem_, check.data);
-        if (reason != 0) problem_.interrupt(reason);
-    }
-    return problem_.stop_reason() != 0;
 }
 
 void KernelWatch::progress(const KernelProgress& progress) noexcept {

@@ -2,7 +2,7 @@
 #pragma once
 
 #include <chrono>
-#include <thread>
+#include <string>
 
 #include "engine/core/problem.hpp"
 #include "engine/lp/lp_kernel.hpp"
@@ -31,7 +31,10 @@ class SolveScope {
 class KernelWatch : public KernelEvents {
   public:
     explicit KernelWatch(Problem& problem) : problem_(problem) {}
-    bool stop() noexcept override;
+    bool stop() noexcept override {
+        problem_.look_for_interrupt();
+        return problem_.stop_reason() != 0;
+    }
     void progress(const KernelProgress& progress) noexcept override;
     void solution(const double*, int) noexcept override {}
 
@@ -41,8 +44,6 @@ class KernelWatch : public KernelEvents {
   private:
     void send_line(const KernelProgress& progress);
 
-    std::thread::id solving_thread_ = std::this_thread::get_id();
-    std::chrono::steady_clock::time_point last_check_ = std::chrono::steady_clock::now();
     double next_line_ = 1.0;  // seconds at which the next line is due
     int headed_ = 0;
 };

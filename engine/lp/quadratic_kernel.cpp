@@ -49,14 +49,20 @@ HighsHessian hessian_of(const quad::QuadraticModel& model) {
 
 quad::KernelClaim claim_of(HighsModelStatus status) {
     switch (status) {
-        case HighsModelStatus::kOptimal: return quad::KernelClaim::solved;
-        case HighsModelStatus::kInfeasible: return quad::KernelClaim::infeasible;
+        case HighsModelStatus::kOptimal:
+            return quad::KernelClaim::solved;
+        case HighsModelStatus::kInfeasible:
+            return quad::KernelClaim::infeasible;
         case HighsModelStatus::kUnbounded:
-        case HighsModelStatus::kUnboundedOrInfeasible: return quad::KernelClaim::unbounded;
-        case HighsModelStatus::kIterationLimit: return quad::KernelClaim::iteration_limit;
+        case HighsModelStatus::kUnboundedOrInfeasible:
+            return quad::KernelClaim::unbounded;
+        case HighsModelStatus::kIterationLimit:
+            return quad::KernelClaim::iteration_limit;
         case HighsModelStatus::kTimeLimit:
-        case HighsModelStatus::kInterrupt: return quad::KernelClaim::stopped;
-        default: return quad::KernelClaim::failed;
+        case HighsModelStatus::kInterrupt:
+            return quad::KernelClaim::stopped;
+        default:
+            return quad::KernelClaim::failed;
     }
 }
 

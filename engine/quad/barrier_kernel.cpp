@@ -17,13 +17,19 @@ nlp::LocalOptions barrier_options(const StopRule& rule, int iterations) {
 KernelClaim claim_of(nlp::LocalStatus status) noexcept {
     switch (status) {
         case nlp::LocalStatus::solved:
-        case nlp::LocalStatus::acceptable: return KernelClaim::solved;
-        case nlp::LocalStatus::infeasible: return KernelClaim::infeasible;
-        case nlp::LocalStatus::unbounded: return KernelClaim::unbounded;
-        case nlp::LocalStatus::iteration_limit: return KernelClaim::iteration_limit;
+        case nlp::LocalStatus::acceptable:
+            return KernelClaim::solved;
+        case nlp::LocalStatus::infeasible:
+            return KernelClaim::infeasible;
+        case nlp::LocalStatus::unbounded:
+            return KernelClaim::unbounded;
+        case nlp::LocalStatus::iteration_limit:
+            return KernelClaim::iteration_limit;
         case nlp::LocalStatus::time_limit:
-        case nlp::LocalStatus::stopped: return KernelClaim::stopped;
-        default: return KernelClaim::failed;
+        case nlp::LocalStatus::stopped:
+            return KernelClaim::stopped;
+        default:
+            return KernelClaim::failed;
     }
 }
 

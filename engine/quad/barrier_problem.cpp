@@ -9,7 +9,9 @@ namespace qlx::quad {
 
 namespace {
 
-std::size_t at(int i) noexcept { return static_cast<std::size_t>(i); }
+std::size_t at(int i) noexcept {
+    return static_cast<std::size_t>(i);
+}
 
 std::vector<double> gather(const ConvexRow& row, std::span<const double> x) {
     std::vector<double> local(row.columns.size());
@@ -163,8 +165,8 @@ bool BarrierProblem::rows(std::span<const double> x, std::span<double> out) {
 }
 
 bool BarrierProblem::jacobian(std::span<const double> x, std::span<double> out) {
-    auto next = std::copy(program_.model.rows.value.begin(), program_.model.rows.value.end(),
-                          out.begin());
+    auto next =
+        std::copy(program_.model.rows.value.begin(), program_.model.rows.value.end(), out.begin());
     for (const ConvexRow& row : program_.rows) {
         const std::vector<double> gradient = row_gradient(row, x);
         next = std::copy(gradient.begin(), gradient.end(), next);
@@ -188,12 +190,14 @@ bool BarrierProblem::hessian(std::span<const double> x, double objective_factor,
         const ConePoint point = cone_point(row, x);
         const std::vector<int>& support = cone_support_[r];
         std::vector<int> place(row.columns.size(), -1);
-        for (std::size_t a = 0; a < support.size(); ++a) place[at(support[a])] = static_cast<int>(a);
+        for (std::size_t a = 0; a < support.size(); ++a)
+            place[at(support[a])] = static_cast<int>(a);
         const auto block = next;
         const double cube = point.length * point.length * point.length;
         for (std::size_t a = 0; a < support.size(); ++a) {
             for (std::size_t b = 0; b <= a; ++b) {
-                *next++ = -factor * point.pulled[at(support[a])] * point.pulled[at(support[b])] / cube;
+                *next++ =
+                    -factor * point.pulled[at(support[a])] * point.pulled[at(support[b])] / cube;
             }
         }
         for (int j = 0; j < row.spread.columns; ++j) {

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstddef>
 
+#include "engine/quad/polish.hpp"
 #include "engine/quad/residuals.hpp"
 
 namespace qlx::quad {
@@ -15,7 +16,15 @@ constexpr double kProofMargin = 1e-8;   // of the size of the terms summed
 constexpr double kZeroGradient = 1e-9;  // of the size of the terms summed
 constexpr double kRayTolerance = 1e-7;  // of a direction of length 1, rows scaled to 1
 
-std::size_t at(int i) noexcept { return static_cast<std::size_t>(i); }
+// Kernels end at a gap of about 1e-8, so squares of weight 1 leave violations of 1e-4 and heavier
+// ones less; large violations are proven best with the light ones.
+constexpr double kViolationWeights[] = {1.0, 1e6, 1e10};
+
+constexpr int kPolishRounds = 3;
+
+std::size_t at(int i) noexcept {
+    return static_cast<std::size_t>(i);
+}
 
 std::vector<double> row_sizes(const SparseColumns& rows) {
     std::vector<double> size(at(rows.rows), 0.0);
@@ -58,7 +67,8 @@ bool proves_infeasible(const QuadraticModel& model, std::span<const double> y) {
     return demanded - reachable > kProofMargin * size && demanded > reachable;
 }
 
-QuadraticModel least_violation(const QuadraticModel& model, std::span<const double> size) {
+QuadraticModel least_violation(const QuadraticModel& model, std::span<const double> size,
+                               double weight) {
     QuadraticModel phase = model;
     const int columns = model.column_count();
     const int rows = model.row_count();
@@ -71,7 +81,7 @@ QuadraticModel least_violation(const QuadraticModel& model, std::span<const doub
         phase.column_lower.push_back(-kInfiniteBound);
         phase.column_upper.push_back(kInfiniteBound);
         phase.hessian.index.push_back(columns + i);
-        phase.hessian.value.push_back(1.0);
+        phase.hessian.value.push_back(weight);
         phase.hessian.start.push_back(i + 1);
         phase.rows.index.push_back(i);
         phase.rows.value.push_back(size[at(i)]);
@@ -139,26 +149,40 @@ QuadraticModel ray_model(const QuadraticModel& model) {
     return out;
 }
 
-}  // namespace
+// Proofs are by evaluation, so the auxiliary optima have to be sharp. Empty where there is none.
+PolishedPoint sharp_optimum(const QuadraticModel& model, const QuadraticKernel& kernel,
+                            const ConvexControl& control) {
+    KernelAnswer answer = kernel(model, control.stop, control.iteration_limit);
+    if (answer.x.size() != model.cost.size() || answer.y.size() != model.row_lower.size())
+        return {};
+    Evaluation evaluation = evaluate(model, answer.x, answer.y);
+    PolishedPoint point{std::move(answer.x), std::move(answer.y), std::move(evaluation)};
+    for (int round = 0; round < kPolishRounds; ++round) {
+        if (!polish(model, control.work_limit, point)) break;
+    }
+    return point;
+}
 
-Feasibility find_feasibility(const QuadraticModel& model, const QuadraticKernel& kernel,
-                             const ConvexControl& control) {
+Feasibility look_for_feasibility(const QuadraticModel& model, double weight,
+                                 const QuadraticKernel& kernel, const ConvexControl& control) {
     Feasibility finding;
     const std::vector<double> size = row_sizes(model.rows);
-    const KernelAnswer answer =
-        kernel(least_violation(model, size), control.stop, control.iteration_limit);
-    if (answer.x.size() < model.cost.size()) return finding;
+    const PolishedPoint answer =
+        sharp_optimum(least_violation(model, size, weight), kernel, control);
+    if (answer.x.empty()) return finding;
     finding.x.assign(answer.x.begin(),
                      answer.x.begin() + static_cast<std::ptrdiff_t>(model.cost.size()));
     for (std::size_t j = 0; j < finding.x.size(); ++j) {
-        finding.x[j] = std::min(std::max(finding.x[j], model.column_lower[j]), model.column_upper[j]);
+        finding.x[j] =
+            std::min(std::max(finding.x[j], model.column_lower[j]), model.column_upper[j]);
     }
     std::vector<double> activity(model.row_lower.size(), 0.0);
     add_product(model.rows, 1.0, finding.x, activity);
     double worst = 0.0;
     for (std::size_t i = 0; i < activity.size(); ++i) {
         KktResiduals violation;
-        add_condition(0.0, 0.0, activity[i], model.row_lower[i], model.row_upper[i], 0.0, violation);
+        add_condition(0.0, 0.0, activity[i], model.row_lower[i], model.row_upper[i], 0.0,
+                      violation);
         if (!(violation.primal <= worst)) {
             worst = violation.primal;
             finding.row = static_cast<int>(i);
@@ -174,6 +198,18 @@ Feasibility find_feasibility(const QuadraticModel& model, const QuadraticKernel&
     return finding;
 }
 
+}  // namespace
+
+Feasibility find_feasibility(const QuadraticModel& model, const QuadraticKernel& kernel,
+                             const ConvexControl& control) {
+    Feasibility finding;
+    for (const double weight : kViolationWeights) {
+        finding = look_for_feasibility(model, weight, kernel, control);
+        if (finding.infeasible != Finding::unknown || control.stop.stop()) break;
+    }
+    return finding;
+}
+
 Unboundedness find_ray(const QuadraticModel& model, const QuadraticKernel& kernel,
                        const ConvexControl& control) {
     Unboundedness finding;
@@ -182,9 +218,9 @@ Unboundedness find_ray(const QuadraticModel& model, const QuadraticKernel& kerne
         return finding;
     }
     const QuadraticModel rays = ray_model(model);
-    const KernelAnswer answer = kernel(rays, control.stop, control.iteration_limit);
-    if (answer.claim != KernelClaim::solved) return finding;
-    const Evaluation evaluation = evaluate(rays, answer.x, answer.y);
+    const PolishedPoint answer = sharp_optimum(rays, kernel, control);
+    if (answer.x.empty()) return finding;
+    const Evaluation& evaluation = answer.evaluation;
     if (!meets(evaluation.residuals, control)) return finding;
     double length = 0.0;
     for (double d : answer.x) length = std::max(length, std::abs(d));

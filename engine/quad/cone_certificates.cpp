@@ -9,7 +9,9 @@ namespace qlx::quad {
 
 namespace {
 
-std::size_t at(int i) noexcept { return static_cast<std::size_t>(i); }
+std::size_t at(int i) noexcept {
+    return static_cast<std::size_t>(i);
+}
 
 void append_place(SparseColumns& square) {
     ++square.rows;
@@ -32,7 +34,9 @@ ConvexRow elastic(const ConvexRow& row, int column) {
     return out;
 }
 
-double column_limit(bool finite, double free) { return finite ? 0.0 : free; }
+double column_limit(bool finite, double free) {
+    return finite ? 0.0 : free;
+}
 
 // Entries of rows Qd = 0, each scaled by its diagonal, from row number `next` on.
 void add_flat_rows(const SparseColumns& hessian, const std::vector<int>& columns, int& next,

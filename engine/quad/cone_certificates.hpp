@@ -9,8 +9,8 @@ namespace qlx::quad {
 // column a row, first those of the linear rows.
 ConeProgram least_violation(const ConeProgram& program);
 
-// The program of directions d that every bound, row and cone admits, that no Hessian sees, within the
-// unit box, along which the cost falls most.
+// The program of directions d that every bound, row and cone admits, that no Hessian sees, within
+// the unit box, along which the cost falls most.
 ConeProgram recession(const ConeProgram& program);
 
 }  // namespace qlx::quad

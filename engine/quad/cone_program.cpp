@@ -25,20 +25,22 @@ constexpr std::size_t kWideCone = 300;
 constexpr double kRayTolerance = 1e-7;
 constexpr double kRayFall = 1e-4;
 
-std::size_t at(int i) noexcept { return static_cast<std::size_t>(i); }
+std::size_t at(int i) noexcept {
+    return static_cast<std::size_t>(i);
+}
 
 // One answer of the barrier method with its evaluation.
 struct Attempt {
     KernelClaim claim = KernelClaim::failed;
     int iterations = 0;
     std::vector<double> x;
-    std::vector<double> y;          // linear rows
-    std::vector<double> row_dual;   // convex rows, as sides of their quadratic functions
+    std::vector<double> y;         // linear rows
+    std::vector<double> row_dual;  // convex rows, as sides of their quadratic functions
     Evaluation evaluation;
 };
 
-// Duals of a cone's norm form are divided by the length of the axis to belong to the quadratic form;
-// at the apex that has no limit, and this bounds it.
+// Duals of a cone's norm form are divided by the length of the axis to belong to the quadratic
+// form; at the apex that has no limit, and this bounds it.
 constexpr double kShortestAxis = 1e-6;
 
 double quadratic_dual(const ConvexRow& row, double dual, std::span<const double> x) {
@@ -122,11 +124,14 @@ class ConeSolver {
 bool ConeSolver::sort_rows() {
     std::vector<std::pair<int, ConvexRow>> linear;
     for (int k = 0; k < static_cast<int>(source_.quadratic_rows.size()); ++k) {
-        ConvexRow row = recognise(source_.quadratic_rows[at(k)], source_.column_lower,
-                                  source_.column_upper);
+        ConvexRow row =
+            recognise(source_.quadratic_rows[at(k)], source_.column_lower, source_.column_upper);
         switch (row.shape) {
-            case RowShape::free: break;
-            case RowShape::linear: linear.emplace_back(k, std::move(row)); break;
+            case RowShape::free:
+                break;
+            case RowShape::linear:
+                linear.emplace_back(k, std::move(row));
+                break;
             case RowShape::ellipsoid:
             case RowShape::cone:
                 convex_source_.push_back(k);
@@ -217,7 +222,8 @@ bool ConeSolver::climb() {
             (best.x.empty() || next.evaluation.worst() < best.evaluation.worst())) {
             best = std::move(next);
         }
-        if (control_.stop.stop() || (!best.x.empty() && meets(best.evaluation.residuals, control_))) {
+        if (control_.stop.stop() ||
+            (!best.x.empty() && meets(best.evaluation.residuals, control_))) {
             break;
         }
     }
@@ -231,13 +237,12 @@ bool ConeSolver::climb() {
 }
 
 bool ConeSolver::is_proven_infeasible(std::vector<double>& feasible_point) {
-    const Attempt least = attempt(least_violation(program_), kSmoothing, control_.iteration_limit,
-                                  control_.stop);
+    const Attempt least =
+        attempt(least_violation(program_), kSmoothing, control_.iteration_limit, control_.stop);
     result_.iterations += least.iterations;
     if (least.x.empty()) return false;
     const std::size_t columns = program_.model.cost.size();
-    feasible_point.assign(least.x.begin(),
-                          least.x.begin() + static_cast<std::ptrdiff_t>(columns));
+    feasible_point.assign(least.x.begin(), least.x.begin() + static_cast<std::ptrdiff_t>(columns));
     double worst = 0.0;
     BarrierProblem problem(program_, kSmoothing);
     const std::size_t linear = program_.model.row_lower.size();

@@ -13,7 +13,9 @@ namespace qlx::quad {
 
 namespace {
 
-std::size_t at(int i) noexcept { return static_cast<std::size_t>(i); }
+std::size_t at(int i) noexcept {
+    return static_cast<std::size_t>(i);
+}
 
 // Takes the objective's columns that can move; positions are the reduced model's.
 bool has_convex_objective(const Reduction& reduction, ConvexResult& result) {

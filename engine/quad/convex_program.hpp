@@ -24,8 +24,12 @@ namespace qlx::quad {
 
 inline constexpr double kInfiniteBound = 1e20;
 
-inline bool is_finite_lower(double bound) noexcept { return bound > -kInfiniteBound; }
-inline bool is_finite_upper(double bound) noexcept { return bound < kInfiniteBound; }
+inline bool is_finite_lower(double bound) noexcept {
+    return bound > -kInfiniteBound;
+}
+inline bool is_finite_upper(double bound) noexcept {
+    return bound < kInfiniteBound;
+}
 
 struct QuadraticRow {
     std::vector<Triplet> hessian;  // Q_k, each off-diagonal pair once, on either side
@@ -50,7 +54,8 @@ struct ConvexProgram {
     int row_count() const noexcept { return static_cast<int>(row_lower.size()); }
 };
 
-// A linearly constrained program in the form that kernels take: Q's upper triangle and A by columns.
+// A linearly constrained program in the form that kernels take: Q's upper triangle and A by
+// columns.
 struct QuadraticModel {
     std::vector<double> column_lower;
     std::vector<double> column_upper;
@@ -127,8 +132,8 @@ struct ModelPlace {
 
 // Relative errors of the conditions of Karush, Kuhn and Tucker.
 struct KktResiduals {
-    double primal = 0.0;           // worst violation over max(1, |bound|)
-    double dual = 0.0;             // worst dual without an active side, over 1 + the size of its sum
+    double primal = 0.0;  // worst violation over max(1, |bound|)
+    double dual = 0.0;    // worst dual without an active side, over 1 + the size of its sum
     double complementarity = 0.0;  // sum of dual times distance, over 1 + |objective|
 };
 

@@ -18,7 +18,9 @@ constexpr double kNoise = 1e-14;
 constexpr std::int64_t kLargestFactor = 300'000'000;
 constexpr double kLargestShift = 1e-5;
 
-std::size_t at(int i) noexcept { return static_cast<std::size_t>(i); }
+std::size_t at(int i) noexcept {
+    return static_cast<std::size_t>(i);
+}
 
 CurvatureVerdict nonconvex_pair(int order, int i, int j, double vi, double vj, double ratio) {
     CurvatureVerdict verdict{Curvature::nonconvex, std::min(i, j), std::max(i, j), {}, ratio};
@@ -64,8 +66,8 @@ CurvatureVerdict test_minors(const SparseColumns& upper, const std::vector<doubl
 // The matrix restricted to columns with a positive diagonal and scaled to a unit one.
 struct ScaledMatrix {
     SparseColumns upper;
-    std::vector<int> column;     // original columns
-    std::vector<double> root;    // square roots of their diagonal entries
+    std::vector<int> column;   // original columns
+    std::vector<double> root;  // square roots of their diagonal entries
 };
 
 ScaledMatrix scale(const SparseColumns& upper, const std::vector<double>& diagonal, double noise) {

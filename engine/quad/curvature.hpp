@@ -27,8 +27,8 @@ struct CurvatureVerdict {
     double ratio = 0.0;
 };
 
-// `upper` is the upper triangle of Q. Tests the diagonal, the 2 by 2 minors of all entries, diagonal
-// dominance, and at last a factorisation of the scaled matrix shifted by the tolerance; a
+// `upper` is the upper triangle of Q. Tests the diagonal, the 2 by 2 minors of all entries,
+// diagonal dominance, and at last a factorisation of the scaled matrix shifted by the tolerance; a
 // negative answer is always backed by a direction whose curvature has been evaluated.
 CurvatureVerdict test_curvature(const SparseColumns& upper);
 

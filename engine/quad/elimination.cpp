@@ -15,7 +15,9 @@ namespace {
 // matrix products between panels.
 constexpr int kWidestSupernode = 48;
 
-std::size_t at(int i) noexcept { return static_cast<std::size_t>(i); }
+std::size_t at(int i) noexcept {
+    return static_cast<std::size_t>(i);
+}
 
 // Position -> column, by approximate minimum degree (Amestoy, Davis, Duff 1996).
 std::vector<int> minimum_degree(const SparseColumns& upper) {

@@ -48,10 +48,14 @@ class Ladder {
 
 QuadraticKernel Ladder::kernel_of(Kernel kernel) const {
     switch (kernel) {
-        case Kernel::proximal: return solve_proximal;
-        case Kernel::large_scale: return control_.large_scale_qp;
-        case Kernel::barrier: return barrier_kernel();
-        case Kernel::none: break;
+        case Kernel::proximal:
+            return solve_proximal;
+        case Kernel::large_scale:
+            return control_.large_scale_qp;
+        case Kernel::barrier:
+            return barrier_kernel();
+        case Kernel::none:
+            break;
     }
     return {};
 }

@@ -14,7 +14,9 @@ namespace {
 constexpr double kRegularisation = 1e-9;
 constexpr int kRefinements = 6;
 
-std::size_t at(int i) noexcept { return static_cast<std::size_t>(i); }
+std::size_t at(int i) noexcept {
+    return static_cast<std::size_t>(i);
+}
 
 // Which side holds a column or row: where its dual outweighs its distance.
 enum class Side : signed char { none, lower, upper };
@@ -29,16 +31,23 @@ Side active_side(double dual, double value, double lower, double upper) {
 // The equations of one active set: free columns first, then active rows.
 class ActiveSet {
   public:
-    ActiveSet(const QuadraticModel& model, const PolishedPoint& point) : model_(model), x_(point.x) {
+    ActiveSet(const QuadraticModel& model, const PolishedPoint& point)
+        : model_(model), x_(point.x) {
         const std::size_t columns = x_.size();
         column_place_.assign(columns, -1);
         for (std::size_t j = 0; j < columns; ++j) {
             const double lower = model.column_lower[j];
             const double upper = model.column_upper[j];
             switch (active_side(point.evaluation.reduced_cost[j], x_[j], lower, upper)) {
-                case Side::lower: x_[j] = lower; break;
-                case Side::upper: x_[j] = upper; break;
-                case Side::none: column_place_[j] = order_++; break;
+                case Side::lower:
+                    x_[j] = lower;
+                    break;
+                case Side::upper:
+                    x_[j] = upper;
+                    break;
+                case Side::none:
+                    column_place_[j] = order_++;
+                    break;
             }
         }
         free_columns_ = order_;

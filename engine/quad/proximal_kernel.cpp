@@ -18,7 +18,9 @@ using System = piqp::KKTSystem<double, int, piqp::PIQP_SPARSE>;
 using Factor = piqp::KKTSolverBase<double, int, piqp::PIQP_SPARSE>;
 using Data = piqp::sparse::Data<double, int>;
 
-std::size_t at(int i) noexcept { return static_cast<std::size_t>(i); }
+std::size_t at(int i) noexcept {
+    return static_cast<std::size_t>(i);
+}
 
 // Stands before PIQP's factorisation and ends its loop, by way of the iteration limit, when the
 // stop rule asks for it: PIQP itself has no time limit and no callback.
@@ -140,11 +142,16 @@ SplitRows split(const QuadraticModel& model) {
 
 KernelClaim claim_of(piqp::Status status) {
     switch (status) {
-        case piqp::PIQP_SOLVED: return KernelClaim::solved;
-        case piqp::PIQP_PRIMAL_INFEASIBLE: return KernelClaim::infeasible;
-        case piqp::PIQP_DUAL_INFEASIBLE: return KernelClaim::unbounded;
-        case piqp::PIQP_MAX_ITER_REACHED: return KernelClaim::iteration_limit;
-        default: return KernelClaim::failed;
+        case piqp::PIQP_SOLVED:
+            return KernelClaim::solved;
+        case piqp::PIQP_PRIMAL_INFEASIBLE:
+            return KernelClaim::infeasible;
+        case piqp::PIQP_DUAL_INFEASIBLE:
+            return KernelClaim::unbounded;
+        case piqp::PIQP_MAX_ITER_REACHED:
+            return KernelClaim::iteration_limit;
+        default:
+            return KernelClaim::failed;
     }
 }
 

@@ -20,14 +20,18 @@ constexpr double kApexTolerance = 1e-9;
 // An apex off the origin is found by a dense factorisation of this order at most.
 constexpr int kLargestShiftedCone = 400;
 
-std::size_t at(int i) noexcept { return static_cast<std::size_t>(i); }
+std::size_t at(int i) noexcept {
+    return static_cast<std::size_t>(i);
+}
 
 struct Interval {
     double low = 0.0;
     double high = 0.0;
 };
 
-Interval operator+(Interval a, Interval b) { return {a.low + b.low, a.high + b.high}; }
+Interval operator+(Interval a, Interval b) {
+    return {a.low + b.low, a.high + b.high};
+}
 
 Interval times(double factor, Interval x) {
     if (factor == 0.0) return {};

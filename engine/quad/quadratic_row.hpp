@@ -17,13 +17,13 @@ enum class RowShape {
     undecided,
 };
 
-// A quadratic row over the columns it uses, turned to one upper side: sign is -1 where the row's lower
-// side counts. All vectors and matrices are indexed by place in `columns`.
+// A quadratic row over the columns it uses, turned to one upper side: sign is -1 where the row's
+// lower side counts. All vectors and matrices are indexed by place in `columns`.
 //
 // Where the shape is cone, the row says  |x - apex| <= axis'(x - apex)  with the seminorm
 // |d| = sqrt(d'Pd + offset), P positive semidefinite: 1/2 x'Qx + a'x - upper is half the difference
-// of the squares. This covers x'Px <= t^2 with t >= 0, x'Px <= st with s, t >= 0, sums of columns in place of s
-// and t, and linear terms that only shift the apex.
+// of the squares. This covers x'Px <= t^2 with t >= 0, x'Px <= st with s, t >= 0, sums of columns
+// in place of s and t, and linear terms that only shift the apex.
 struct ConvexRow {
     RowShape shape = RowShape::free;
     double sign = 1.0;

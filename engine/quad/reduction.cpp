@@ -12,7 +12,9 @@ namespace {
 // Bounds may cross by this much, relative to max(1, |bound|), and then count as equal.
 constexpr double kCrossing = 1e-9;
 
-std::size_t at(int i) noexcept { return static_cast<std::size_t>(i); }
+std::size_t at(int i) noexcept {
+    return static_cast<std::size_t>(i);
+}
 
 }  // namespace
 
@@ -86,8 +88,10 @@ bool Reduction::reduce_row(int i) {
     left_in_row_[at(i)] = -1;
     if (single >= 0) return tighten(i, single, coefficient, fixed_part);
     const double allowed = kCrossing * size;
-    const bool low = is_finite_lower(lower) && fixed_part < lower - allowed * std::max(1.0, std::abs(lower));
-    const bool high = is_finite_upper(upper) && fixed_part > upper + allowed * std::max(1.0, std::abs(upper));
+    const bool low =
+        is_finite_lower(lower) && fixed_part < lower - allowed * std::max(1.0, std::abs(lower));
+    const bool high =
+        is_finite_upper(upper) && fixed_part > upper + allowed * std::max(1.0, std::abs(upper));
     if (low || high) place_.row = i;
     return !low && !high;
 }
@@ -109,7 +113,9 @@ void Reduction::settle_empty_columns() {
         const double cost = model_->cost[at(j)];
         const double lower = is_finite_lower(lower_[at(j)]) ? lower_[at(j)] : -kInfiniteBound;
         const double upper = is_finite_upper(upper_[at(j)]) ? upper_[at(j)] : kInfiniteBound;
-        const double value = cost > 0.0 ? lower : cost < 0.0 ? upper : std::clamp(0.0, lower, upper);
+        const double value = cost > 0.0   ? lower
+                             : cost < 0.0 ? upper
+                                          : std::clamp(0.0, lower, upper);
         if (!is_finite_lower(value) || !is_finite_upper(value)) continue;
         is_fixed_[at(j)] = true;
         fixed_value_[at(j)] = value;
@@ -137,13 +143,18 @@ void Reduction::build() {
         reduced_.constant += fixed[j] * (model.cost[j] + 0.5 * gradient[j]);
     }
     for (int i = 0; i < model.row_count(); ++i) {
-        const bool free = !is_finite_lower(model.row_lower[at(i)]) && !is_finite_upper(model.row_upper[at(i)]);
+        const bool free =
+            !is_finite_lower(model.row_lower[at(i)]) && !is_finite_upper(model.row_upper[at(i)]);
         if (left_in_row_[at(i)] < 0 || free) continue;
         row_place[at(i)] = static_cast<int>(kept_rows_.size());
         kept_rows_.push_back(i);
-        auto shifted = [&](double bound, bool finite) { return finite ? bound - moved[at(i)] : bound; };
-        reduced_.row_lower.push_back(shifted(model.row_lower[at(i)], is_finite_lower(model.row_lower[at(i)])));
-        reduced_.row_upper.push_back(shifted(model.row_upper[at(i)], is_finite_upper(model.row_upper[at(i)])));
+        auto shifted = [&](double bound, bool finite) {
+            return finite ? bound - moved[at(i)] : bound;
+        };
+        reduced_.row_lower.push_back(
+            shifted(model.row_lower[at(i)], is_finite_lower(model.row_lower[at(i)])));
+        reduced_.row_upper.push_back(
+            shifted(model.row_upper[at(i)], is_finite_upper(model.row_upper[at(i)])));
     }
     const int columns = static_cast<int>(kept_columns_.size());
     auto take = [&](const SparseColumns& from, const std::vector<int>& place, int rows) {

@@ -16,8 +16,7 @@ constexpr double kNegligibleDual = 1e-9;
 }  // namespace
 
 double Evaluation::worst() const noexcept {
-    const double worst =
-        std::max({residuals.primal, residuals.dual, residuals.complementarity});
+    const double worst = std::max({residuals.primal, residuals.dual, residuals.complementarity});
     return std::isfinite(worst) ? worst : std::numeric_limits<double>::infinity();
 }
 

@@ -18,8 +18,8 @@ struct Evaluation {
     double worst() const noexcept;
 };
 
-// `normals`, if given, is what other rows than the model's contribute to the gradient's balance: the
-// sum of their gradients times their duals, one value a column.
+// `normals`, if given, is what other rows than the model's contribute to the gradient's balance:
+// the sum of their gradients times their duals, one value a column.
 Evaluation evaluate(const QuadraticModel& model, std::span<const double> x,
                     std::span<const double> y, std::span<const double> normals = {});
 

@@ -8,7 +8,9 @@ namespace qlx::quad {
 
 namespace {
 
-std::size_t at(int i) noexcept { return static_cast<std::size_t>(i); }
+std::size_t at(int i) noexcept {
+    return static_cast<std::size_t>(i);
+}
 
 // Buckets the entries by `key`, keeping their order within a bucket.
 template <typename Key>

@@ -12,7 +12,9 @@ namespace {
 
 using Panel = Eigen::Map<Eigen::MatrixXd>;
 
-std::size_t at(int i) noexcept { return static_cast<std::size_t>(i); }
+std::size_t at(int i) noexcept {
+    return static_cast<std::size_t>(i);
+}
 
 }  // namespace
 

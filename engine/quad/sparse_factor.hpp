@@ -18,8 +18,8 @@ class SparseFactor {
     // called, and fill() tells how many were counted.
     bool analyze(const SparseColumns& upper, std::int64_t fill_limit);
 
-    // Factors matrix + diag(shift). Where `sign` is empty every pivot must be positive; else pivot j
-    // has to have the sign of sign[j], and one below `pivot_floor` in size is replaced by it.
+    // Factors matrix + diag(shift). Where `sign` is empty every pivot must be positive; else pivot
+    // j has to have the sign of sign[j], and one below `pivot_floor` in size is replaced by it.
     // Returns -1, or the column whose pivot is wrong (only where `sign` is empty).
     int factorize(const SparseColumns& upper, std::span<const double> shift,
                   std::span<const signed char> sign = {}, double pivot_floor = 0.0);
@@ -37,11 +37,11 @@ class SparseFactor {
 
   private:
     struct Supernode {
-        int first;               // first column
-        int width;               // number of columns
-        int row_count;           // rows of the panel; the first `width` are its own columns
-        int row_start;           // into rows_
-        std::int64_t panel;      // into panel_, column by column
+        int first;           // first column
+        int width;           // number of columns
+        int row_count;       // rows of the panel; the first `width` are its own columns
+        int row_start;       // into rows_
+        std::int64_t panel;  // into panel_, column by column
     };
 
     void set_order(const SparseColumns& upper);
@@ -55,20 +55,20 @@ class SparseFactor {
 
     int order_ = 0;
     std::int64_t fill_ = 0;
-    std::vector<int> position_;       // of a column in the elimination order
-    std::vector<int> column_at_;      // the column at a position
-    std::vector<int> parent_;         // elimination tree
-    std::vector<int> count_;          // entries of each column of L, diagonal included
-    std::vector<int> lower_start_;    // the matrix, permuted, its lower triangle by columns
+    std::vector<int> position_;     // of a column in the elimination order
+    std::vector<int> column_at_;    // the column at a position
+    std::vector<int> parent_;       // elimination tree
+    std::vector<int> count_;        // entries of each column of L, diagonal included
+    std::vector<int> lower_start_;  // the matrix, permuted, its lower triangle by columns
     std::vector<int> lower_row_;
-    std::vector<int> lower_source_;   // the entry's place in the matrix given
+    std::vector<int> lower_source_;  // the entry's place in the matrix given
     std::vector<Supernode> nodes_;
-    std::vector<int> node_of_;        // supernode of a position
+    std::vector<int> node_of_;  // supernode of a position
     std::vector<int> rows_;
     std::vector<double> panel_;
     std::vector<double> pivot_;
-    std::vector<int> local_row_;      // scratch: a row's place in the current panel
-    std::vector<double> update_;      // scratch: one descendant's contribution
+    std::vector<int> local_row_;  // scratch: a row's place in the current panel
+    std::vector<double> update_;  // scratch: one descendant's contribution
     std::vector<double> scaled_;
 };
 

@@ -34,8 +34,9 @@ QLX_API int QLXgetcalist_c(QLXprob prob, const char* const** names, const int** 
  * none. */
 QLX_API int QLXgetcontrolinfo(QLXprob prob, const char* name, int* id, int* type);
 QLX_API int QLXgetattribinfo(QLXprob prob, const char* name, int* id, int* type);
-/* One line about a control or attribute, its range "min .. max" and default as texts; at most 255,
- * 127 and 63 characters and NUL. control nonzero: a control, zero: an attribute. */
+/* One line about a control or attribute of either solver, its range "min .. max" and default as
+ * texts; at most 255, 127 and 63 characters and NUL. control nonzero: a control, zero: an
+ * attribute. */
 QLX_API int QLXgetparamdoc(int control, int id, char* description, char* range, char* initial);
 
 /* Sets dest's controls to src's. */

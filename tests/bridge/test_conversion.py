@@ -130,7 +130,7 @@ REFUSED = {
     "bytes for characters": (b"LE", CHARACTER, "Character expected"),
     "a number for a string": (["a", 5], STRING, "String expected, found 5"),
     "no cut": ([5], CUT, "quilex.poolcut object expected"),
-    "no object": ([quilexlib.poolcut()], OBJECT, "quilex.qlxobject object expected"),
+    "no object": ([object()], OBJECT, "quilex.qlxobject object expected"),
     "no array kind": ([1], SET, "kind 2"),
     "unknown kind": ([1], 11, "kind 11"),
 }

@@ -57,15 +57,15 @@ def _choices(model):
     """All models with C columns, without sets and conditions, whose union is the given model."""
     per_column = [intervals(column) for column in model.columns]
     supports = [_supports(one) for one in model.sets]
-    for intervals in itertools.product(*per_column):
+    for chosen in itertools.product(*per_column):
         for allowed in itertools.product(*supports):
-            yield from _fixed(model, intervals, allowed)
+            yield from _fixed(model, chosen, allowed)
 
 
-def _fixed(model, intervals, allowed):
+def _fixed(model, chosen, allowed):
     """The model with every column in its interval, or nothing where that empties one of them."""
     columns = []
-    for k, (lower, upper) in enumerate(intervals):
+    for k, (lower, upper) in enumerate(chosen):
         banned = any(
             k in members and k not in support
             for (_, members, _), support in zip(model.sets, allowed)

@@ -14,7 +14,9 @@ namespace qlx::quad::test {
 
 using Dense = std::vector<std::vector<double>>;
 
-inline std::size_t at(int i) { return static_cast<std::size_t>(i); }
+inline std::size_t at(int i) {
+    return static_cast<std::size_t>(i);
+}
 
 inline Dense dense_symmetric(const std::vector<Triplet>& entries, int order) {
     Dense q(at(order), std::vector<double>(at(order), 0.0));
@@ -51,7 +53,8 @@ inline void expect_side(const char* what, std::size_t k, double value, double du
     EXPECT_GE(value, lower - tolerance * size) << what << ' ' << k;
     EXPECT_LE(value, upper + tolerance * size) << what << ' ' << k;
     const double room = dual > 0.0 ? value - lower : upper - value;
-    // Where a dual and its room both vanish, an interior point leaves both near the root of its gap.
+    // Where a dual and its room both vanish, an interior point leaves both near the root of its
+    // gap.
     const double product = std::abs(dual) * std::max(room, 0.0);
     EXPECT_LE(std::min(std::abs(dual), product), tolerance * (size + std::abs(dual)))
         << what << ' ' << k << " dual " << dual;
@@ -72,7 +75,8 @@ inline void expect_optimal(const ConvexProgram& p, const ConvexResult& r, double
     }
     for (std::size_t i = 0; i < activity.size(); ++i) {
         EXPECT_NEAR(activity[i], r.row_activity[i], 1e-9 * (1.0 + std::abs(activity[i])));
-        expect_side("row", i, activity[i], r.row_dual[i], p.row_lower[i], p.row_upper[i], tolerance);
+        expect_side("row", i, activity[i], r.row_dual[i], p.row_lower[i], p.row_upper[i],
+                    tolerance);
     }
     for (std::size_t k = 0; k < p.quadratic_rows.size(); ++k) {
         const QuadraticRow& row = p.quadratic_rows[k];
@@ -83,8 +87,10 @@ inline void expect_optimal(const ConvexProgram& p, const ConvexResult& r, double
             pulled[at(row.columns[c])] += row.coefficients[c];
         }
         EXPECT_NEAR(value, r.quadratic_activity[k], 1e-9 * (1.0 + std::abs(value)));
-        expect_side("quadratic row", k, value, r.quadratic_dual[k], row.lower, row.upper, tolerance);
-        for (std::size_t j = 0; j < pulled.size(); ++j) gradient[j] -= r.quadratic_dual[k] * pulled[j];
+        expect_side("quadratic row", k, value, r.quadratic_dual[k], row.lower, row.upper,
+                    tolerance);
+        for (std::size_t j = 0; j < pulled.size(); ++j)
+            gradient[j] -= r.quadratic_dual[k] * pulled[j];
     }
     for (std::size_t j = 0; j < gradient.size(); ++j) {
         EXPECT_NEAR(gradient[j], r.reduced_cost[j], tolerance * (1.0 + std::abs(gradient[j])));

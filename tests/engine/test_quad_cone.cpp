@@ -51,12 +51,19 @@ TEST(QuadraticRowShape, Table) {
         {"hyperbola st >= 1", {{1, 2, -1}}, {}, -kInf, -1, positive, RowShape::cone},
         {"square of a sum", summed, {}, -kInf, 0, positive, RowShape::cone},
         {"shifted along its axis", plain, {0, 0, -2}, -kInf, 1, {-kInf, -kInf, -1}, RowShape::cone},
-        {"shifted beyond its bound", plain, {0, 0, 2}, -kInf, -1, {-kInf, -kInf, 0}, RowShape::nonconvex},
+        {"shifted beyond its bound",
+         plain,
+         {0, 0, 2},
+         -kInf,
+         -1,
+         {-kInf, -kInf, 0},
+         RowShape::nonconvex},
         {"paraboloid over a saddle", rotated, {1, 0, 0}, -kInf, 0, positive, RowShape::nonconvex},
     };
     for (const RowCase& c : cases) {
         QuadraticRow row{c.hessian, {}, c.linear, c.lower, c.upper};
-        for (std::size_t j = 0; j < c.linear.size(); ++j) row.columns.push_back(static_cast<int>(j));
+        for (std::size_t j = 0; j < c.linear.size(); ++j)
+            row.columns.push_back(static_cast<int>(j));
         const std::vector<double> lower =
             c.column_lower.empty() ? std::vector<double>(3, -kInf) : c.column_lower;
         const std::vector<double> upper(3, kInf);
@@ -72,8 +79,11 @@ TEST_F(Cone, RandomEllipsoidsMeetTheirConditions) {
         const int columns = 3 + 3 * (round % 9);
         ConvexProgram p = random_program(columns, columns / 3, columns, random);
         for (int k = 0; k < 1 + round % 4; ++k) {
-            QuadraticRow row{random_semidefinite(columns, 1 + k * columns / 2, random), {0, 1},
-                             {normal(random), normal(random)}, -kInf, 0};
+            QuadraticRow row{random_semidefinite(columns, 1 + k * columns / 2, random),
+                             {0, 1},
+                             {normal(random), normal(random)},
+                             -kInf,
+                             0};
             // Passes through the middle of the box, or beyond it.
             std::vector<double> middle;
             for (int j = 0; j < columns; ++j) {
@@ -95,8 +105,8 @@ TEST_F(Cone, RandomEllipsoidsMeetTheirConditions) {
     }
 }
 
-// minimise c'x over |F x + g| <= t with t in a box; the optimum is checked against random points of the
-// cone: none of them may be better.
+// minimise c'x over |F x + g| <= t with t in a box; the optimum is checked against random points of
+// the cone: none of them may be better.
 TEST_F(Cone, NoRandomFeasiblePointBeatsTheOptimum) {
     std::mt19937 random(8);
     std::normal_distribution<double> normal;
@@ -162,8 +172,8 @@ TEST_F(Cone, OptimumAtTheApex) {
     }
 }
 
-// The Euclidean centre of mass (Fermat's point): distances to three corners of a triangle, their sum
-// least; the solution for a right isosceles triangle is known.
+// The Euclidean centre of mass (Fermat's point): distances to three corners of a triangle, their
+// sum least; the solution for a right isosceles triangle is known.
 TEST_F(Cone, FermatPoint) {
     ConvexProgram p;
     p.cost = {0, 0, 1, 1, 1};
@@ -257,10 +267,15 @@ class Hs71 final : public nlp::LocalProblem {
                  std::span<double> out) override {
         const double s = x[0] + x[1] + x[2];
         const double h[] = {2 * f * x[3] + 2 * y[1],
-                            f * x[3] + y[0] * x[2] * x[3], 2 * y[1],
-                            f * x[3] + y[0] * x[1] * x[3], y[0] * x[0] * x[3], 2 * y[1],
-                            f * (s + x[0]) + y[0] * x[1] * x[2], f * x[0] + y[0] * x[0] * x[2],
-                            f * x[0] + y[0] * x[0] * x[1], 2 * y[1]};
+                            f * x[3] + y[0] * x[2] * x[3],
+                            2 * y[1],
+                            f * x[3] + y[0] * x[1] * x[3],
+                            y[0] * x[0] * x[3],
+                            2 * y[1],
+                            f * (s + x[0]) + y[0] * x[1] * x[2],
+                            f * x[0] + y[0] * x[0] * x[2],
+                            f * x[0] + y[0] * x[0] * x[1],
+                            2 * y[1]};
         std::copy(h, h + 10, out.begin());
         return true;
     }

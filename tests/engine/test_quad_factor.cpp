@@ -82,7 +82,9 @@ TEST(Curvature, SmallMatrices) {
         {"all 2 by 2 minors positive",
          3,
          {{0, 0, 1.0}, {1, 1, 1.0}, {2, 2, 1.0}, {0, 1, -0.6}, {1, 2, -0.6}, {0, 2, -0.6}},
-         no, 0, 1},
+         no,
+         0,
+         1},
     };
     for (const CurvatureCase& c : cases) {
         const SparseColumns upper = compress_symmetric(c.order, c.entries);
@@ -115,7 +117,8 @@ TEST(Curvature, LargeRankDeficientMatricesAreConvex) {
     const int order = 1500;  // dense of rank 1
     std::vector<Triplet> ones;
     for (int i = 0; i < order; ++i) {
-        for (int j = i; j < order; ++j) ones.push_back({i, j, (1.0 + 0.001 * i) * (1.0 + 0.001 * j)});
+        for (int j = i; j < order; ++j)
+            ones.push_back({i, j, (1.0 + 0.001 * i) * (1.0 + 0.001 * j)});
     }
     EXPECT_EQ(test_curvature(compress_symmetric(order, ones)).curvature, Curvature::convex);
 }

@@ -98,8 +98,12 @@ TEST(QuadraticProgram, AgreesWithEnumerationOfActiveSets) {
 
 TEST(QuadraticProgram, RandomSingularAndDegenerateProgramsMeetTheirConditions) {
     std::mt19937 random(5);
-    for (const auto& [columns, rows, rank] :
-         {std::array{1, 1, 1}, {5, 0, 2}, {20, 30, 3}, {60, 20, 10}, {100, 80, 0}, {300, 200, 50}}) {
+    for (const auto& [columns, rows, rank] : {std::array{1, 1, 1},
+                                              {5, 0, 2},
+                                              {20, 30, 3},
+                                              {60, 20, 10},
+                                              {100, 80, 0},
+                                              {300, 200, 50}}) {
         for (int round = 0; round < 10; ++round) {
             ConvexProgram p = random_program(columns, rows, rank, random);
             expect_optimal(p, solve_convex(p, {}));
@@ -158,10 +162,12 @@ void add_row(ConvexProgram& p, double lower, std::vector<double> coefficients, d
 }
 
 TEST(QuadraticProgram, PublishedOptima) {
-    ConvexProgram hs35 = program({-8, -6, -4}, {{0, 0, 4}, {1, 1, 4}, {2, 2, 2}, {1, 0, 2}, {2, 0, 2}});
+    ConvexProgram hs35 =
+        program({-8, -6, -4}, {{0, 0, 4}, {1, 1, 4}, {2, 2, 2}, {1, 0, 2}, {2, 0, 2}});
     hs35.constant = 9;
     add_row(hs35, -kInf, {1, 1, 2}, 3);
-    ConvexProgram hs76 = program({-1, -3, 1, -1}, {{0, 0, 2}, {1, 1, 1}, {2, 2, 2}, {3, 3, 1}, {2, 0, -1}, {3, 2, 1}});
+    ConvexProgram hs76 = program(
+        {-1, -3, 1, -1}, {{0, 0, 2}, {1, 1, 1}, {2, 2, 2}, {3, 3, 1}, {2, 0, -1}, {3, 2, 1}});
     add_row(hs76, -kInf, {1, 2, 1, 1}, 5);
     add_row(hs76, -kInf, {3, 1, 2, -1}, 4);
     add_row(hs76, 1.5, {0, 1, 4, 0}, kInf);
@@ -174,7 +180,8 @@ TEST(QuadraticProgram, PublishedOptima) {
 
 TEST(QuadraticProgram, SingletonRowsAndFixedColumnsKeepTheirDuals) {
     // x0 is fixed by one row, x1 held by another, x2 by the last, which presolve turns into bounds.
-    ConvexProgram p = program({1, -40, 2}, {{0, 0, 2}, {1, 1, 2}, {2, 2, 2}, {1, 0, 1}, {2, 1, -1}});
+    ConvexProgram p =
+        program({1, -40, 2}, {{0, 0, 2}, {1, 1, 2}, {2, 2, 2}, {1, 0, 1}, {2, 1, -1}});
     add_row(p, 3, {1, 0, 0}, 3);
     add_row(p, -kInf, {0, 2, 0}, 1);
     add_row(p, 5, {1, 1, -1}, kInf);
@@ -183,7 +190,8 @@ TEST(QuadraticProgram, SingletonRowsAndFixedColumnsKeepTheirDuals) {
     const ConvexResult result = solve_convex(p, {});
     expect_optimal(p, result);
     EXPECT_NEAR(result.x[0], 3.0, 1e-9);
-    EXPECT_NEAR(result.row_dual[1], 0.5 * (2 * 0.5 - 40 + 3 - result.x[2] - result.row_dual[2]), 1e-7);
+    EXPECT_NEAR(result.row_dual[1], 0.5 * (2 * 0.5 - 40 + 3 - result.x[2] - result.row_dual[2]),
+                1e-7);
 }
 
 struct StatusCase {
@@ -251,6 +259,93 @@ TEST(QuadraticProgram, StatusesTellTheTruth) {
     const ConvexResult pair = solve_convex(program({0, 0, 0}, {{0, 0, 1}, {2, 1, 1}}), {});
     EXPECT_EQ(pair.place.first_column, 1);
     EXPECT_EQ(pair.place.second_column, 2);
+}
+
+// Loosens and shifts bounds of a random program until it may have no optimum.
+ConvexProgram random_doubtful_program(std::mt19937& random) {
+    std::normal_distribution<double> normal;
+    std::uniform_int_distribution<int> ten(0, 9);
+    const int columns = 1 + 2 * ten(random);
+    const int rows = 2 * ten(random);
+    ConvexProgram p = random_program(columns, rows, ten(random) * columns / 9, random);
+    for (std::size_t j = 0; j < p.cost.size(); ++j) {
+        if (ten(random) < 3) p.column_lower[j] = -kInf;
+        if (ten(random) < 3) p.column_upper[j] = kInf;
+        if (ten(random) < 2) p.cost[j] = 0.0;
+    }
+    const bool shifts = ten(random) < 3;
+    for (std::size_t i = 0; shifts && i < p.row_lower.size(); ++i) {
+        if (ten(random) > 0) continue;
+        p.row_lower[i] += 0.5 * normal(random);
+        p.row_upper[i] = std::max(p.row_lower[i], p.row_upper[i]);
+    }
+    return p;
+}
+
+void expect_ray(const ConvexProgram& p, const std::vector<double>& ray) {
+    ASSERT_EQ(ray.size(), p.cost.size());
+    EXPECT_LT(dot(p.cost, ray), 0.0);
+    std::vector<double> moved = times(dense_symmetric(p.hessian, p.column_count()), ray);
+    for (double v : moved) EXPECT_NEAR(v, 0.0, 1e-6);
+    std::vector<double> activity(p.row_lower.size(), 0.0);
+    for (const Triplet& e : p.rows) activity[at(e.row)] += e.value * ray[at(e.column)];
+    for (std::size_t i = 0; i < activity.size(); ++i) {
+        if (p.row_lower[i] > -kInf) {
+            EXPECT_GE(activity[i], -1e-6);
+        }
+        if (p.row_upper[i] < kInf) {
+            EXPECT_LE(activity[i], 1e-6);
+        }
+    }
+    for (std::size_t j = 0; j < ray.size(); ++j) {
+        if (p.column_lower[j] > -kInf) {
+            EXPECT_GE(ray[j], -1e-6);
+        }
+        if (p.column_upper[j] < kInf) {
+            EXPECT_LE(ray[j], 1e-6);
+        }
+    }
+}
+
+TEST(QuadraticProgram, EveryDoubtfulProgramIsDecided) {
+    int unbounded = 0;
+    int infeasible = 0;
+    for (unsigned seed = 0; seed < 150; ++seed) {
+        std::mt19937 random(seed);
+        const ConvexProgram p = random_doubtful_program(random);
+        const ConvexResult result = solve_convex(p, {});
+        switch (result.status) {
+            case ConvexStatus::optimal:
+                expect_optimal(p, result);
+                break;
+            case ConvexStatus::unbounded:
+                ++unbounded;
+                expect_ray(p, result.ray);
+                break;
+            case ConvexStatus::infeasible: {
+                // A slack column a row makes it feasible: the squares must not vanish.
+                ++infeasible;
+                ConvexProgram elastic = p;
+                elastic.hessian.clear();
+                elastic.cost.assign(p.cost.size() + p.row_lower.size(), 0.0);
+                elastic.column_lower.resize(elastic.cost.size(), -kInf);
+                elastic.column_upper.resize(elastic.cost.size(), kInf);
+                for (int i = 0; i < p.row_count(); ++i) {
+                    const int slack = p.column_count() + i;
+                    elastic.rows.push_back({i, slack, 1.0});
+                    elastic.hessian.push_back({slack, slack, 1e6});
+                }
+                const ConvexResult least = solve_convex(elastic, {});
+                EXPECT_EQ(least.status, ConvexStatus::optimal) << "seed " << seed;
+                EXPECT_GT(least.objective, 1e-7) << "seed " << seed;
+                break;
+            }
+            default:
+                ADD_FAILURE() << "seed " << seed;
+        }
+    }
+    EXPECT_GT(unbounded, 10);
+    EXPECT_GT(infeasible, 10);
 }
 
 TEST(QuadraticProgram, FailingKernelsHandOver) {

@@ -39,8 +39,8 @@ def test_default_controls():
     assert quilex.problem().controls.timelimit == 7.0
     quilex.setdefaultcontrol("timelimit")
     assert quilex.controls.timelimit == library
-    after = quilex.problem().controls
-    assert (after.timelimit, after.threads) == (library, 2)
+    p = quilex.problem()
+    assert (p.controls.timelimit, p.controls.threads) == (library, 2)
     for name in ("timelimit", "nosuchname", 3):
         with pytest.raises(KeyError):
             quilex.setdefaultcontrol(ipar=name)

@@ -9,12 +9,14 @@ import pytest
 import quilex
 import quilexlib
 
-# What tells whether the library is on: only then does it say its version.
+# What tells whether the library is on: only then does it create problems.
 LIBRARY = """
     import ctypes
     def library_is_on():
-        library = ctypes.CDLL("libqlx.so.33.01")
-        return library.QLXgetversion(ctypes.create_string_buffer(64)) == 0
+        library, problem = ctypes.CDLL("libqlx.so.33.01"), ctypes.c_void_p()
+        created = library.QLXcreateprob(ctypes.byref(problem)) == 0
+        library.QLXdestroyprob(problem)
+        return created
 """
 
 
@@ -28,7 +30,9 @@ def run(program, *flags):
 
 @pytest.mark.numpy_versions
 def test_import_leaves_the_library_off():
-    program = LIBRARY + """
+    program = (
+        LIBRARY
+        + """
     import quilexlib
     print(library_is_on(), len(quilexlib.controls.__dict__) > 10, library_is_on())
     quilexlib.getversion()
@@ -38,7 +42,15 @@ def test_import_leaves_the_library_off():
     quilexlib.problem()
     print(library_is_on())
     """
-    assert run(program, "-W", "error").split() == ["False", "True", "False", "True", "False", "True"]
+    )
+    assert run(program, "-W", "error").split() == [
+        "False",
+        "True",
+        "False",
+        "True",
+        "False",
+        "True",
+    ]
 
 
 def test_init_and_free():
@@ -77,8 +89,15 @@ FAMILIES = {
     "mip_optimal mip_unbounded": range(8),
     "nlp_unstarted nlp_solution nlp_locally_optimal nlp_globally_optimal nlp_locally_infeasible "
     "nlp_infeasible nlp_unbounded nlp_unfinished": (0, 1, 1, 2, 3, 4, 5, 6),
-    "stop_timelimit stop_ctrlc stop_nodelimit stop_iterlimit stop_mipgap stop_sollimit "
-    "stop_user": (1, 2, 3, 4, 5, 6, 9),
+    "stop_timelimit stop_ctrlc stop_nodelimit stop_iterlimit stop_mipgap stop_sollimit stop_user": (
+        1,
+        2,
+        3,
+        4,
+        5,
+        6,
+        9,
+    ),
     "type_notdefined type_int type_int64 type_double type_string": range(5),
     "colinfo_value colinfo_rdj colinfo_deltaindex colinfo_delta colinfo_deltadj "
     "colinfo_updaterow colinfo_sb colinfo_sbdual": range(1, 9),
@@ -128,9 +147,7 @@ def test_numpy_is_required():
     command = [sys.executable, "-c", textwrap.dedent(program)]
     result = subprocess.run(command, capture_output=True, text=True, timeout=60)
     assert result.returncode == 1
-    assert result.stderr.splitlines()[-1] == (
-        "ImportError: numpy.core.multiarray failed to import"
-    )
+    assert result.stderr.splitlines()[-1] == ("ImportError: numpy.core.multiarray failed to import")
 
 
 ENDINGS = {
@@ -182,8 +199,10 @@ def test_numpy_has_its_own_comparisons_back_at_exit():
     import atexit, numpy
     @atexit.register  # called after what is registered later
     def check():
-        result = numpy.array([x, x]) <= 3
-        print(type(result.flat[0]).__name__)
+        try:
+            numpy.array([x, x]) <= 3
+        except RuntimeError as error:
+            print(error)
         print((numpy.arange(3) <= 1).tolist())
     import quilexlib
     x = quilexlib.var()
@@ -191,7 +210,7 @@ def test_numpy_has_its_own_comparisons_back_at_exit():
     """
     before, after, plain = run(program).splitlines()
     assert before == "constraint"
-    assert after != "constraint"
+    assert "no truth value" in after
     assert plain == "[True, True, False]"
 
 

@@ -24,7 +24,9 @@ using Ipopt::Number;
 std::span<const double> view(const Number* x, Index n) {
     return {x, static_cast<std::size_t>(n)};
 }
-std::span<double> view(Number* x, Index n) { return {x, static_cast<std::size_t>(n)}; }
+std::span<double> view(Number* x, Index n) {
+    return {x, static_cast<std::size_t>(n)};
+}
 
 // Hands a LocalProblem to Ipopt. Exceptions of the problem end the solve and are thrown again
 // once Ipopt has returned.
@@ -74,8 +76,8 @@ class Bridge final : public Ipopt::TNLP {
     bool eval_g(Index n, const Number* x, bool, Index m, Number* out) override {
         return guarded([&] { return problem_.rows(view(x, n), view(out, m)); });
     }
-    bool eval_jac_g(Index n, const Number* x, bool, Index, Index count, Index* rows,
-                    Index* columns, Number* values) override {
+    bool eval_jac_g(Index n, const Number* x, bool, Index, Index count, Index* rows, Index* columns,
+                    Number* values) override {
         if (values == nullptr) return copy_pattern(problem_.jacobian_pattern(), rows, columns);
         return guarded([&] { return problem_.jacobian(view(x, n), view(values, count)); });
     }
@@ -87,8 +89,9 @@ class Bridge final : public Ipopt::TNLP {
         });
     }
 
-    bool intermediate_callback(Ipopt::AlgorithmMode, Index iteration, Number, Number, Number, Number,
-                               Number, Number, Number, Number, Index, const Ipopt::IpoptData*,
+    bool intermediate_callback(Ipopt::AlgorithmMode, Index iteration, Number, Number, Number,
+                               Number, Number, Number, Number, Number, Index,
+                               const Ipopt::IpoptData*,
                                Ipopt::IpoptCalculatedQuantities*) override {
         answer.iterations = iteration;
         if (failure) return false;
@@ -172,31 +175,45 @@ void set_options(Ipopt::OptionsList& list, const LocalProblem& problem,
 
 LocalStatus status_of(Ipopt::ApplicationReturnStatus status) {
     switch (status) {
-        case Ipopt::Solve_Succeeded: return LocalStatus::solved;
+        case Ipopt::Solve_Succeeded:
+            return LocalStatus::solved;
         case Ipopt::Solved_To_Acceptable_Level:
         case Ipopt::Feasible_Point_Found:
-        case Ipopt::Search_Direction_Becomes_Too_Small: return LocalStatus::acceptable;
-        case Ipopt::Infeasible_Problem_Detected: return LocalStatus::infeasible;
-        case Ipopt::Diverging_Iterates: return LocalStatus::unbounded;
-        case Ipopt::User_Requested_Stop: return LocalStatus::stopped;
-        case Ipopt::Maximum_Iterations_Exceeded: return LocalStatus::iteration_limit;
+        case Ipopt::Search_Direction_Becomes_Too_Small:
+            return LocalStatus::acceptable;
+        case Ipopt::Infeasible_Problem_Detected:
+            return LocalStatus::infeasible;
+        case Ipopt::Diverging_Iterates:
+            return LocalStatus::unbounded;
+        case Ipopt::User_Requested_Stop:
+            return LocalStatus::stopped;
+        case Ipopt::Maximum_Iterations_Exceeded:
+            return LocalStatus::iteration_limit;
         case Ipopt::Maximum_CpuTime_Exceeded:
-        case Ipopt::Maximum_WallTime_Exceeded: return LocalStatus::time_limit;
-        case Ipopt::Not_Enough_Degrees_Of_Freedom: return LocalStatus::too_many_equations;
-        case Ipopt::Invalid_Problem_Definition: return LocalStatus::inconsistent_bounds;
-        case Ipopt::Invalid_Number_Detected: return LocalStatus::undefined_value;
-        default: return LocalStatus::failed;
+        case Ipopt::Maximum_WallTime_Exceeded:
+            return LocalStatus::time_limit;
+        case Ipopt::Not_Enough_Degrees_Of_Freedom:
+            return LocalStatus::too_many_equations;
+        case Ipopt::Invalid_Problem_Definition:
+            return LocalStatus::inconsistent_bounds;
+        case Ipopt::Invalid_Number_Detected:
+            return LocalStatus::undefined_value;
+        default:
+            return LocalStatus::failed;
     }
 }
 
 }  // namespace
 
-bool InteriorPointSolver::is_available() noexcept { return true; }
+bool InteriorPointSolver::is_available() noexcept {
+    return true;
+}
 
 LocalAnswer InteriorPointSolver::solve(LocalProblem& problem, const LocalOptions& options) {
     use_one_blas_thread();
     // The second argument keeps Ipopt from a console of its own, the empty name from ipopt.opt.
-    Ipopt::SmartPtr<Ipopt::IpoptApplication> application = new Ipopt::IpoptApplication(false, false);
+    Ipopt::SmartPtr<Ipopt::IpoptApplication> application =
+        new Ipopt::IpoptApplication(false, false);
     set_options(*application->Options(), problem, options);
     LocalAnswer none;
     if (application->Initialize("") != Ipopt::Solve_Succeeded) return none;
@@ -215,7 +232,9 @@ LocalAnswer InteriorPointSolver::solve(LocalProblem& problem, const LocalOptions
 
 namespace qlx::nlp {
 
-bool InteriorPointSolver::is_available() noexcept { return false; }
+bool InteriorPointSolver::is_available() noexcept {
+    return false;
+}
 
 LocalAnswer InteriorPointSolver::solve(LocalProblem&, const LocalOptions&) {
     LocalAnswer answer;

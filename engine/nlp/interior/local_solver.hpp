@@ -51,26 +51,26 @@ class LocalProblem {
 };
 
 struct LocalOptions {
-    double tolerance = 1e-9;         // of the scaled optimality conditions
+    double tolerance = 1e-9;  // of the scaled optimality conditions
     double constraint_violation = 1e-8;
     int iteration_limit = 3000;
     std::optional<std::chrono::steady_clock::time_point> deadline;
-    std::function<bool()> stop;      // asked at every iteration; may be empty
+    std::function<bool()> stop;  // asked at every iteration; may be empty
 };
 
 enum class LocalStatus {
-    solved,             // to the tolerance, by the solver's own account
-    acceptable,         // to a looser tolerance
-    infeasible,         // a point that locally minimises the violation
-    unbounded,          // the iterates diverge, or the solver failed on their way
+    solved,      // to the tolerance, by the solver's own account
+    acceptable,  // to a looser tolerance
+    infeasible,  // a point that locally minimises the violation
+    unbounded,   // the iterates diverge, or the solver failed on their way
     iteration_limit,
     time_limit,
     stopped,
-    too_many_equations, // more equations than columns that can move
+    too_many_equations,  // more equations than columns that can move
     inconsistent_bounds,
-    undefined_value,    // a function or derivative is not a number
+    undefined_value,  // a function or derivative is not a number
     failed,
-    unavailable,        // the build has no such solver
+    unavailable,  // the build has no such solver
 };
 
 struct LocalAnswer {
