@@ -8,6 +8,7 @@
 #include "model/cumulative.hpp"
 #include "model/dot.hpp"
 #include "model/expression.hpp"
+#include "model/inspection.hpp"
 #include "model/linterm.hpp"
 #include "model/quadterm.hpp"
 #include "model/sos.hpp"
@@ -84,7 +85,7 @@ PyMethodDef* method_table() {
         std::vector<PyMethodDef> rows;
         for (const PyMethodDef* part :
              {cumulative_methods, function_methods, setting_methods, message_handler_methods,
-              environment_methods, conversion_check_methods}) {
+              environment_methods, conversion_check_methods, inspection_methods}) {
             for (; part->ml_name != nullptr; ++part) rows.push_back(*part);
         }
         rows.push_back(exit_method);
