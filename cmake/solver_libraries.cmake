@@ -93,7 +93,10 @@ endfunction()
 quilex_import_library(quilex_highs libqlx_highs.so ${QUILEX_HIGHS_DIR}/include/highs)
 quilex_import_library(quilex_piqp libqlx_piqp.so
     ${QUILEX_CASADI_DIR}/include ${QUILEX_CASADI_DIR}/include/eigen3)
-target_compile_definitions(quilex_piqp INTERFACE PIQP_WITH_TEMPLATE_INSTANTIATION)
+# Eigen's arrays cross the border of PIQP's library, which has them from plain malloc. Eigen would take
+# an allocator of its own under the address sanitizer.
+target_compile_definitions(quilex_piqp INTERFACE
+    PIQP_WITH_TEMPLATE_INSTANTIATION EIGEN_MALLOC_ALREADY_ALIGNED=1)
 if(QUILEX_WITH_IPOPT)
     quilex_import_library(quilex_ipopt libqlx_ipopt.so ${QUILEX_CASADI_DIR}/include/coin-or)
     add_dependencies(quilex_ipopt qlx_ordering)
