@@ -55,7 +55,7 @@ static_assert(kTypes.size() == 14);
 
 bool types_referenced = false;
 
-PyMethodDef cumulative_methods[] = {
+PyMethodDef modelling_functions[] = {
     {"Sum", method<quilexmod_Sum>, METH_FASTCALL,
      "Sum(*terms)\n--\n\n"
      "The sum of numbers and modelling objects, given one by one or in lists, tuples, dicts\n"
@@ -68,6 +68,8 @@ PyMethodDef cumulative_methods[] = {
      "Dot(*arrays, out=None)\n--\n\n"
      "The product of two or more arrays of numbers and modelling objects, from left to right, by\n"
      "numpy.dot's rules of shapes."},
+    {"_parts", method<quilexmod_parts>, METH_O,
+     "_parts(object)\n--\n\nThe exact contents of a modelling object, for tests."},
     {nullptr, nullptr, 0, nullptr},
 };
 
@@ -84,7 +86,7 @@ PyMethodDef* method_table() {
     static std::vector<PyMethodDef> table = [] {
         std::vector<PyMethodDef> rows;
         for (const PyMethodDef* part :
-             {cumulative_methods, function_methods, setting_methods, message_handler_methods,
+             {modelling_functions, function_methods, setting_methods, message_handler_methods,
               environment_methods, conversion_check_methods, inspection_methods}) {
             for (; part->ml_name != nullptr; ++part) rows.push_back(*part);
         }
@@ -118,6 +120,7 @@ void quilexmod_freeModule(void*) noexcept {
     PyErr_Fetch(&type, &value, &traceback);
     release_environment();
     if (restore_numpy_comparisons() != 0) PyErr_WriteUnraisable(nullptr);
+    clear_modelling_pools();
     release_types();
     if (turnQLXoff(0) != 0) PyErr_WriteUnraisable(nullptr);
     PyErr_Restore(type, value, traceback);
