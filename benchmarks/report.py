@@ -56,10 +56,7 @@ def _workload_rows(results, workload, size):
     rows = []
     for peer in ranked:
         parts = [results.least(name, size, peer, part) for part in ("build", "load")]
-        totals = [
-            sum(r["marks"].get(mark, 0.0) for mark in figure.split(" & "))
-            for r in results.good(name, size, peer)
-        ]
+        totals = results.all(name, size, peer, figure) or [times[peer]]
         cells = [
             name,
             str(size),
@@ -84,7 +81,9 @@ def operator_table(results):
             continue
         peers = results.peers(workload, size)
         rows += ["| operation, ns | " + " | ".join(peers) + " |", "|---" * (len(peers) + 1) + "|"]
-        names = {m: 0 for p in peers for r in results.good(workload, size, p) for m in r["marks"]}
+        names = {
+            m: 0 for p in peers for r in results.good(workload, size, p) for m in r["marks"]["wall"]
+        }
         for name in names:
             values = [results.least(workload, size, peer, name) for peer in peers]
             cells = ["" if value is None else f"{1e9 * value:.1f}" for value in values]

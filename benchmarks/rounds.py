@@ -32,9 +32,13 @@ def run_one(peer, workload, size, solve, timeout):
 
 @dataclass
 class Measurements:
-    """All reports of a run: runs[workload, size][peer] is a list, one report per round."""
+    """All reports of a run: runs[workload, size][peer] is a list, one report per round.
+
+    clock says which time counts: elapsed ("wall") or the process's own ("cpu").
+    """
 
     runs: dict = field(default_factory=dict)
+    clock: str = "wall"
 
     def add(self, workload, size, peer, report):
         self.runs.setdefault((workload, size), {}).setdefault(peer, []).append(report)
@@ -51,13 +55,13 @@ class Measurements:
 
     def least(self, workload, size, peer, figure):
         """The smallest figure over the rounds, or None; "build & load" adds two marks up."""
+        return min(self.all(workload, size, peer, figure), default=None)
+
+    def all(self, workload, size, peer, figure):
+        """The figure of every round that has it."""
         names = figure.split(" & ")
-        values = [
-            sum(report["marks"][name] for name in names)
-            for report in self.good(workload, size, peer)
-            if all(name in report["marks"] for name in names)
-        ]
-        return min(values, default=None)
+        marks = [report["marks"][self.clock] for report in self.good(workload, size, peer)]
+        return [sum(m[name] for name in names) for m in marks if all(name in m for name in names)]
 
     def peak_mb(self, workload, size, peer):
         return min((r["peak_mb"] for r in self.good(workload, size, peer)), default=None)
@@ -90,9 +94,9 @@ class Patience:
         return not peer.startswith(self.always) and reports[0]["wall"] > self.repeat_under
 
 
-def measure(peers, workloads, rounds, quick=False, patience=None):
+def measure(peers, workloads, rounds, quick=False, patience=None, clock="wall"):
     """Every peer once, then again: rounds of all (peer, workload, size)."""
-    patience, result, slowest = patience or Patience(), Measurements(), {}
+    patience, result, slowest = patience or Patience(), Measurements(clock=clock), {}
     began = time.perf_counter()
     for name in workloads:
         workload = WORKLOADS[name]

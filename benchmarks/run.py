@@ -20,6 +20,12 @@ def options_of(arguments):
     parser.add_argument("--rounds", type=int, default=3)
     parser.add_argument("--check", action="store_true", help="equal objectives at small sizes")
     parser.add_argument("--quick", action="store_true", help="small sizes, one to two minutes")
+    parser.add_argument(
+        "--clock",
+        choices=("wall", "cpu"),
+        default="wall",
+        help="elapsed time, or processor time where others use the machine too",
+    )
     parser.add_argument("--timeout", type=float, default=40, help="seconds per peer process")
     return parser.parse_args(arguments)
 
@@ -31,7 +37,7 @@ def main(arguments):
     if options.check:
         return check(peers, workloads)
     patience = Patience(timeout=options.timeout)
-    results = measure(peers, workloads, options.rounds, options.quick, patience)
+    results = measure(peers, workloads, options.rounds, options.quick, patience, options.clock)
     for table in (peer_table(results), operator_table(results), target_table(results)):
         print(*table, sep="\n", end="\n\n")
     print("record:", write_record(results, vars(options)), file=sys.stderr)

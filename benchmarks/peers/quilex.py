@@ -20,7 +20,7 @@ def _finish(p, clock):
     without presolve forces the hand-over to HiGHS: the store alone would flatter us."""
     before = p.controls.lpiterlimit, p.controls.presolve
     p.controls.lpiterlimit, p.controls.presolve = 0, 0
-    p.lpoptimize()
+    p.solve()
     clock("load")
     if clock.solve:
         p.controls.lpiterlimit, p.controls.presolve = before

@@ -194,10 +194,7 @@ int QLXdumpcontrols(QLXprob prob) {
 int QLXsetdefaultcontrol(QLXprob prob, int id) {
     return change(prob, "QLXsetdefaultcontrol", [&](Problem& p) {
         const ControlRow& row = row_of(id);
-        const Controls initial;
-        if (row.integer != nullptr) p.controls.*row.integer = initial.*row.integer;
-        if (row.real != nullptr) p.controls.*row.real = initial.*row.real;
-        if (row.text != nullptr) p.controls.*row.text = initial.*row.text;
+        copy_control(row, p.controls, Controls{});
     });
 }
 

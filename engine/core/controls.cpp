@@ -33,6 +33,12 @@ const ControlRow* find_control(std::string_view name) {
     return find_row(control_table(), name);
 }
 
+void copy_control(const ControlRow& row, Controls& to, const Controls& from) {
+    if (row.integer != nullptr) to.*row.integer = from.*row.integer;
+    if (row.real != nullptr) to.*row.real = from.*row.real;
+    if (row.text != nullptr) to.*row.text = from.*row.text;
+}
+
 std::string control_value(const Controls& controls, const ControlRow& row) {
     if (row.integer != nullptr) return join(controls.*row.integer);
     if (row.real != nullptr) return join(controls.*row.real);

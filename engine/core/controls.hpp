@@ -49,7 +49,7 @@ namespace qlx {
          "Only integer solutions better than this are looked for; 1e20 (minimising) or -1e20: no cutoff") \
     REAL(7008, matrixtol, 1e-9, 1e-12, 1e-3, "engine/core/kernel_options.cpp", \
          "Coefficients of at most this magnitude count as 0 when a model is solved") \
-    REAL(7009, indbigm, 1e6, 1, 1e12, "engine/reformulate", \
+    REAL(7009, indbigm, 1e7, 1, 1e12, "engine/reformulate", \
          "Largest bound that a set, indicator or partial integer may be stated with")
 // clang-format on
 
@@ -82,6 +82,8 @@ struct ControlRow {
 [[nodiscard]] const ControlRow* find_control(int id);
 [[nodiscard]] const ControlRow* find_control(std::string_view name);  // any case
 
+// Sets one control to another problem's, or default, value.
+void copy_control(const ControlRow& row, Controls& to, const Controls& from);
 // Value, range and default as texts.
 [[nodiscard]] std::string control_value(const Controls& controls, const ControlRow& row);
 [[nodiscard]] std::string control_range(const ControlRow& row);

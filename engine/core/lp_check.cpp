@@ -36,12 +36,13 @@ DualCheck check_duals(const Model& model, double objective, const std::vector<do
             dual_objective += multiplier * side;
     };
     for (std::size_t row = 0; row < duals.size(); ++row) {
-        const Sides sides = model.sides(static_cast<int>(row));
+        const Sides sides = model.relaxed_sides(static_cast<int>(row));
         pair(duals[row], sides.lower, sides.upper);
     }
     double largest_cost = 0;
     for (std::size_t col = 0; col < djs.size(); ++col) {
-        pair(djs[col], model.lb()[col], model.ub()[col]);
+        const Sides bounds = model.relaxed_bounds(static_cast<int>(col));
+        pair(djs[col], bounds.lower, bounds.upper);
         largest_cost = std::max(largest_cost, std::fabs(model.obj()[col]));
     }
     check.infeasibility /= 1 + largest_cost;

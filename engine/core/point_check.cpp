@@ -56,20 +56,11 @@ double set_violation(const SpecialOrderedSet& set, const double* x) {
     return std::max(0.0, total - best);
 }
 
-bool is_semicontinuous(char type) {
-    return type == 'S' || type == 'R';
-}
-
 double bound_violation(const Model& model, const double* x) {
     double worst = 0;
     for (int col = 0; col < model.num_cols(); ++col) {
-        double lower = model.lb()[at(col)];
-        double upper = model.ub()[at(col)];
-        if (is_semicontinuous(model.col_type()[at(col)])) {
-            lower = std::min(lower, 0.0);
-            upper = std::max(upper, 0.0);
-        }
-        const double away = outside(x[col], lower, upper);
+        const Sides bounds = model.relaxed_bounds(col);
+        const double away = outside(x[col], bounds.lower, bounds.upper);
         if (!(away <= 0)) worst = std::max(worst, away / (1 + std::fabs(x[col])));
         if (std::isnan(x[col])) return kInfinity;
     }

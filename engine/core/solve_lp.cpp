@@ -32,6 +32,7 @@ bool take_point(Problem& problem, const LpKernel& kernel, const KernelResult& re
     Solution solution;
     solution.x = kernel.col_value();
     if (!result.has_point || solution.x.size() != model.lb().size()) return false;
+    for (double& value : solution.x) value += 0.0;  // no negative zeros
     solution.slack = row_activities(model, solution.x.data());
     const PointCheck check =
         check_point(model, solution.x.data(), solution.slack, false, problem.controls.inttol);

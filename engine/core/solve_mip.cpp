@@ -22,6 +22,7 @@ std::vector<double> rounded(const Model& model, const std::vector<double>& x) {
     for (std::size_t col = 0; col < point.size(); ++col) {
         const char type = model.col_type()[col];
         if (type == 'I' || type == 'B' || type == 'R') point[col] = std::round(point[col]);
+        point[col] += 0.0;  // no negative zeros
     }
     return point;
 }

@@ -67,6 +67,18 @@ Sides Model::sides(int row) const noexcept {
     }
 }
 
+Sides Model::relaxed_sides(int row) const {
+    if (!indicators_.empty() && indicators_.count(row) != 0) return {-kInfinity, kInfinity};
+    return sides(row);
+}
+
+Sides Model::relaxed_bounds(int col) const noexcept {
+    const char type = col_type_[at(col)];
+    const Sides bounds{lb_[at(col)], ub_[at(col)]};
+    if (type != 'S' && type != 'R') return bounds;
+    return {std::min(bounds.lower, 0.0), std::max(bounds.upper, 0.0)};
+}
+
 void Model::append_columns(const ColumnBlock& block) {
     append(lb_, block.lb, block.count);
     append(ub_, block.ub, block.count);
@@ -155,7 +167,18 @@ void Model::set_col_type(int col, char type) {
         set_lb(col, std::max(lb_[at(col)], 0.0));
         set_ub(col, std::min(ub_[at(col)], 1.0));
     }
+    changes_.bounds(col);
     changes_.integrality();
+}
+
+void Model::set_indicator(int row, Indicator indicator) {
+    indicators_[row] = indicator;
+    changes_.sides(row);
+}
+
+void Model::remove_indicator(int row) {
+    indicators_.erase(row);
+    changes_.sides(row);
 }
 
 void Model::set_rhs(int row, double value) {

@@ -60,6 +60,10 @@ class Model {
     // Limit of an 'S', 'R' or 'P' column.
     [[nodiscard]] double limit(int col) const;
     [[nodiscard]] Sides sides(int row) const noexcept;
+    // Sides and bounds that hold whatever the types and indicators: an indicator row is free, a
+    // semi-continuous column may be 0.
+    [[nodiscard]] Sides relaxed_sides(int row) const;
+    [[nodiscard]] Sides relaxed_bounds(int col) const noexcept;
     [[nodiscard]] double constant() const noexcept { return constant_; }
     [[nodiscard]] int sense() const noexcept { return sense_; }
     [[nodiscard]] int num_entities() const noexcept { return num_entities_; }
@@ -104,8 +108,8 @@ class Model {
     // Sets type and range, and with them the sides.
     void set_row_type(int row, char type, double range);
     void add_set(SpecialOrderedSet set) { sets_.push_back(std::move(set)); }
-    void set_indicator(int row, Indicator indicator) { indicators_[row] = indicator; }
-    void remove_indicator(int row) { indicators_.erase(row); }
+    void set_indicator(int row, Indicator indicator);
+    void remove_indicator(int row);
     void add_quadratic_row(int row, std::int64_t count, const int* col1, const int* col2,
                            const double* values);
     void set_quadratic_row(int row, std::int64_t count, const int* col1, const int* col2,

@@ -23,8 +23,29 @@ void sort_and_deduplicate(std::vector<int>& list) {
     list.erase(std::unique(list.begin(), list.end()), list.end());
 }
 
+// Makes room for 0 in the bounds of semi-continuous columns, which are those from `first` on.
+void relax_bounds(const Model& model, int first, std::vector<double>& lower,
+                  std::vector<double>& upper) {
+    for (std::size_t k = 0; k < lower.size(); ++k) {
+        const Sides bounds = model.relaxed_bounds(first + static_cast<int>(k));
+        lower[k] = bounds.lower;
+        upper[k] = bounds.upper;
+    }
+}
+
+}  // namespace
+
+std::vector<char> integer_flags(const Model& model) {
+    std::vector<char> flags(at(model.num_cols()), 0);
+    for (std::size_t col = 0; col < flags.size(); ++col) {
+        const char type = model.col_type()[col];
+        flags[col] = type == 'I' || type == 'B';
+    }
+    return flags;
+}
+
 // Turns compressed rows into compressed columns.
-void transpose(RowMatrix& matrix, KernelModel& out) {
+void transpose_into(KernelModel& out, RowMatrix& matrix) {
     const auto& starts = matrix.starts();
     const auto& columns = matrix.columns();
     const auto& values = matrix.values();
@@ -48,35 +69,30 @@ void transpose(RowMatrix& matrix, KernelModel& out) {
     out.start[0] = 0;
 }
 
-}  // namespace
-
-std::vector<char> integer_flags(const Model& model) {
-    std::vector<char> flags(at(model.num_cols()), 0);
-    for (std::size_t col = 0; col < flags.size(); ++col) {
-        const char type = model.col_type()[col];
-        flags[col] = type == 'I' || type == 'B';
-    }
-    return flags;
-}
-
-KernelModel kernel_model(Model& model) {
+KernelModel kernel_columns_and_sides(const Model& model) {
     KernelModel out;
     out.num_cols = model.num_cols();
     out.num_rows = model.num_rows();
     out.cost = model.obj();
     out.lower = model.lb();
     out.upper = model.ub();
+    if (model.num_entities() > 0) relax_bounds(model, 0, out.lower, out.upper);
     out.row_lower.resize(at(out.num_rows));
     out.row_upper.resize(at(out.num_rows));
     for (int row = 0; row < out.num_rows; ++row) {
-        const Sides sides = model.sides(row);
+        const Sides sides = model.relaxed_sides(row);
         out.row_lower[at(row)] = sides.lower;
         out.row_upper[at(row)] = sides.upper;
     }
-    transpose(model.matrix(), out);
     if (model.num_entities() > 0) out.integer = integer_flags(model);
     out.constant = model.constant();
     out.maximise = model.sense() < 0;
+    return out;
+}
+
+KernelModel kernel_model(Model& model) {
+    KernelModel out = kernel_columns_and_sides(model);
+    transpose_into(out, model.matrix());
     return out;
 }
 
@@ -136,7 +152,10 @@ void LiveModel::forward_columns(Model& model) {
     }
     for (std::size_t k = 1; k < start.size(); ++k) start[k] += start[k - 1];
     const auto first = at(num_cols_);
-    require(kernel_.add_columns(count, &model.obj()[first], &model.lb()[first], &model.ub()[first],
+    std::vector<double> lower(model.lb().begin() + num_cols_, model.lb().end());
+    std::vector<double> upper(model.ub().begin() + num_cols_, model.ub().end());
+    if (model.num_entities() > 0) relax_bounds(model, num_cols_, lower, upper);
+    require(kernel_.add_columns(count, &model.obj()[first], lower.data(), upper.data(),
                                 start.data(), rows.data(), values.data()),
             "new columns");
 }
@@ -154,7 +173,7 @@ void LiveModel::forward_rows(Model& model) {
     for (int k = 0; k <= count; ++k)
         start[at(k)] = static_cast<int>(starts[at(num_rows_ + k)] - first);
     for (int k = 0; k < count; ++k) {
-        const Sides sides = model.sides(num_rows_ + k);
+        const Sides sides = model.relaxed_sides(num_rows_ + k);
         lower[at(k)] = sides.lower;
         upper[at(k)] = sides.upper;
     }
@@ -170,8 +189,9 @@ void LiveModel::forward_bounds(Model& model) {
     std::vector<double> lower;
     std::vector<double> upper;
     for (const int col : cols) {
-        lower.push_back(model.lb()[at(col)]);
-        upper.push_back(model.ub()[at(col)]);
+        const Sides bounds = model.relaxed_bounds(col);
+        lower.push_back(bounds.lower);
+        upper.push_back(bounds.upper);
     }
     require(kernel_.change_bounds(static_cast<int>(cols.size()), cols.data(), lower.data(),
                                   upper.data()),
@@ -184,7 +204,7 @@ void LiveModel::forward_sides(Model& model) {
     std::vector<double> lower;
     std::vector<double> upper;
     for (const int row : rows) {
-        const Sides sides = model.sides(row);
+        const Sides sides = model.relaxed_sides(row);
         lower.push_back(sides.lower);
         upper.push_back(sides.upper);
     }

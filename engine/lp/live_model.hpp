@@ -30,9 +30,13 @@ class LiveModel {
     int num_rows_ = 0;
 };
 
-// The whole model as a kernel takes it; also the start of a reformulation.
+// The whole model as a kernel takes it.
 [[nodiscard]] KernelModel kernel_model(Model& model);
-// One flag per column: integer, binary or semi-integer.
+// The same without its matrix, and the matrix put in: the parts that a reformulation changes
+// between.
+[[nodiscard]] KernelModel kernel_columns_and_sides(const Model& model);
+void transpose_into(KernelModel& out, RowMatrix& matrix);
+// One flag per column: integer or binary.
 [[nodiscard]] std::vector<char> integer_flags(const Model& model);
 
 }  // namespace qlx

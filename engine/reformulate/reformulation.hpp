@@ -10,7 +10,7 @@ namespace qlx {
 [[nodiscard]] bool needs_reformulation(const Model& model);
 // The model's own columns come first, so that a point of the result begins with a point of the
 // model. Bounds come from the columns, tightened by propagation. Throws Error naming the column or
-// row for which no bound of at most big_m can be derived.
-[[nodiscard]] KernelModel reformulate(Model& model, double big_m);
+// row for which no bound of at most largest_bound can be derived.
+[[nodiscard]] KernelModel reformulate(Model& model, double largest_bound);
 
 }  // namespace qlx

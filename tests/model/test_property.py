@@ -1,8 +1,8 @@
 """Random programs of operators, run twice: with modelling objects and with something simpler.
 
 Against the dictionary model results agree in every bit, in order and in what was deleted; against
-exact arithmetic at random points they agree in value, nonlinear expressions included. The short form
-runs 2,000 programs of each kind, ``QUILEX_LONG=1`` a hundred thousand.
+exact arithmetic at random points they agree in value, nonlinear expressions included. The short
+form runs 2,000 programs of each kind, ``QUILEX_LONG=1`` a hundred thousand.
 """
 
 import gc
@@ -13,9 +13,9 @@ import struct
 from fractions import Fraction
 
 import pytest
-from tests.model import dictionary_model as model
 
 import quilexlib
+from tests.model import dictionary_model as model
 
 PROGRAMS = 100_000 if os.environ.get("QUILEX_LONG") else 2_000
 STEPS = 25
@@ -69,7 +69,7 @@ class DictionaryProgram:
         if name == "look":
             return
         slot = self.random.randrange(len(self.slots))
-        if actual is None or isinstance(expected, float) and abs(expected) > 1e250:
+        if actual is None or (isinstance(expected, float) and abs(expected) > 1e250):
             actual, expected = self.leaf()
         self.slots[slot] = actual, expected
 
@@ -239,8 +239,10 @@ class ExactProgram:
         self.random = random.Random(seed)
         self.variables = [quilexlib.var() for _ in range(4)]
         self.points = [
-            {v: Fraction(self.random.randint(1, 9), self.random.choice((2, 3, 7))) * sign
-             for v, sign in zip(self.variables, signs, strict=True)}
+            {
+                v: Fraction(self.random.randint(1, 9), self.random.choice((2, 3, 7))) * sign
+                for v, sign in zip(self.variables, signs, strict=True)
+            }
             for signs in ((1, 1, 1, 1), (1, -1, 1, -1))
         ]
         self.slots = [self.leaf() for _ in range(5)]

@@ -7,9 +7,9 @@ import sys
 
 import pytest
 
-import quilex
+import quilexlib
 
-LIBRARIES = pathlib.Path(quilex.__file__).parent / "lib"
+LIBRARIES = pathlib.Path(quilexlib.__file__).parent / "quilex" / "lib"
 
 # Minimise x^2 + y^2 - x over x + y >= 1 in [0, 10]^2: -1/8 at (3/4, 1/4).
 SOLVE_A_QP = """
