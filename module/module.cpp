@@ -58,18 +58,16 @@ bool types_referenced = false;
 PyMethodDef modelling_functions[] = {
     {"Sum", method<quilexmod_Sum>, METH_FASTCALL,
      "Sum(*terms)\n--\n\n"
-     "The sum of numbers and modelling objects, given one by one or in lists, tuples, dicts\n"
-     "(values), iterators and numpy arrays, nested."},
+     "The sum of numbers and modelling objects, given one by one or as one list, tuple, dict\n"
+     "(its values), iterator or numpy array. None is skipped."},
     {"Prod", method<quilexmod_Prod>, METH_FASTCALL,
      "Prod(*factors)\n--\n\n"
-     "The product of numbers and modelling objects, given one by one or in lists, tuples, dicts\n"
-     "(values), iterators and numpy arrays, nested."},
+     "The product of numbers and modelling objects, given one by one or as one list, tuple, dict\n"
+     "(its values), iterator or numpy array. None is skipped; the product of nothing is 0.0."},
     {"Dot", method<quilexmod_Dot>, METH_FASTCALL | METH_KEYWORDS,
      "Dot(*arrays, out=None)\n--\n\n"
      "The product of two or more arrays of numbers and modelling objects, from left to right, by\n"
      "numpy.dot's rules of shapes."},
-    {"_parts", method<quilexmod_parts>, METH_O,
-     "_parts(object)\n--\n\nThe exact contents of a modelling object, for tests."},
     {nullptr, nullptr, 0, nullptr},
 };
 
