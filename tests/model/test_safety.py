@@ -43,14 +43,14 @@ def terms_of(v):
     }
 
 
-@pytest.mark.parametrize("kind", terms_of(Named()))
-def test_cycles_are_collected(kind):
-    v = Named()
-    died = weakref.ref(v)
-    v.term = terms_of(v)[kind]
-    del v
-    gc.collect()
-    assert died() is None
+def test_cycles_are_collected():
+    for kind in terms_of(quilexlib.var()):
+        v = Named()
+        died = weakref.ref(v)
+        v.term = terms_of(v)[kind]
+        del v
+        gc.collect()
+        assert died() is None, kind
 
 
 def test_a_name_may_close_a_cycle():
