@@ -285,9 +285,11 @@ class ExactProgram:
         except RuntimeError as error:
             assert self.may_fail(name, a, b, str(error)), (error, self.trace)
             return
+        if not self.is_exact(result):
+            values = None
         if mutate:
             self.forget_changed(a, result, values)
-        if values is None or not self.is_exact(result):
+        if values is None:
             result, values = self.leaf()
         self.slots[self.random.randrange(len(self.slots))] = result, values
 
