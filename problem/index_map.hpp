@@ -27,6 +27,9 @@ class IndexMap {
         if (offset < near_.size()) {
             if (near_[offset] == kMissing) ++size_;
             near_[offset] = index;
+        } else if (offset == near_.size() && offset > 0 && far_.empty()) {
+            near_.push_back(index);
+            ++size_;
         } else {
             insert_outside(serial, index);
         }
