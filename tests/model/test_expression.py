@@ -162,6 +162,7 @@ class TestInPlace:
         assert text(zero) == (0.0, {"x*y": 0.0})
         assert text((x * y + 1) + zero) == (1.0, {})  # adding exactly 0.0 deletes
         assert text((x + 1) + zero) == (1.0, {"x": 1.0, "x*y": 0.0})
+        assert text(zero + zero) == (0.0, {})
 
 
 def test_last_bits_and_order(names):

@@ -285,9 +285,11 @@ class ExactProgram:
         except RuntimeError as error:
             assert self.may_fail(name, a, b, str(error)), (error, self.trace)
             return
+        if not self.is_exact(result):
+            values = None
         if mutate:
             self.forget_changed(a, result, values)
-        if values is None or not self.is_exact(result):
+        if values is None:
             result, values = self.leaf()
         self.slots[self.random.randrange(len(self.slots))] = result, values
 
@@ -303,7 +305,8 @@ class ExactProgram:
     def may_fail(name, a, b, message):
         kinds = {type(a).__name__, type(b).__name__}
         if message in ("Error amending expression", "Cannot amend quadratic expression"):
-            return kinds == {"linterm", "expression"}
+            # Also where a quotient or power node multiplies its expression by the term in place.
+            return "linterm" in kinds and kinds & {"expression", "nonlinear"}
         # A term of coefficient 0.0 divides by zero wherever it stands.
         return name == "/" and message.startswith("Division")
 
@@ -317,7 +320,10 @@ class ExactProgram:
                 self.slots[i] = self.leaf()
 
     def is_exact(self, obj):
-        """Whether no coefficient has come near the 53 bits of a double, and the tree is small."""
+        """Whether no coefficient has come near the 53 bits of a double, and the tree is small.
+
+        Products of 0.0 are out as well: adding one to an expression deletes what is there.
+        """
         budget = 300
         stack = [obj]
         while stack:
@@ -330,6 +336,8 @@ class ExactProgram:
                 if len(parts) == 2:
                     stack.extend(parts[1])
                     continue
+                if any(c == 0.0 for *_, c in parts[2] or ()):
+                    return False
                 coefficients = [parts[0], *(e[-1] for e in (*parts[1], *(parts[2] or ())))]
             if budget < 0 or not all(-(2.0**20) < c < 2.0**20 for c in coefficients):
                 return False
