@@ -3,6 +3,7 @@
 #include "model/cumulative.hpp"
 #include "model/expression_object.hpp"
 #include "model/kind_rules.hpp"
+#include "model/operators.hpp"
 #include "module/numpy.hpp"
 #include "module/numpy_comparisons.hpp"
 #include "nonlinear/node_internal.hpp"

@@ -3,6 +3,7 @@
 
 #include "model/constraint.hpp"
 #include "model/expression_object.hpp"
+#include "module/boundary.hpp"
 #include "nonlinear/node.hpp"
 
 namespace quilex {
@@ -39,6 +40,15 @@ Ref node_parts(PyObject* object) {
 }
 
 }  // namespace
+
+PyMethodDef inspection_methods[] = {
+    {"_parts", method<quilexmod_parts>, METH_O,
+     "_parts(object)\n--\n\n"
+     "The exact contents of a modelling object, for tests: (constant, [(variable, coefficient),\n"
+     "...], [(variable, variable, coefficient), ...] or None where there is no quadratic part);\n"
+     "of a nonlinear expression (operator code, operands)."},
+    {nullptr, nullptr, 0, nullptr},
+};
 
 Ref quilexmod_parts(PyObject*, PyObject* object) {
     if (require_kind(object) == kNonlinear) return node_parts(object);

@@ -12,6 +12,8 @@ namespace quilex {
 //   nonlinear node: (operator code, operands as a tuple).
 Ref quilexmod_parts(PyObject* module, PyObject* object);
 
+extern PyMethodDef inspection_methods[];
+
 // Gives the unused objects and blocks of the modelling layer back.
 void clear_modelling_pools() noexcept;
 

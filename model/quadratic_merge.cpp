@@ -60,7 +60,8 @@ class InnerDictionary {
         }
         entry.second->stamp = stamp_;
         entry.second->stamp_position = static_cast<uint32_t>(result_.size() - start_);
-        result_.push_back(entry);
+        // Merged entries stand for what is stored, whatever stored it.
+        result_.push_back({entry, QuadraticAction::kKeep});
     }
 
     void apply(const QuadraticLogEntry& entry) {

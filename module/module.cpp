@@ -8,6 +8,7 @@
 #include "model/cumulative.hpp"
 #include "model/dot.hpp"
 #include "model/expression.hpp"
+#include "model/inspection.hpp"
 #include "model/linterm.hpp"
 #include "model/quadterm.hpp"
 #include "model/sos.hpp"
@@ -54,15 +55,15 @@ static_assert(kTypes.size() == 14);
 
 bool types_referenced = false;
 
-PyMethodDef cumulative_methods[] = {
+PyMethodDef modelling_functions[] = {
     {"Sum", method<quilexmod_Sum>, METH_FASTCALL,
      "Sum(*terms)\n--\n\n"
-     "The sum of numbers and modelling objects, given one by one or in lists, tuples, dicts\n"
-     "(values), iterators and numpy arrays, nested."},
+     "The sum of numbers and modelling objects, given one by one or as one list, tuple, dict\n"
+     "(its values), iterator or numpy array. None is skipped."},
     {"Prod", method<quilexmod_Prod>, METH_FASTCALL,
      "Prod(*factors)\n--\n\n"
-     "The product of numbers and modelling objects, given one by one or in lists, tuples, dicts\n"
-     "(values), iterators and numpy arrays, nested."},
+     "The product of numbers and modelling objects, given one by one or as one list, tuple, dict\n"
+     "(its values), iterator or numpy array. None is skipped; the product of nothing is 0.0."},
     {"Dot", method<quilexmod_Dot>, METH_FASTCALL | METH_KEYWORDS,
      "Dot(*arrays, out=None)\n--\n\n"
      "The product of two or more arrays of numbers and modelling objects, from left to right, by\n"
@@ -83,8 +84,8 @@ PyMethodDef* method_table() {
     static std::vector<PyMethodDef> table = [] {
         std::vector<PyMethodDef> rows;
         for (const PyMethodDef* part :
-             {cumulative_methods, function_methods, setting_methods, message_handler_methods,
-              environment_methods, conversion_check_methods}) {
+             {modelling_functions, function_methods, setting_methods, message_handler_methods,
+              environment_methods, conversion_check_methods, inspection_methods}) {
             for (; part->ml_name != nullptr; ++part) rows.push_back(*part);
         }
         rows.push_back(exit_method);
@@ -117,6 +118,7 @@ void quilexmod_freeModule(void*) noexcept {
     PyErr_Fetch(&type, &value, &traceback);
     release_environment();
     if (restore_numpy_comparisons() != 0) PyErr_WriteUnraisable(nullptr);
+    clear_modelling_pools();
     release_types();
     if (turnQLXoff(0) != 0) PyErr_WriteUnraisable(nullptr);
     PyErr_Restore(type, value, traceback);

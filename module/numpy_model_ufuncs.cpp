@@ -61,7 +61,9 @@ void* loop_data[1] = {nullptr};
 char loop_types[3] = {NPY_OBJECT, NPY_OBJECT, NPY_OBJECT};
 
 bool is_model_object(PyObject* object) noexcept {
-    return object != nullptr && classify(object) > kConstant;
+    if (object == nullptr) return false;
+    const OperandKind kind = quick_kind(object);
+    return kind > kConstant || (kind == kInvalid && classify(object) > kConstant);
 }
 
 bool carries(PyObject* operand, int nesting) noexcept;
@@ -74,8 +76,10 @@ bool items_carry(PyObject* container, int nesting) noexcept {
 }
 
 bool elements_carry(PyArrayObject* array) noexcept {
-    if (PyArray_TYPE(array) != NPY_OBJECT || PyArray_SIZE(array) == 0) return false;
+    if (PyArray_TYPE(array) != NPY_OBJECT) return false;
     const int axes = PyArray_NDIM(array);
+    for (int axis = 0; axis < axes; ++axis)
+        if (PyArray_DIM(array, axis) == 0) return false;
     const npy_intp count = axes == 0 ? 1 : PyArray_DIM(array, axes - 1);
     const npy_intp step = axes == 0 ? 0 : PyArray_STRIDE(array, axes - 1);
     const char* element = PyArray_BYTES(array);

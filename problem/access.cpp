@@ -25,6 +25,8 @@ void flush_pending(Problem* problem) {
     problem->has_pending = false;
 }
 
-void drop_results(Problem* problem) noexcept { problem->results->drop(); }
+void drop_results(Problem* problem) noexcept {
+    problem->results->drop();
+}
 
 }  // namespace quilex

@@ -34,7 +34,9 @@ char column_type(const Variable* variable) {
     }
 }
 
-bool has_limit(char type) noexcept { return type == 'S' || type == 'R' || type == 'P'; }
+bool has_limit(char type) noexcept {
+    return type == 'S' || type == 'R' || type == 'P';
+}
 
 void require_sound_bounds(Variable* variable, char type) {
     // The library cuts the bounds of a binary column to [0, 1].
@@ -167,8 +169,7 @@ void ColumnBatch::undo(Problem* problem, bool added) noexcept {
     try {
         const std::vector<int> columns = index_range(base_, column_count());
         if (added) QLXdelcols(problem->prob, column_count(), columns.data());
-        require_status(
-            PyList_SetSlice(problem->variables, first, first + column_count(), nullptr));
+        require_status(PyList_SetSlice(problem->variables, first, first + column_count(), nullptr));
     } catch (...) {
         set_python_error_from_current_exception();
         PyErr_Clear();

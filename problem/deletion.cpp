@@ -75,7 +75,8 @@ std::vector<int> range_to_delete(const Selection& selection, PyObject* objects) 
             "Parameters 'first' and 'last' cannot be specified if 'index' is also specified");
     }
     if (selection.first < 0 || selection.last < 0) {
-        raise_runtime_error("Parameters 'first' and 'last' must be both nonnegative when specified");
+        raise_runtime_error(
+            "Parameters 'first' and 'last' must be both nonnegative when specified");
     }
     const int count = object_count(objects);
     if (selection.first >= count || selection.last >= count) {
@@ -143,9 +144,9 @@ Ref delete_method(PyObject* self, PyObject* arguments, PyObject* keywords) {
     const Selection selection = parse_selection(arguments, keywords);
     Problem* const problem = changing(self);
     const bool by_range = selection.first != -1 || selection.last != -1;
-    const std::vector<int> indices =
-        by_range ? range_to_delete(selection, objects_of(problem, Kind))
-                 : indices_to_delete(problem, selection.index, Kind);
+    const std::vector<int> indices = by_range
+                                         ? range_to_delete(selection, objects_of(problem, Kind))
+                                         : indices_to_delete(problem, selection.index, Kind);
     // The conversion of the indices may have run any Python code.
     Delete(changing(self), indices);
     return none();

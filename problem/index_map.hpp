@@ -27,6 +27,9 @@ class IndexMap {
         if (offset < near_.size()) {
             if (near_[offset] == kMissing) ++size_;
             near_[offset] = index;
+        } else if (offset == near_.size() && offset > 0 && far_.empty()) {
+            near_.push_back(index);
+            ++size_;
         } else {
             insert_outside(serial, index);
         }
@@ -45,8 +48,8 @@ class IndexMap {
     bool grow_to_hold(uint64_t serial);
     void take_from_far(uint64_t first, uint64_t last) noexcept;
 
-    uint64_t base_ = 0;       // serial number of near_[0]
-    std::vector<int> near_;   // kMissing where no object
+    uint64_t base_ = 0;      // serial number of near_[0]
+    std::vector<int> near_;  // kMissing where no object
     std::unordered_map<uint64_t, int> far_;
     size_t size_ = 0;
 };

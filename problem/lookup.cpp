@@ -42,7 +42,8 @@ Ref range_of_objects(const Selection& selection, PyObject* objects) {
             "Parameters 'first' and 'last' cannot be specified if 'index' is also specified");
     }
     if (selection.first < 0 || selection.last < 0) {
-        raise_runtime_error("Parameters 'first' and 'last' must be both nonnegative when specified");
+        raise_runtime_error(
+            "Parameters 'first' and 'last' must be both nonnegative when specified");
     }
     const int count = object_count(objects);
     if (selection.first >= count || selection.last >= count) {

@@ -64,7 +64,8 @@ void NameBatch::add_name(PyObject* name, const char* kind, Py_ssize_t longest) {
 void NameBatch::truncate(size_t count) noexcept {
     size_t kept = 0;
     for (Run& run : runs_) {
-        const auto length = static_cast<int>(std::min(static_cast<size_t>(run.count), count - kept));
+        const auto length =
+            static_cast<int>(std::min(static_cast<size_t>(run.count), count - kept));
         if (length < run.count) run.end = SIZE_MAX;  // nothing can follow in this run
         run.count = length;
         kept += static_cast<size_t>(length);

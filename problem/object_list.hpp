@@ -9,7 +9,9 @@ namespace quilex {
 // that the list is never emptied behind the problem's back.
 Ref new_object_list();
 
-inline int object_count(PyObject* list) noexcept { return static_cast<int>(PyList_GET_SIZE(list)); }
+inline int object_count(PyObject* list) noexcept {
+    return static_cast<int>(PyList_GET_SIZE(list));
+}
 
 inline void append_object(PyObject* list, PyObject* object) {
     require_status(PyList_Append(list, object));

@@ -49,19 +49,18 @@ void set_linear_part(Problem* problem, const RowEntries& entries) {
         columns.push_back(entries.columns[i]);
         coefficients.push_back(entries.coefficients[i]);
     }
-    require_library(self, QLXchgobj(problem->prob, static_cast<int>(columns.size()),
-                                    columns.data(), coefficients.data()));
+    require_library(self, QLXchgobj(problem->prob, static_cast<int>(columns.size()), columns.data(),
+                                    coefficients.data()));
 }
 
 void set_quadratic_part(Problem* problem, const RowEntries& entries) {
     PyObject* const self = as_object(problem);
     require_library(self, QLXdelqmatrix(problem->prob, -1));
     if (entries.first_columns.empty()) return;
-    require_library(self, QLXchgmqobj64(problem->prob,
-                                        static_cast<int64_t>(entries.first_columns.size()),
-                                        entries.first_columns.data(),
-                                        entries.second_columns.data(),
-                                        entries.quadratic_coefficients.data()));
+    require_library(self,
+                    QLXchgmqobj64(problem->prob, static_cast<int64_t>(entries.first_columns.size()),
+                                  entries.first_columns.data(), entries.second_columns.data(),
+                                  entries.quadratic_coefficients.data()));
 }
 
 Ref problem_setObjective(PyObject* self, PyObject* arguments, PyObject* keywords) {

@@ -18,7 +18,9 @@ namespace quilex {
 
 namespace {
 
-Problem* as_problem(PyObject* self) noexcept { return reinterpret_cast<Problem*>(self); }
+Problem* as_problem(PyObject* self) noexcept {
+    return reinterpret_cast<Problem*>(self);
+}
 
 Ref problem_new(PyTypeObject* type, PyObject*, PyObject*) {
     Ref self = require(type->tp_alloc(type, 0));
@@ -71,8 +73,7 @@ void create_library_problems(Problem* problem, const char* name) {
     require_library(nullptr, QLXcreateprob(&problem->prob));
     if (qlx_py_env.nonlinear_state > 0) {
         require_library(nullptr, QSLPcreateprob(&problem->slpprob, problem->prob));
-        require_library(nullptr,
-                        QSLPsetintcontrol(problem->slpprob, QSLP_CONTROL_AUTOSAVE, 0));
+        require_library(nullptr, QSLPsetintcontrol(problem->slpprob, QSLP_CONTROL_AUTOSAVE, 0));
     }
     load_empty_model(problem->prob, name);
     watch_signals_during_solves(problem);
@@ -105,9 +106,8 @@ int problem_init(PyObject* self, PyObject* arguments, PyObject* keywords) {
 // to the problem any more.
 void part_from_constraints(Problem* problem) noexcept {
     try {
-        if (problem->prob != nullptr && problem->constraints != nullptr &&
-            qlx_py_env.initialised != 0) {
-            flush_pending(problem);
+        if (problem->prob != nullptr && problem->constraints != nullptr) {
+            if (problem->has_pending) flush_pending(problem);
             restore_all_held_bodies(problem);
         }
     } catch (...) {
@@ -175,10 +175,10 @@ Ref problem_repr(PyObject* self) {
     if (problem->prob == nullptr) {
         return require(PyUnicode_FromFormat("<%s, not created>", Py_TYPE(self)->tp_name));
     }
-    return require(PyUnicode_FromFormat(
-        "<%s with %zd variables, %zd constraints, %zd sets>", Py_TYPE(self)->tp_name,
-        PyList_GET_SIZE(problem->variables), PyList_GET_SIZE(problem->constraints),
-        PyList_GET_SIZE(problem->sos)));
+    return require(PyUnicode_FromFormat("<%s with %zd variables, %zd constraints, %zd sets>",
+                                        Py_TYPE(self)->tp_name, PyList_GET_SIZE(problem->variables),
+                                        PyList_GET_SIZE(problem->constraints),
+                                        PyList_GET_SIZE(problem->sos)));
 }
 
 Ref problem_name(PyObject* self, PyObject*) {

@@ -17,16 +17,16 @@ struct Results;
 
 struct Problem {
     PyObject_HEAD
-    QLXprob prob;            // null until created
-    QSLPprob slpprob;        // null while the nonlinear solver is off
-    PyObject* variables;     // list; the position is the column index
-    PyObject* constraints;   // list; the position is the row index
-    PyObject* sos;           // list; the position is the set index
-    PyObject* controls;      // this problem's control object
-    PyObject* attributes;    // this problem's attribute object
-    IndexMap var_index;      // serial number of a variable -> column
-    IndexMap con_index;      // serial number of a constraint -> row
-    IndexMap sos_index;      // serial number of a set -> set index
+    QLXprob prob;                          // null until created
+    QSLPprob slpprob;                      // null while the nonlinear solver is off
+    PyObject* variables;                   // list; the position is the column index
+    PyObject* constraints;                 // list; the position is the row index
+    PyObject* sos;                         // list; the position is the set index
+    PyObject* controls;                    // this problem's control object
+    PyObject* attributes;                  // this problem's attribute object
+    IndexMap var_index;                    // serial number of a variable -> column
+    IndexMap con_index;                    // serial number of a constraint -> row
+    IndexMap sos_index;                    // serial number of a set -> set index
     PyObject* callbacks[kCallbackEvents];  // lists of registrations; null when none
     int32_t objective_transfer_row;        // of a nonlinear objective; -1 when none
     int32_t nl_cons;                       // constraints handed to the nonlinear solver

@@ -20,8 +20,8 @@ bool is_released_to(const Constraint* constraint, const Problem* problem) noexce
 void rebuild(Problem* problem, Constraint* constraint, int row) {
     PyObject* const self = as_object(problem);
     int64_t count = 0;
-    require_library(self, QLXgetrows64(problem->prob, nullptr, nullptr, nullptr, 0, &count, row,
-                                       row));
+    require_library(self,
+                    QLXgetrows64(problem->prob, nullptr, nullptr, nullptr, 0, &count, row, row));
     const auto size = static_cast<size_t>(count);
     std::vector<int> columns(size);
     std::vector<double> coefficients(size);
@@ -66,7 +66,12 @@ Ref constraint_body(Constraint* constraint) {
 
 void restore_body(Problem* problem, Constraint* constraint) {
     if (!is_released_to(constraint, problem)) return;
-    rebuild(problem, constraint, problem->con_index.find(constraint->index));
+    const int row = problem->con_index.find(constraint->index);
+    if (row == IndexMap::kMissing) {
+        raise_runtime_error("The body of constraint %R was lost with its row",
+                            as_object(constraint));
+    }
+    rebuild(problem, constraint, row);
 }
 
 void restore_bodies(Problem* problem, std::span<const int> rows, bool only_held) {
@@ -99,6 +104,7 @@ void restore_all_held_bodies(Problem* problem) {
         Constraint* const constraint = constraint_at(problem, row);
         if (!is_released_to(constraint, problem)) continue;
         if (Py_REFCNT(as_object(constraint)) == 1) continue;
+        require_library_on();  // it may have been freed while the problem lived
         rebuild(problem, constraint, row);
     }
 }

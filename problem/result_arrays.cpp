@@ -23,8 +23,7 @@ double* data_of(const Ref& array) noexcept {
 }
 
 Ref new_array(int dimensions, const npy_intp* shape) {
-    return require(
-        PyArray_SimpleNew(dimensions, const_cast<npy_intp*>(shape), NPY_DOUBLE));
+    return require(PyArray_SimpleNew(dimensions, const_cast<npy_intp*>(shape), NPY_DOUBLE));
 }
 
 double checked_value(const std::vector<double>& values, int64_t index) {
@@ -38,7 +37,8 @@ double checked_value(const std::vector<double>& values, int64_t index) {
 // The index of an element of an object array.
 template <ResultKind Kind>
 int64_t index_of(const Problem* problem, PyObject* object) {
-    if (object != nullptr && Py_TYPE(object) == (is_by_column(Kind) ? &var_type : &constraint_type)) {
+    if (object != nullptr &&
+        Py_TYPE(object) == (is_by_column(Kind) ? &var_type : &constraint_type)) {
         const int index =
             is_by_column(Kind)
                 ? problem->var_index.find(reinterpret_cast<Variable*>(object)->index)
@@ -46,8 +46,8 @@ int64_t index_of(const Problem* problem, PyObject* object) {
         if (index != IndexMap::kMissing) return index;
     }
     bool known = false;
-    const int index = object == nullptr ? IndexMap::kMissing
-                                        : index_in_problem(problem, object, &known);
+    const int index =
+        object == nullptr ? IndexMap::kMissing : index_in_problem(problem, object, &known);
     if (index != IndexMap::kMissing) return index;
     if (known) raise_runtime_error("Object %S is not in the problem", object);
     raise_runtime_error("Incorrect object(s) passed: need index, variable, constraint, or SOS");
@@ -86,8 +86,7 @@ Ref values_of_array(const Problem* problem, PyObject* array, const std::vector<d
         return values_of_objects<Kind>(problem, objects, values);
     }
     if (!PyTypeNum_ISINTEGER(type)) {
-        raise_runtime_error(
-            "Incorrect object(s) passed: need index, variable, constraint, or SOS");
+        raise_runtime_error("Incorrect object(s) passed: need index, variable, constraint, or SOS");
     }
     const Ref indices = require(PyArray_FROM_OTF(
         array, NPY_INT64, NPY_ARRAY_CARRAY_RO | NPY_ARRAY_FORCECAST | NPY_ARRAY_NOTSWAPPED));

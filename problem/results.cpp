@@ -24,7 +24,9 @@ constexpr KindText kTexts[kResultKinds] = {
     {"Could not get dual solution", "Cannot retrieve dual variables in a MIP"},
     {"Could not retrieve reduced costs", "Cannot retrieve reduced cost in a MIP"}};
 
-const KindText& text_of(ResultKind kind) noexcept { return kTexts[static_cast<int>(kind)]; }
+const KindText& text_of(ResultKind kind) noexcept {
+    return kTexts[static_cast<int>(kind)];
+}
 
 // The library's getters take one array per kind; the others are not wanted.
 struct Outputs {
@@ -62,9 +64,9 @@ int result_length(Problem* problem, ResultKind kind) {
     int length = 0;
     const bool by_column = is_by_column(kind);
     if (is_linear_or_quadratic(problem)) {
-        require_library(self,
-                        QLXgetintattrib(problem->prob,
-                                        by_column ? QLX_ATTRIB_COLS : QLX_ATTRIB_ROWS, &length));
+        require_library(
+            self,
+            QLXgetintattrib(problem->prob, by_column ? QLX_ATTRIB_COLS : QLX_ATTRIB_ROWS, &length));
     } else {
         require_library(self,
                         QSLPgetintattrib(problem->slpprob,
@@ -187,8 +189,8 @@ Ref result_method(PyObject* self, PyObject* const* arguments, Py_ssize_t count) 
     const std::vector<double>& values = result_vector(problem, Kind);
     if (count == 0) return all_values(values);
     if (count == 1 && !ArgumentWalker::is_container(arguments[0])) {
-        return require(PyFloat_FromDouble(
-            values[result_position(problem, arguments[0], values.size())]));
+        return require(
+            PyFloat_FromDouble(values[result_position(problem, arguments[0], values.size())]));
     }
     ResultWalker walker(problem, Kind);
     walker.walk(arguments, count);

@@ -30,7 +30,8 @@ void require_sound_bounds(Constraint* constraint) {
     if (lower <= upper && lower < kInfinity && upper > -kInfinity) return;
     const Ref name = constraint_name(constraint);
     raise_runtime_error(
-        "Invalid bounds of constraint %S: lower bound %s, upper bound %s; the lower bound must be at "
+        "Invalid bounds of constraint %S: lower bound %s, upper bound %s; the lower bound must be "
+        "at "
         "most the upper bound, and each on its own side of infinity",
         name.get(), number_text(lower).c_str(), number_text(upper).c_str());
 }
@@ -112,9 +113,9 @@ int RowBatch::send_quadratic(QLXprob prob) const {
 }
 
 int RowBatch::send(QLXprob prob, bool* added) const {
-    const int status = QLXaddrows64(
-        prob, row_count(), starts_.back(), types_.data(), rhs_.data(), ranges_.data(),
-        starts_.data(), entries_.columns.data(), entries_.coefficients.data());
+    const int status =
+        QLXaddrows64(prob, row_count(), starts_.back(), types_.data(), rhs_.data(), ranges_.data(),
+                     starts_.data(), entries_.columns.data(), entries_.coefficients.data());
     if (status != 0) return status;
     *added = true;
     const int name_status = names_.send(prob, QLX_NAMES_ROW, base_);
@@ -138,8 +139,8 @@ void RowBatch::flush(Problem* problem) {
 void RowBatch::restore_pending_bodies(Problem* problem) const {
     const int first = object_count(problem->constraints) - row_count();
     for (int row = 0; row < row_count(); ++row) {
-        auto* constraint = reinterpret_cast<Constraint*>(
-            PyList_GET_ITEM(problem->constraints, first + row));
+        auto* constraint =
+            reinterpret_cast<Constraint*>(PyList_GET_ITEM(problem->constraints, first + row));
         if (constraint->problem_slot != reinterpret_cast<uintptr_t>(problem)) continue;
         const auto begin = static_cast<size_t>(starts_[static_cast<size_t>(row)]);
         const auto end = static_cast<size_t>(starts_[static_cast<size_t>(row) + 1]);
@@ -159,8 +160,9 @@ void RowBatch::undo(Problem* problem, bool added) noexcept {
         restore_pending_bodies(problem);
         const int first = object_count(problem->constraints) - row_count();
         for (int row = 0; row < row_count(); ++row) {
-            problem->con_index.erase_serial(reinterpret_cast<Constraint*>(
-                PyList_GET_ITEM(problem->constraints, first + row))->index);
+            problem->con_index.erase_serial(
+                reinterpret_cast<Constraint*>(PyList_GET_ITEM(problem->constraints, first + row))
+                    ->index);
         }
         const std::vector<int> rows = index_range(base_, row_count());
         if (added) QLXdelrows(problem->prob, row_count(), rows.data());

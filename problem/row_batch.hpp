@@ -9,7 +9,7 @@ namespace quilex {
 
 // The library's form of lower <= body <= upper.
 struct RowSide {
-    char type;     // 'L', 'G', 'E', 'R' or 'N'
+    char type;  // 'L', 'G', 'E', 'R' or 'N'
     double rhs;
     double range;  // of 'R' rows: upper - lower
 };

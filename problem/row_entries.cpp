@@ -21,7 +21,7 @@ void RowEntries::begin_row(const Problem* problem, PyObject* constraint) noexcep
 }
 
 void RowEntries::add_linear_log(std::span<const LinearEntry> log, double scale) {
-    constexpr size_t kAhead = 16;  // variables lie anywhere in memory
+    constexpr size_t kAhead = 16;   // variables lie anywhere in memory
     constexpr size_t kLong = 1024;  // shorter logs leave the growth to the vectors
     const size_t count = log.size();
     if (count > kLong) {
@@ -60,8 +60,7 @@ void RowEntries::index_row() {
     if (position_.size() < column_count) position_.resize(column_count, 0);
     for (size_t i = row_start_; i < columns.size(); ++i) {
         if (columns[i] != kHole) {
-            position_[static_cast<size_t>(columns[i])] =
-                static_cast<uint32_t>(i - row_start_ + 1);
+            position_[static_cast<size_t>(columns[i])] = static_cast<uint32_t>(i - row_start_ + 1);
         }
     }
     indexed_ = true;
@@ -128,8 +127,7 @@ void RowEntries::require_finite() const {
     }
     for (size_t i = quadratic_start_; i < first_columns.size(); ++i) {
         if (!(std::abs(quadratic_coefficients[i]) < kInfinity)) {
-            raise_bad_value("a product's coefficient", quadratic_coefficients[i],
-                            first_columns[i]);
+            raise_bad_value("a product's coefficient", quadratic_coefficients[i], first_columns[i]);
         }
     }
     raise_bad_value("the constant", constant, kHole);

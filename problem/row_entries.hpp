@@ -82,11 +82,12 @@ class RowEntries {
     PyObject* constraint_ = nullptr;
     size_t row_start_ = 0;
     size_t quadratic_start_ = 0;
-    int highest_ = -1;   // no column of the row is above this one
+    int highest_ = -1;  // no column of the row is above this one
     size_t holes_ = 0;
     bool left_out_zero_ = false;
     bool indexed_ = false;
-    std::vector<uint32_t> position_;  // while indexed: column -> its position in the row + 1, else 0
+    std::vector<uint32_t>
+        position_;  // while indexed: column -> its position in the row + 1, else 0
 };
 
 }  // namespace quilex

@@ -20,8 +20,8 @@ inline PyObject* objects_of(const Problem* problem, ObjectKind kind) noexcept {
     return nullptr;
 }
 
-// Index of an object in the map of its own kind. IndexMap::kMissing for an object that is not in the
-// problem and, with *known false, for one that is of no such kind.
+// Index of an object in the map of its own kind. IndexMap::kMissing for an object that is not in
+// the problem and, with *known false, for one that is of no such kind.
 int index_in_problem(const Problem* problem, PyObject* object, bool* known) noexcept;
 
 struct Selection {

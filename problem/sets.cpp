@@ -20,8 +20,7 @@ struct Members {
 
 int member_column(const Problem* problem, PyObject* member) {
     if (is_variable(member)) {
-        const int column =
-            problem->var_index.find(reinterpret_cast<Variable*>(member)->index);
+        const int column = problem->var_index.find(reinterpret_cast<Variable*>(member)->index);
         if (column == IndexMap::kMissing) {
             raise_runtime_error("SOS contains variable that was not added to the problem");
         }
@@ -63,8 +62,8 @@ int add_to_library(QLXprob prob, const Members& members, char type, const NameBa
                    int index) {
     const auto count = static_cast<int64_t>(members.columns.size());
     const int64_t starts[] = {0, count};
-    const int status = QLXaddsets64(prob, 1, count, &type, starts, members.columns.data(),
-                                    members.weights.data());
+    const int status =
+        QLXaddsets64(prob, 1, count, &type, starts, members.columns.data(), members.weights.data());
     if (status != 0) return status;
     return names.send(prob, QLX_NAMES_SET, index);
 }
@@ -72,6 +71,9 @@ int add_to_library(QLXprob prob, const Members& members, char type, const NameBa
 void add_set(Problem* problem, PyObject* object) {
     if (!is_special_ordered_set(object)) raise_runtime_error("Object added is not a SOS");
     auto* const set = reinterpret_cast<SpecialOrderedSet*>(object);
+    if (set->indices == nullptr || set->weights == nullptr) {
+        raise_runtime_error("The SOS has no members: it was not initialised");
+    }
     if (problem->sos_index.find(set->index) != IndexMap::kMissing) {
         raise_runtime_error("SOS already added to problem");
     }

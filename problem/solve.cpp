@@ -16,7 +16,8 @@ namespace {
 class SolvingMark {
   public:
     explicit SolvingMark(Problem* problem) : problem_(problem) {
-        if (problem->solving_thread != 0) raise_runtime_error("The problem is already being solved");
+        if (problem->solving_thread != 0)
+            raise_runtime_error("The problem is already being solved");
         problem->solving_thread = PyThread_get_thread_ident();
     }
     ~SolvingMark() { problem_->solving_thread = 0; }
@@ -71,15 +72,15 @@ struct Status {
 
 constexpr int kNamedStatuses = 9;
 constexpr const char* kLinearStatuses[kNamedStatuses] = {
-    "lp_unstarted",  "lp_optimal",        "lp_infeas",   "lp_cutoff",   "lp_unfinished",
+    "lp_unstarted", "lp_optimal",        "lp_infeas",   "lp_cutoff",   "lp_unfinished",
     "lp_unbounded", "lp_cutoff_in_dual", "lp_unsolved", "lp_nonconvex"};
 constexpr const char* kIntegerStatuses[kNamedStatuses] = {
     "mip_not_loaded", "mip_lp_not_optimal", "mip_lp_optimal", "mip_no_sol_found", "mip_solution",
     "mip_infeas",     "mip_optimal",        "mip_unbounded",  "mip_unknown"};
 constexpr const char* kNonlinearStatuses[kNamedStatuses] = {
-    "nlp_unstarted",  "nlp_solution",  "nlp_globally_optimal", "nlp_locally_infeasible",
-    "nlp_infeasible", "nlp_unbounded", "nlp_unfinished",       "nlp_unknown",
-    "nlp_unknown"};
+    "nlp_unstarted",          "nlp_solution",   "nlp_globally_optimal",
+    "nlp_locally_infeasible", "nlp_infeasible", "nlp_unbounded",
+    "nlp_unfinished",         "nlp_unknown",    "nlp_unknown"};
 
 Status status_of(Problem* problem) {
     PyObject* const self = as_object(problem);

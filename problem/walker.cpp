@@ -13,7 +13,9 @@ namespace {
         "tuple?");
 }
 
-bool is_text(PyObject* object) noexcept { return PyUnicode_Check(object) || PyBytes_Check(object); }
+bool is_text(PyObject* object) noexcept {
+    return PyUnicode_Check(object) || PyBytes_Check(object);
+}
 
 bool is_set_or_view(PyObject* object) noexcept {
     return PyAnySet_Check(object) || PyDictViewSet_Check(object) || PyDictValues_Check(object);

@@ -115,21 +115,39 @@ void require_range(int first, int last, int count) {
     if (first > last) fail(QLX_ERROR_ARGUMENT, "first is ", first, ", above last = ", last);
 }
 
+namespace {
+
+[[noreturn]] void refuse_repeated(const char* name, std::int64_t position, int index, int item) {
+    fail(QLX_ERROR_ARGUMENT, name, "[", position, "] is ", index, ", which is given twice in item ",
+         item);
+}
+
+// Items are compared pair by pair up to this length: adding one short row must not cost a pass over
+// all columns.
+constexpr std::int64_t kComparedLength = 16;
+
+}  // namespace
+
 void require_distinct(const std::int64_t* start, const int* index, int count, int limit,
                       const char* name) {
     if (!environment().checked) return;
-    std::vector<int> seen;  // made for the first item whose indices do not ascend
+    std::vector<int> seen;  // made for the first long item whose indices do not ascend
     for (int item = 0; item < count; ++item) {
+        const std::int64_t first = start[item];
+        const std::int64_t end = start[item + 1];
         bool ascending = true;
-        for (std::int64_t k = start[item] + 1; k < start[item + 1]; ++k)
-            ascending &= index[k - 1] < index[k];
+        for (std::int64_t k = first + 1; k < end; ++k) ascending &= index[k - 1] < index[k];
         if (ascending) continue;
+        if (end - first <= kComparedLength) {
+            for (std::int64_t k = first + 1; k < end; ++k)
+                for (std::int64_t j = first; j < k; ++j)
+                    if (index[j] == index[k]) refuse_repeated(name, k, index[k], item);
+            continue;
+        }
         if (seen.empty()) seen.assign(static_cast<std::size_t>(limit), -1);
-        for (std::int64_t k = start[item]; k < start[item + 1]; ++k) {
+        for (std::int64_t k = first; k < end; ++k) {
             int& mark = seen[static_cast<std::size_t>(index[k])];
-            if (mark == item)
-                fail(QLX_ERROR_ARGUMENT, name, "[", k, "] is ", index[k],
-                     ", which is given twice in item ", item);
+            if (mark == item) refuse_repeated(name, k, index[k], item);
             mark = item;
         }
     }

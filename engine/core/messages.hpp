@@ -20,6 +20,7 @@ inline constexpr int kSolveStart = 200;
 inline constexpr int kProgress = 201;
 inline constexpr int kSolveEnd = 202;
 inline constexpr int kRecovery = 203;
+inline constexpr int kNonconvex = 204;
 inline constexpr int kControl = 300;
 }  // namespace message
 

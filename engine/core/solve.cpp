@@ -18,6 +18,9 @@ void solve_continuous(Problem& problem, const SolveScope& scope, ProblemClass pr
     switch (problem_class) {
         case ProblemClass::kLp:
             return solve_lp(problem, scope, flags);
+        case ProblemClass::kQp:
+        case ProblemClass::kQcqp:
+            return solve_quadratic(problem, scope);
         default:
             refuse_class(problem_class);
     }

@@ -12,6 +12,7 @@ void solve_with_integrality(Problem& problem, const char* flags);
 // By class; the caller has checked it.
 class SolveScope;
 void solve_lp(Problem& problem, const SolveScope& scope, const char* flags);
+void solve_quadratic(Problem& problem, const SolveScope& scope);
 void solve_mip(Problem& problem, const SolveScope& scope, const char* flags);
 
 }  // namespace qlx

@@ -1,6 +1,8 @@
 // Mixed-integer programs by the kernel's tree search, every incumbent checked.
 #include <algorithm>
 #include <cmath>
+#include <limits>
+#include <new>
 
 #include "engine/core/kernel_options.hpp"
 #include "engine/core/point_check.hpp"
@@ -38,7 +40,7 @@ bool passes(Problem& problem, const std::vector<double>& x, std::vector<double>&
 // Keeps the best points that pass our check, so that an interrupted solve has the last of them.
 class MipWatch final : public KernelWatch {
   public:
-    MipWatch(Problem& problem, bool& refuted) : KernelWatch(problem), refuted_(refuted) {}
+    using KernelWatch::KernelWatch;
     void solution(const double* x, int num_cols) noexcept override {
         try {
             take(x, num_cols);
@@ -57,10 +59,7 @@ class MipWatch final : public KernelWatch {
         solution.x = rounded(model, given);
         if (!passes(problem_, solution.x, solution.slack, check)) {
             solution.x = given;
-            if (!passes(problem_, solution.x, solution.slack, check)) {
-                refuted_ = true;
-                return false;
-            }
+            if (!passes(problem_, solution.x, solution.slack, check)) return false;
         }
         solution.objective = objective_value(model, solution.x.data());
         Results& results = problem_.results;
@@ -75,9 +74,6 @@ class MipWatch final : public KernelWatch {
         ++results.solutions_found;
         return true;
     }
-
-  private:
-    bool& refuted_;
 };
 
 // An infeasible relaxation of the question "infeasible or unbounded": without its objective the
@@ -90,6 +86,14 @@ bool has_a_point(Problem& problem, KernelModel model, KernelOptions options) {
     if (!kernel.load(std::move(model), options.matrix_tolerance)) return false;
     KernelWatch watch(problem);
     return kernel.solve(options, watch).outcome == KernelOutcome::kOptimal;
+}
+
+// Whether bound and objective are as far apart as an optimal result's may not be.
+bool leaves_gap(const Results& results, const KernelOptions& options) {
+    const double size = std::fabs(results.mip.objective);
+    const double allowed = std::max({options.absolute_gap, options.relative_gap * size,
+                                     1e-6 * std::max(1.0, size)});
+    return std::fabs(results.mip.objective - results.best_bound) > 1.01 * allowed;
 }
 
 int status_of(const Results& results, KernelOutcome outcome) {
@@ -155,8 +159,7 @@ KernelModel feasibility_model(Problem& problem) {
 // One step of the ladder; -1 when the next one is to be climbed.
 int run_once(Problem& problem, LpKernel& kernel, const KernelOptions& options) {
     Results& results = problem.results;
-    bool refuted = false;
-    MipWatch watch(problem, refuted);
+    MipWatch watch(problem);
     const KernelResult result = kernel.solve(options, watch);
     results.simplex_iterations += result.simplex_iterations;
     results.nodes += result.nodes;
@@ -167,7 +170,9 @@ int run_once(Problem& problem, LpKernel& kernel, const KernelOptions& options) {
     bool passed = true;
     if (result.has_point && !kernel.col_value().empty())
         passed = watch.take(kernel.col_value().data(), static_cast<int>(kernel.col_value().size()));
-    if (result.outcome == KernelOutcome::kOptimal && !passed) return -1;
+    if (result.outcome == KernelOutcome::kOptimal &&
+        (!passed || (results.mip.valid && leaves_gap(results, options))))
+        return -1;
     if (result.outcome == KernelOutcome::kInfeasibleOrUnbounded)
         return has_a_point(problem, feasibility_model(problem), options) ? QLX_MIP_UNBOUNDED
                                                                          : QLX_MIP_INFEAS;

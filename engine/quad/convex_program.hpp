@@ -74,8 +74,10 @@ struct QuadraticModel {
 struct StopRule {
     const std::atomic<int>* interrupt = nullptr;  // stop where it is not zero
     std::optional<std::chrono::steady_clock::time_point> deadline;
+    std::function<void()> look;  // called before the flag is read; may set it, may not throw
 
     bool interrupted() const noexcept {
+        if (look) look();
         return interrupt != nullptr && interrupt->load(std::memory_order_relaxed) != 0;
     }
     bool expired() const noexcept {

@@ -1,5 +1,7 @@
 """Variables: the constructor, the attributes and the operators between variables and numbers."""
 
+import operator
+
 import pytest
 
 import quilexlib
@@ -175,7 +177,7 @@ def test_numbers_are_read_as_doubles(xy):
     with pytest.raises(OverflowError):
         x * 10**400
     with pytest.raises(TypeError, match="unary"):
-        +x
+        operator.pos(x)
 
     class Half(float):
         pass

@@ -27,6 +27,7 @@ highs.Highs_passModel(
 highs.Highs_setStringOptionValue(problem, b"solver", b"hipo")
 highs.Highs_run(problem)
 print("objective", highs.Highs_getObjectiveValue(problem))
+highs.Highs_destroy(problem)
 """
 
 

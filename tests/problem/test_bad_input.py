@@ -23,7 +23,10 @@ BAD_CONSTRAINTS = {
     "infinite coefficient": (lambda x: INF * x[2] + x[0] <= 1, "variable x2 is inf"),
     "large coefficient": (lambda x: x[0] - 1e20 * x[2] <= 1, "variable x2 is -1e\\+20"),
     "nan coefficient": (lambda x: NAN * x[2] <= 1, "variable x2 is nan"),
-    "overflowing sum": (lambda x: 9e19 * x[1] + x[0] + 9e19 * x[1] <= 1, "variable x1 is 1.8e\\+20"),
+    "overflowing sum": (
+        lambda x: 9e19 * x[1] + x[0] + 9e19 * x[1] <= 1,
+        "variable x1 is 1.8e\\+20",
+    ),
     "infinite product": (lambda x: INF * x[0] * x[1] <= 1, "product's coefficient"),
     "unknown variable": (
         lambda x: x[0] + quilex.var("stranger") <= 1,

@@ -10,7 +10,9 @@ import pytest
 import quilex
 
 
-@pytest.mark.parametrize("arguments, name", [((), "noname"), (("a b",), "a b"), ((None,), "noname")])
+@pytest.mark.parametrize(
+    "arguments, name", [((), "noname"), (("a b",), "a b"), ((None,), "noname")]
+)
 def test_name(arguments, name):
     assert quilex.problem(*arguments).name() == name
 

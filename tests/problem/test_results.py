@@ -19,7 +19,7 @@ def solved(p):
 
 
 def test_an_optimal_lp(solved):
-    p, (x, y), rows = solved
+    p, _, _ = solved
     assert p.getProbStatus() == quilex.lp_optimal
     assert p.getProbStatusString() == "lp_optimal"
     assert p.getObjVal() == pytest.approx(9)
@@ -121,7 +121,7 @@ def test_before_any_solve(p, xs, getter):
 
 
 def test_results_follow_the_problem(solved):
-    p, (x, y), rows = solved
+    p, (x, y), _ = solved
     z = quilex.var(lb=2, ub=3)
     p.addVariable(z)
     assert p.getSolution([x, y]) == pytest.approx([1, 3])

@@ -105,7 +105,7 @@ def test_delete(full, consistent, kind, case):
 
 
 def test_refused_deletions_change_nothing(full, consistent):
-    p, objects = full
+    p, _ = full
     for bad in (99, [0, 0], [0, 99], quilex.var(), [quilex.var()], "nothing", 2.5, [1.5]):
         with pytest.raises(RuntimeError):
             p.delVariable(bad)

@@ -23,8 +23,8 @@ BAD_SETS = {
     "no member": (lambda x: quilex.sos([x[0], "x1"], [1, 2]), "must be passed as a list"),
     "lengths": (lambda x: quilex.sos(x[:3], [1, 2]), "2 weights for 3 members"),
     "column": (lambda x: quilex.sos([0, 99], [1, 2]), "column 99"),
-    "equal weights": (lambda x: quilex.sos(x[:2], [1, 1]), ""),
-    "nan weight": (lambda x: quilex.sos(x[:2], [1, float("nan")]), ""),
+    "equal weights": (lambda x: quilex.sos(x[:2], [1, 1]), "QLXaddsets64"),
+    "nan weight": (lambda x: quilex.sos(x[:2], [1, float("nan")]), "QLXaddsets64"),
 }
 
 

@@ -59,7 +59,7 @@ def test_two_threads_solve_two_problems():
     ends = []
 
     def solve(seed):
-        problem, x, slacks = market_split(rows=2, columns=14, seed=seed)
+        problem, _, _ = market_split(rows=2, columns=14, seed=seed)
         problem.solve()
         ends.append((seed, problem.getProbStatusString(), problem.getObjVal()))
 

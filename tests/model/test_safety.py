@@ -1,0 +1,255 @@
+"""Modelling objects in cycles, in hostile containers and iterators, subclassed and pickled."""
+
+import copy
+import gc
+import pickle
+import sys
+import tracemalloc
+import weakref
+
+import pytest
+
+import quilexlib
+from quilexlib import Prod, Sum
+
+
+class Named(quilexlib.var):
+    """A variable with attributes of its own."""
+
+
+class Slotted(quilexlib.var):
+    __slots__ = ("extra",)
+
+
+def terms_of(v):
+    x = quilexlib.var()
+    many = [quilexlib.var() for _ in range(20)]
+    growing = Sum(many)
+    growing += v
+    return {
+        "self": v,
+        "linterm": 2 * v,
+        "quadterm": x * v,
+        "square": v * v,
+        "expression": x + v,
+        "quadratic expression": x * v + x,
+        "copy": (x + v) * 3.0,
+        "chain": Sum(many) + v + x,
+        "grown in place": growing,
+        "nonlinear": abs(v),
+        "constraint": v <= 1,
+        "constraint over an expression": growing + x <= 1,
+        "container": [v, {"v": v}],
+    }
+
+
+def test_cycles_are_collected():
+    for kind in terms_of(quilexlib.var()):
+        v = Named()
+        died = weakref.ref(v)
+        v.term = terms_of(v)[kind]
+        del v
+        gc.collect()
+        assert died() is None, kind
+
+
+def test_a_name_may_close_a_cycle():
+    class Mark:
+        pass
+
+    for make in (lambda v: v, lambda v: 2 * v, lambda v: v + quilexlib.var()):
+        v = quilexlib.var()
+        mark = Mark()
+        v.name = [mark]
+        v.name.append(make(v))
+        died = weakref.ref(mark)
+        del v, mark
+        gc.collect()
+        assert died() is None
+
+
+def test_ordinary_models_cost_the_collector_nothing():
+    x, y = quilexlib.var(), quilexlib.var()
+    for obj in (x, 2 * x, x * y, x + y, x * y + x, Sum([x, y, x] * 20)):
+        assert not gc.is_tracked(obj)
+    assert gc.is_tracked(Named() + 1)
+
+
+def test_subclasses_behave_like_variables():
+    for cls in (Named, Slotted):
+        v = cls(name="v", ub=3)
+        v.extra = "kept"
+        assert (v.name, v.ub, v.extra) == ("v", 3.0, "kept")
+        assert v * 1 is v and str(2 * v + 1) == "1 +2 v" and type(v * v).__name__ == "quadterm"
+        assert Sum([v, v, v]) is not v and str(Sum([v, v, v])) == "3*v"
+        assert quilexlib._parts(v + 1)[1][0][0] is v
+        assert (v <= 1).ub == 1.0
+
+    class Silent(quilexlib.var):
+        def __init__(self):
+            """Set nothing."""
+
+    v = Silent()
+    assert (v.lb, v.ub, v.name) == (0.0, quilexlib.infinity, f"C{hash(v)}")
+
+    class Overriding(quilexlib.var):
+        def __add__(self, other):
+            return "mine"
+
+    assert Overriding() + 1 == "mine"
+
+
+@pytest.mark.parametrize("kind", ["self", "linterm", "quadterm", "expression", "nonlinear"])
+def test_pickling_is_refused(kind):
+    obj = terms_of(quilexlib.var())[kind]
+    for attempt in (pickle.dumps, copy.copy, copy.deepcopy):
+        with pytest.raises(
+            TypeError, match=f"cannot pickle '{type(obj).__module__}.{type(obj).__name__}'"
+        ):
+            attempt(obj)
+
+
+def test_a_generator_may_change_the_expression_that_it_feeds():
+    x, y = quilexlib.var(name="x"), quilexlib.var(name="y")
+    e = x + y
+
+    def growing():
+        nonlocal e
+        for _ in range(50):
+            yield e
+            e += y
+            yield x
+
+    assert str(Sum(growing())) == " 100 x +1275 y"
+    assert str(e) == "  x +51 y"
+    e += e
+    e -= e + e
+    assert str(e) == " -2 x -102 y"
+
+
+def test_collections_that_change_while_they_are_read():
+    x = quilexlib.var(name="x")
+    items = []
+
+    class Shrinking(list):
+        pass
+
+    class Clearing(quilexlib.var):
+        def __radd__(self, other):
+            items.clear()
+            return other
+
+        def __rmul__(self, other):
+            items.clear()
+            return other
+
+    items.extend([x, Clearing(), x, x])
+    Sum(items)
+    items.extend([x, Clearing(), x, x])
+    Prod(items)
+
+    class ByIndex:
+        def __init__(self):
+            self.values = [x] * 10
+
+        def __len__(self):
+            return len(self.values)
+
+        def __getitem__(self, index):
+            self.values = self.values[:-1]
+            return self.values[index]
+
+    with pytest.raises(IndexError):
+        Sum(ByIndex())
+
+
+def test_containers_in_themselves_end_in_an_error():
+    loop = []
+    loop.append(loop)
+    table = {}
+    table["t"] = table
+    for container in (loop, table, (loop,)):
+        for operator in (Sum, Prod):
+            with pytest.raises((RuntimeError, RecursionError)):
+                operator(container)
+    x = quilexlib.var()
+    x.name = [x]
+    with pytest.raises(TypeError):
+        str(x)
+
+
+class Reviving(quilexlib.var):
+    """Uses the expression that drops it, at the moment when it is dropped."""
+
+    target = None
+
+    def __del__(self):
+        if Reviving.target is not None:
+            Reviving.target += quilexlib.var()
+            str(Reviving.target)
+            Reviving.target -= self
+
+
+def test_finalizers_that_use_the_expression_that_drops_them():
+    for size in (1, 3, 7, 30):
+        keep = [quilexlib.var() for _ in range(size)]
+        e = Sum(keep) + keep[0]
+        e += Reviving()
+        Reviving.target = e
+        part = quilexlib._parts(e)[1][-1][0]
+        e -= part
+        del part
+        str(e)
+        longer = e + Reviving()
+        del longer
+        e += keep[0]
+        e *= 2
+        str(e)
+        Reviving.target = None
+        del e
+        gc.collect()
+
+
+def test_failed_operators_leave_the_operands():
+    x, y = quilexlib.var(name="x"), quilexlib.var(name="y")
+    e = x + y
+    for bad in ("a", [], object(), 10**400):
+        for operation in ("__iadd__", "__isub__", "__imul__", "__itruediv__", "__add__"):
+            with pytest.raises((RuntimeError, OverflowError)):
+                getattr(e, operation)(bad)
+    assert str(e) == "  x + y"
+
+
+def test_references_balance():
+    """Every operator returns as many references to its operands as it took."""
+    x, y, z = (quilexlib.var() for _ in range(3))
+
+    def work():
+        e = x + 2 * y - z
+        f = e
+        for i in range(40):
+            e = e + x
+            f += e * 0.5
+            f -= z
+            if i % 7 == 0:
+                f = f * 2.0 - e
+        g = (x + y) * (x - z) + x * y
+        g -= x * z - g
+        str(f), str(g), x / y, (x + 1) ** 2, Prod([x, y]), x <= y
+        Sum(v * 2 for v in (x, y, z))
+
+    work()
+    gc.collect()
+    before = [sys.getrefcount(v) for v in (x, y, z)]
+    tracemalloc.start()
+    for _ in range(300):  # fills the caches of unused objects
+        work()
+    gc.collect()
+    start = tracemalloc.get_traced_memory()[0]
+    for _ in range(300):
+        work()
+    gc.collect()
+    grown = tracemalloc.get_traced_memory()[0] - start
+    tracemalloc.stop()
+    assert [sys.getrefcount(v) for v in (x, y, z)] == before
+    assert grown < 2000
