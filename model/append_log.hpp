@@ -87,7 +87,7 @@ struct LogBuffer {
 };
 
 // The log of one expression. Entry needs `retain()` and `release()`; merge_log(log) brings a
-// log that is exclusive into its merged form.
+// log that is exclusive into its merged form, worth_merging(log) guesses whether that shortens it.
 template <class Entry, size_t kInline>
 class AppendLog {
   public:
@@ -265,7 +265,7 @@ class AppendLog {
                 detach(2 * count_ + extra);
             } else if (buffer()->used > count_) {
                 truncate();
-            } else if (count_ - merged_ >= std::max<size_t>(merged_, 4)) {
+            } else if (count_ - merged_ >= std::max<size_t>(merged_, 4) && worth_merging(*this)) {
                 // As many unmerged entries as merged ones: merging may save the growth.
                 merge_log(*this);
             } else {

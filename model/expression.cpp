@@ -1,4 +1,6 @@
 // quilex.expression: the object, its parts and its copies. Operators are in expression_algebra.cpp.
+#include <cmath>
+
 #include "model/constraint.hpp"
 #include "model/expression_object.hpp"
 #include "model/operators.hpp"

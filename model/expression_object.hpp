@@ -42,6 +42,11 @@ using QuadraticLog = AppendLog<QuadraticLogEntry, 1>;
 void merge_log(LinearLog& log) noexcept;
 void merge_log(QuadraticLog& log);
 
+// Whether a growing log has duplicates, as far as a look at some of its entries can tell: sums over
+// millions of different variables should not be merged again and again.
+bool worth_merging(const LinearLog& log) noexcept;
+inline bool worth_merging(const QuadraticLog&) noexcept { return true; }
+
 struct Expression {
     PyObject_HEAD
     double constant;
