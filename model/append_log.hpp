@@ -130,7 +130,8 @@ class AppendLog {
 
     // Makes room for `extra` entries behind the last one.
     void reserve(size_t extra) {
-        if (!fits(extra)) [[unlikely]] make_room(extra);
+        if (!fits(extra)) [[unlikely]]
+            make_room(extra);
     }
 
     // Appends an entry that fits, taking references.
@@ -243,8 +244,8 @@ class AppendLog {
         }
         const size_t count = source.count_;
         if (count + extra > kInline) {
-            entries_ = Buffer::allocate(source.is_inline() ? count + extra : 2 * count + extra)
-                           ->entries();
+            entries_ =
+                Buffer::allocate(source.is_inline() ? count + extra : 2 * count + extra)->entries();
         }
         for (size_t i = 0; i < count; ++i) push(source.entries_[i]);
         merged_ = source.merged_;

@@ -24,8 +24,7 @@ bool is_deleted(const LinearLogEntry& entry) noexcept {
     return (reinterpret_cast<uintptr_t>(entry.variable) & 1) != 0;
 }
 void toggle_deleted(LinearLogEntry& entry) noexcept {
-    entry.variable =
-        reinterpret_cast<Variable*>(reinterpret_cast<uintptr_t>(entry.variable) ^ 1);
+    entry.variable = reinterpret_cast<Variable*>(reinterpret_cast<uintptr_t>(entry.variable) ^ 1);
 }
 
 // Finds earlier entries of a variable by looking at all of them.
