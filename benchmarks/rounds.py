@@ -25,7 +25,10 @@ def run_one(peer, workload, size, solve, timeout):
     wall = time.perf_counter() - began
     for line in child.stdout.splitlines():
         if line.startswith("RESULT "):
-            return {**json.loads(line[len("RESULT ") :]), "wall": wall}
+            report = {**json.loads(line[len("RESULT ") :]), "wall": wall}
+            if "stopped" in report and solve:
+                report["error"] = report["stopped"]
+            return report
     last = (child.stderr.strip().splitlines() or [f"ended with status {child.returncode}"])[-1]
     return {"error": last[:160].replace("|", "/"), "wall": wall}
 

@@ -50,9 +50,13 @@ def main(peer, workload, size, solve):
     function = getattr(importlib.import_module("peers." + peer), workload)
     base = peak_mb()
     clock = Clock(solve == "1")
-    value = function(int(size), clock)
-    marks = {"wall": clock.wall, "cpu": clock.cpu}
-    report = {"marks": marks, "peak_mb": peak_mb() - base, "value": value}
+    report = {"marks": {"wall": clock.wall, "cpu": clock.cpu}}
+    try:
+        report["value"] = function(int(size), clock)
+    except Exception as failure:
+        # What was measured before stands: a peer may build what it cannot solve.
+        report["error" if not clock.wall else "stopped"] = f"{type(failure).__name__}: {failure}"
+    report["peak_mb"] = peak_mb() - base
     print("RESULT " + json.dumps(report), flush=True)
     os._exit(0)
 

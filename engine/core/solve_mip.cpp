@@ -88,6 +88,14 @@ bool has_a_point(Problem& problem, KernelModel model, KernelOptions options) {
     return kernel.solve(options, watch).outcome == KernelOutcome::kOptimal;
 }
 
+// Whether bound and objective are as far apart as an optimal result's may not be.
+bool leaves_gap(const Results& results, const KernelOptions& options) {
+    const double size = std::fabs(results.mip.objective);
+    const double allowed = std::max({options.absolute_gap, options.relative_gap * size,
+                                     1e-6 * std::max(1.0, size)});
+    return std::fabs(results.mip.objective - results.best_bound) > 1.01 * allowed;
+}
+
 int status_of(const Results& results, KernelOutcome outcome) {
     switch (outcome) {
         case KernelOutcome::kOptimal:
@@ -162,7 +170,9 @@ int run_once(Problem& problem, LpKernel& kernel, const KernelOptions& options) {
     bool passed = true;
     if (result.has_point && !kernel.col_value().empty())
         passed = watch.take(kernel.col_value().data(), static_cast<int>(kernel.col_value().size()));
-    if (result.outcome == KernelOutcome::kOptimal && !passed) return -1;
+    if (result.outcome == KernelOutcome::kOptimal &&
+        (!passed || (results.mip.valid && leaves_gap(results, options))))
+        return -1;
     if (result.outcome == KernelOutcome::kInfeasibleOrUnbounded)
         return has_a_point(problem, feasibility_model(problem), options) ? QLX_MIP_UNBOUNDED
                                                                          : QLX_MIP_INFEAS;

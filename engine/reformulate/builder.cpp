@@ -1,6 +1,7 @@
 // Adding columns and rows to a linear model under construction.
 #include "engine/reformulate/builder.hpp"
 
+#include <algorithm>
 #include <cmath>
 
 #include "engine/core/errors.hpp"
@@ -10,6 +11,12 @@ namespace qlx {
 
 namespace {
 std::size_t at(int index) { return static_cast<std::size_t>(index); }
+
+// The least integer that is not below the bound, but for rounding; infinite bounds stay.
+double rounded_up(double bound) {
+    if (std::fabs(bound) >= kInfinity) return bound;
+    return std::ceil(bound - 1e-9 * std::max(1.0, std::fabs(bound)));
+}
 }  // namespace
 
 Builder::Builder(Model& source, double largest_bound)
@@ -89,7 +96,17 @@ void Builder::set_sides(int row, Sides sides) {
     out_.row_upper[at(row)] = sides.upper;
 }
 
+// A kernel that is given fractional bounds of an integer column may lose its best point.
+void Builder::round_integer_bounds() noexcept {
+    for (std::size_t col = 0; col < out_.integer.size(); ++col) {
+        if (out_.integer[col] == 0) continue;
+        out_.lower[col] = rounded_up(out_.lower[col]);
+        out_.upper[col] = -rounded_up(-out_.upper[col]);
+    }
+}
+
 KernelModel Builder::take() {
+    round_integer_bounds();
     transpose_into(out_, matrix_);
     return std::move(out_);
 }

@@ -41,6 +41,8 @@ class Builder {
     [[nodiscard]] KernelModel take();
 
   private:
+    void round_integer_bounds() noexcept;
+
     Model& source_;
     double largest_bound_;
     KernelModel out_;

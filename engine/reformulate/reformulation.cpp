@@ -1,15 +1,29 @@
 // States a model's constructs one after the other.
 #include "engine/reformulate/reformulation.hpp"
 
+#include <cmath>
+
 #include "engine/reformulate/builder.hpp"
 
 namespace qlx {
 
+namespace {
+
+bool is_fractional(double bound) {
+    return std::fabs(bound) < kInfinity && bound != std::floor(bound);
+}
+
+}  // namespace
+
 bool needs_reformulation(const Model& model) {
     if (model.num_sets() > 0 || !model.indicators().empty()) return true;
     if (model.num_entities() == 0) return false;
-    for (const char type : model.col_type())
+    for (std::size_t col = 0; col < model.col_type().size(); ++col) {
+        const char type = model.col_type()[col];
+        if (type == 'C') continue;
         if (type == 'S' || type == 'R' || type == 'P') return true;
+        if (is_fractional(model.lb()[col]) || is_fractional(model.ub()[col])) return true;
+    }
     return false;
 }
 

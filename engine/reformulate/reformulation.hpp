@@ -1,5 +1,6 @@
 // States what a kernel has no words for (sets, indicators, semi-continuous, semi-integer and
-// partial integer columns) with binary columns and linear rows.
+// partial integer columns) with binary columns and linear rows; rounds fractional bounds of integer
+// columns, with which HiGHS cuts off the best points.
 #pragma once
 
 #include "engine/data/model.hpp"

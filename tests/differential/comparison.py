@@ -6,7 +6,8 @@ import reference
 
 import quilex
 
-TOLERANCE = 1e-6
+# The tolerance of rows and bounds, and room for the rounding of an activity that lies right on it.
+TOLERANCE = 1e-6 + 1e-12
 VARIABLE_TYPES = {
     "C": quilex.continuous,
     "B": quilex.binary,

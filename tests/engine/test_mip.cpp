@@ -69,6 +69,30 @@ TEST(Mip, LimitsKeepTheBestSolutionAndTheBound) {
     }
 }
 
+// Fractional bounds of integer columns mean the integers between them; in the relaxation, themselves.
+TEST(Mip, FractionalBoundsOfIntegerColumns) {
+    struct Case {
+        double lower, upper, limit;
+        int status;
+        double optimum, relaxed;
+    };
+    const Case cases[] = {{0, 3.5, 11, QLX_MIP_OPTIMAL, 11, 11},
+                          {0, 2.7, 20, QLX_MIP_OPTIMAL, 10, 13.5},
+                          {0.5, 9, 5.5, QLX_MIP_OPTIMAL, 5, 5.5},
+                          {0.4, 0.6, 9, QLX_MIP_INFEAS, 0, 3}};
+    for (const Case& c : cases) {
+        TestProblem p;
+        for (int col = 0; col < 5; ++col) p.column(1, c.lower, c.upper, 'I');
+        p.row('L', c.limit, {0, 1, 2, 3, 4}, {1, 1, 1, 1, 1});
+        ASSERT_EQ(QLXchgobjsense(p, -1), 0);
+        ASSERT_EQ(QLXmipoptimize(p, ""), 0) << p.error();
+        EXPECT_EQ(p.integer("mipstatus"), c.status) << c.upper;
+        if (c.status == QLX_MIP_OPTIMAL) EXPECT_EQ(p.real(QLX_ATTRIB_MIPOBJVAL), c.optimum);
+        ASSERT_EQ(QLXlpoptimize(p, ""), 0) << p.error();
+        EXPECT_NEAR(p.real(QLX_ATTRIB_LPOBJVAL), c.relaxed, 1e-9);
+    }
+}
+
 TEST(Mip, IntegerSolutionsAreIntegers) {
     TestProblem p;
     build_knapsack(p, 25, 2);

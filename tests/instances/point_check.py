@@ -10,7 +10,10 @@ def objective_value(instance, point):
     return instance.constant + linear + sum(q * x[i] * x[j] for i, j, q in instance.quadratic)
 
 
-def violations(instance, point, tolerance=1e-6):
+TOLERANCE = 1e-6 + 1e-12  # with room for the rounding of an activity that lies right on it
+
+
+def violations(instance, point, tolerance=TOLERANCE):
     """What the point violates by more than the tolerance, as a list of texts.
 
     A row is allowed the tolerance times the largest of 1, its side and its largest single term, as
