@@ -87,7 +87,7 @@ struct LogBuffer {
 };
 
 // The log of one expression. Entry needs `retain()` and `release()`; merge_log(log) brings a
-// log that is exclusive into its merged form.
+// log that is exclusive into its merged form, worth_merging(log) guesses whether that shortens it.
 template <class Entry, size_t kInline>
 class AppendLog {
   public:
@@ -130,7 +130,8 @@ class AppendLog {
 
     // Makes room for `extra` entries behind the last one.
     void reserve(size_t extra) {
-        if (!fits(extra)) [[unlikely]] make_room(extra);
+        if (!fits(extra)) [[unlikely]]
+            make_room(extra);
     }
 
     // Appends an entry that fits, taking references.
@@ -243,8 +244,8 @@ class AppendLog {
         }
         const size_t count = source.count_;
         if (count + extra > kInline) {
-            entries_ = Buffer::allocate(source.is_inline() ? count + extra : 2 * count + extra)
-                           ->entries();
+            entries_ =
+                Buffer::allocate(source.is_inline() ? count + extra : 2 * count + extra)->entries();
         }
         for (size_t i = 0; i < count; ++i) push(source.entries_[i]);
         merged_ = source.merged_;
@@ -265,7 +266,7 @@ class AppendLog {
                 detach(2 * count_ + extra);
             } else if (buffer()->used > count_) {
                 truncate();
-            } else if (count_ - merged_ >= std::max<size_t>(merged_, 4)) {
+            } else if (count_ - merged_ >= std::max<size_t>(merged_, 4) && worth_merging(*this)) {
                 // As many unmerged entries as merged ones: merging may save the growth.
                 merge_log(*this);
             } else {

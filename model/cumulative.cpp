@@ -38,8 +38,8 @@ void add_items(Accumulator& total, PyObject* collection, bool is_tuple) {
         const Py_ssize_t size =
             is_tuple ? PyTuple_GET_SIZE(collection) : PyList_GET_SIZE(collection);
         if (i >= size) return;
-        const Ref item = Ref::share(is_tuple ? PyTuple_GET_ITEM(collection, i)
-                                             : PyList_GET_ITEM(collection, i));
+        const Ref item =
+            Ref::share(is_tuple ? PyTuple_GET_ITEM(collection, i) : PyList_GET_ITEM(collection, i));
         total.add(item.get());
     }
 }

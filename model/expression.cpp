@@ -1,4 +1,6 @@
 // quilex.expression: the object, its parts and its copies. Operators are in expression_algebra.cpp.
+#include <cmath>
+
 #include "model/constraint.hpp"
 #include "model/expression_object.hpp"
 #include "model/operators.hpp"
@@ -27,7 +29,8 @@ void expression_dealloc(PyObject* self) noexcept {
     Expression* expression = as_expression(self);
     if (expression->is_tracked) PyObject_GC_UnTrack(self);
     expression->linear.finish();
-    if (expression->quadratic != nullptr) [[unlikely]] drop_quadratic_part(expression);
+    if (expression->quadratic != nullptr) [[unlikely]]
+        drop_quadratic_part(expression);
     count_destroyed(Counted::kExpression);
     expression_pool.give(expression);
 }
@@ -80,7 +83,7 @@ Owned<Expression> scaled_expression(Expression* source, double scale, size_t ext
 }  // namespace
 
 PyTypeObject expression_type = {
-    .ob_base = PyVarObject_HEAD_INIT(nullptr, 0)
+    .ob_base = {PyObject_HEAD_INIT(nullptr) 0},
     .tp_name = "quilex.expression",
     .tp_basicsize = sizeof(Expression),
     .tp_dealloc = expression_dealloc,
@@ -89,9 +92,10 @@ PyTypeObject expression_type = {
     .tp_hash = PyObject_HashNotImplemented,
     .tp_str = slot<expression_str>,
     .tp_flags = Py_TPFLAGS_DEFAULT | Py_TPFLAGS_HAVE_GC,
-    .tp_doc = "Class for linear and quadratic expression. These can be used and\n"
-              "combined to create constraints and objective function of an\n"
-              "optimization problem.",
+    .tp_doc =
+        "Class for linear and quadratic expression. These can be used and\n"
+        "combined to create constraints and objective function of an\n"
+        "optimization problem.",
     .tp_traverse = expression_traverse,
     .tp_richcompare = slot<make_constraint>,
     .tp_methods = modelling_methods,
@@ -99,9 +103,13 @@ PyTypeObject expression_type = {
     .tp_new = refuse_construction,
 };
 
-Owned<Expression> expression_base() { return new_expression(); }
+Owned<Expression> expression_base() {
+    return new_expression();
+}
 
-double expression_constant(const Expression* expression) noexcept { return expression->constant; }
+double expression_constant(const Expression* expression) noexcept {
+    return expression->constant;
+}
 
 void expression_set_constant(Expression* expression, double value) noexcept {
     expression->constant = value;
@@ -122,7 +130,8 @@ void create_quadratic_part(Expression* expression) {
 void append_product(Expression* expression, Variable* x, Variable* y, double c,
                     QuadraticAction action) {
     if (x->index > y->index) std::swap(x, y);
-    if (x->may_close_cycle || y->may_close_cycle) [[unlikely]] track_expression(expression);
+    if (x->may_close_cycle || y->may_close_cycle) [[unlikely]]
+        track_expression(expression);
     create_quadratic_part(expression);
     expression->quadratic->append({{x, y, c}, action});
 }
@@ -135,7 +144,8 @@ Owned<Expression> continue_expression(Expression* source, size_t extra, size_t e
         create_quadratic_part(result.get());
         result->quadratic->start_from(*source->quadratic, extra_products, share);
     }
-    if (!share) [[unlikely]] track_expression(result.get());
+    if (!share) [[unlikely]]
+        track_expression(result.get());
     return result;
 }
 

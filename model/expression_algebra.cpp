@@ -10,7 +10,8 @@ namespace {
 // Adds scale times the linear part of b to r, which may be b itself.
 void add_linear_part(Expression* r, Expression* b, double scale) {
     size_t count = merged_linear(b).count();
-    if (b->is_tracked) [[unlikely]] track_expression(r);
+    if (b->is_tracked) [[unlikely]]
+        track_expression(r);
     r->linear.reserve(count);
     // Making room may have dropped variables, which may run Python code.
     count = std::min(count, b->linear.count());
@@ -35,7 +36,8 @@ void add_quadratic_part(Expression* r, Expression* b, double scale, QuadraticAct
     size_t count = merged_quadratic(b).count();
     const bool with_empty_rows = action == QuadraticAction::kAdd;
     if (count == 0 || !(with_empty_rows || has_products(b))) return;
-    if (b->is_tracked) [[unlikely]] track_expression(r);
+    if (b->is_tracked) [[unlikely]]
+        track_expression(r);
     create_quadratic_part(r);
     r->quadratic->reserve(count);
     count = std::min(count, b->quadratic->count());

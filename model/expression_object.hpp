@@ -42,12 +42,19 @@ using QuadraticLog = AppendLog<QuadraticLogEntry, 1>;
 void merge_log(LinearLog& log) noexcept;
 void merge_log(QuadraticLog& log);
 
+// Whether a growing log has duplicates, as far as a look at some of its entries can tell: sums over
+// millions of different variables should not be merged again and again.
+bool worth_merging(const LinearLog& log) noexcept;
+inline bool worth_merging(const QuadraticLog&) noexcept {
+    return true;
+}
+
 struct Expression {
     PyObject_HEAD
     double constant;
     LinearLog linear;
     QuadraticLog* quadratic;  // null while the quadratic part does not exist
-    bool is_tracked;  // by the garbage collector; then the logs are shared with nobody
+    bool is_tracked;          // by the garbage collector; then the logs are shared with nobody
 };
 
 inline InstancePool<LinearTerm> linear_term_pool;
@@ -68,7 +75,8 @@ template <class... Entries>
     expression->quadratic = nullptr;
     expression->is_tracked = false;
     Owned<Expression> result = Owned<Expression>::steal(expression);
-    if ((0 | ... | entries.variable->may_close_cycle)) [[unlikely]] track_expression(expression);
+    if ((0 | ... | entries.variable->may_close_cycle)) [[unlikely]]
+        track_expression(expression);
     return result;
 }
 
@@ -82,7 +90,8 @@ inline Owned<LinearTerm> new_linear_term(Variable* variable, double coefficient)
     term->coefficient = coefficient;
     Py_INCREF(as_object(variable));
     term->variable = variable;
-    if (variable->may_close_cycle) [[unlikely]] PyObject_GC_Track(term);
+    if (variable->may_close_cycle) [[unlikely]]
+        PyObject_GC_Track(term);
     return Owned<LinearTerm>::steal(term);
 }
 
@@ -96,14 +105,17 @@ inline Owned<QuadraticTerm> new_quadratic_term(Variable* x, Variable* y, double 
     Py_INCREF(as_object(y));
     term->first = x;
     term->second = y;
-    if (x->may_close_cycle || y->may_close_cycle) [[unlikely]] PyObject_GC_Track(term);
+    if (x->may_close_cycle || y->may_close_cycle) [[unlikely]]
+        PyObject_GC_Track(term);
     return Owned<QuadraticTerm>::steal(term);
 }
 
 // Adds c times x to the linear part: an entry of exactly 0.0 changes nothing.
 [[gnu::always_inline]] inline void add_linear(Expression* expression, Variable* x, double c) {
-    if (c == 0.0) [[unlikely]] return;
-    if (x->may_close_cycle && !expression->is_tracked) [[unlikely]] track_expression(expression);
+    if (c == 0.0) [[unlikely]]
+        return;
+    if (x->may_close_cycle && !expression->is_tracked) [[unlikely]]
+        track_expression(expression);
     expression->linear.append({{x, c}});
 }
 

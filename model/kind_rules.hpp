@@ -28,12 +28,14 @@ Ref quotient_of_kinds(PyObject* a, OperandKind ka, PyObject* b, OperandKind kb);
 Ref power_of_kinds(PyObject* a, OperandKind ka, PyObject* b, OperandKind kb, PyObject* modulus);
 
 inline Ref linear_term_or_zero(LinearEntry entry) {
-    if (entry.coefficient == 0.0) [[unlikely]] return python_float(0.0);
+    if (entry.coefficient == 0.0) [[unlikely]]
+        return python_float(0.0);
     return new_linear_term(entry.variable, entry.coefficient);
 }
 
 inline Ref constant_and_linear(double constant, LinearEntry entry) {
-    if (entry.coefficient == 0.0) [[unlikely]] return new_expression(constant);
+    if (entry.coefficient == 0.0) [[unlikely]]
+        return new_expression(constant);
     return new_linear_expression(constant, entry);
 }
 
@@ -42,7 +44,8 @@ inline Ref linear_pair(LinearEntry a, LinearEntry b) {
     if (a.variable == b.variable) {
         return linear_term_or_zero({a.variable, a.coefficient + b.coefficient});
     }
-    if (b.coefficient == 0.0) [[unlikely]] return new_linear_expression(0.0, a);
+    if (b.coefficient == 0.0) [[unlikely]]
+        return new_linear_expression(0.0, a);
     return new_linear_expression(0.0, a, b);
 }
 

@@ -2,6 +2,9 @@
 //
 // The result is bit for bit, and entry for entry, that of adding one term after the other to a
 // dictionary that keeps its order of insertion and deletes an entry when its sum is exactly 0.0.
+#include <cmath>
+#include <random>
+
 #include "model/expression_object.hpp"
 
 namespace quilex {
@@ -13,13 +16,15 @@ constexpr size_t kDoubleLoopLimit = 12;
 constexpr size_t kPrefetchDistance = 8;
 constexpr size_t kAbsent = SIZE_MAX;
 
+// Larger logs are sampled before they are merged to save growth.
+constexpr size_t kSampleFrom = 4096;
+
 // A deleted entry keeps its place, and one reference, until the end of the merge.
 bool is_deleted(const LinearLogEntry& entry) noexcept {
     return (reinterpret_cast<uintptr_t>(entry.variable) & 1) != 0;
 }
 void toggle_deleted(LinearLogEntry& entry) noexcept {
-    entry.variable =
-        reinterpret_cast<Variable*>(reinterpret_cast<uintptr_t>(entry.variable) ^ 1);
+    entry.variable = reinterpret_cast<Variable*>(reinterpret_cast<uintptr_t>(entry.variable) ^ 1);
 }
 
 // Finds earlier entries of a variable by looking at all of them.
@@ -115,6 +120,24 @@ size_t separate_deleted(LinearLogEntry* entries, size_t end) noexcept {
 uint64_t next_merge_stamp() noexcept {
     static uint64_t last = 0;
     return ++last;
+}
+
+// Birthday paradox: if every variable occurs twice in n entries, a sample of 4 sqrt(n) of them has
+// about 16 pairs; if none does, it has none.
+bool worth_merging(const LinearLog& log) noexcept {
+    const size_t count = log.count();
+    if (count < kSampleFrom || count > UINT32_MAX) return true;
+    const auto sample = static_cast<size_t>(4.0 * std::sqrt(static_cast<double>(count)));
+    const StampIndex index{log.entries(), next_merge_stamp()};
+    std::minstd_rand random;
+    for (size_t i = 0; i < sample; ++i) {
+        const size_t position = random() % count;
+        Variable* variable = log.entries()[position].variable;
+        const size_t earlier = index.find(variable, count);
+        if (earlier != kAbsent && earlier != position) return true;
+        index.insert(variable, position);
+    }
+    return false;
 }
 
 void merge_log(LinearLog& log) noexcept {

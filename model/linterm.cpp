@@ -13,7 +13,8 @@ namespace {
 void linterm_dealloc(PyObject* self) noexcept {
     LinearTerm* term = as_linear_term(self);
     Variable* variable = term->variable;
-    if (variable->may_close_cycle) [[unlikely]] PyObject_GC_UnTrack(self);
+    if (variable->may_close_cycle) [[unlikely]]
+        PyObject_GC_UnTrack(self);
     count_destroyed(Counted::kLinearTerm);
     linear_term_pool.give(term);
     Py_DECREF(as_object(variable));
@@ -28,7 +29,7 @@ int linterm_traverse(PyObject* self, visitproc visit, void* arg) noexcept {
 }  // namespace
 
 PyTypeObject linterm_type = {
-    .ob_base = PyVarObject_HEAD_INIT(nullptr, 0)
+    .ob_base = {PyObject_HEAD_INIT(nullptr) 0},
     .tp_name = "quilex.linterm",
     .tp_basicsize = sizeof(LinearTerm),
     .tp_dealloc = linterm_dealloc,
@@ -37,9 +38,10 @@ PyTypeObject linterm_type = {
     .tp_hash = PyObject_HashNotImplemented,
     .tp_str = slot<linterm_str>,
     .tp_flags = Py_TPFLAGS_DEFAULT | Py_TPFLAGS_HAVE_GC,
-    .tp_doc = "Class for linear terms. These can be used and\n"
-              "combined to create constraints and objective function of an\n"
-              "optimization problem.",
+    .tp_doc =
+        "Class for linear terms. These can be used and\n"
+        "combined to create constraints and objective function of an\n"
+        "optimization problem.",
     .tp_traverse = linterm_traverse,
     .tp_richcompare = slot<make_constraint>,
     .tp_methods = modelling_methods,

@@ -13,7 +13,9 @@ struct LinearTerm {
 
 extern PyTypeObject linterm_type;
 
-inline bool is_linear_term(PyObject* object) noexcept { return Py_TYPE(object) == &linterm_type; }
+inline bool is_linear_term(PyObject* object) noexcept {
+    return Py_TYPE(object) == &linterm_type;
+}
 
 // k times x: the float 0.0 when k is 0.
 Ref linterm_fill(Variable* variable, double coefficient);

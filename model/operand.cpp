@@ -64,7 +64,9 @@ double converted_value(PyObject* constant) {
     return value;
 }
 
-bool is_numpy_array(PyObject* object) noexcept { return PyArray_Check(object); }
+bool is_numpy_array(PyObject* object) noexcept {
+    return PyArray_Check(object);
+}
 
 bool is_foreign_array(PyObject* object) noexcept {
     if (is_numpy_array(object) || PyArray_CheckScalar(object)) return false;

@@ -72,6 +72,8 @@ bool is_numpy_array(PyObject* object) noexcept;
 bool is_foreign_array(PyObject* object) noexcept;
 
 // Numeric results of the operators.
-inline Ref python_float(double value) { return require(PyFloat_FromDouble(value)); }
+inline Ref python_float(double value) {
+    return require(PyFloat_FromDouble(value));
+}
 
 }  // namespace quilex

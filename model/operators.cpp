@@ -12,21 +12,29 @@ namespace {
 constexpr const char* kInvalidObject = "Invalid object in operation";
 constexpr const char* kVectorExponent = "Cannot obtain a power with a vector as an exponent";
 
-[[noreturn]] void raise_invalid_object() { raise_runtime_error(kInvalidObject); }
+[[noreturn]] void raise_invalid_object() {
+    raise_runtime_error(kInvalidObject);
+}
 
 // What an operator does with a numpy array on its right.
 using ArrayRule = Ref (*)(PyObject* a, PyObject* array);
 
-Ref array_sum(PyObject* a, PyObject* array) { return require(PyNumber_Add(array, a)); }
+Ref array_sum(PyObject* a, PyObject* array) {
+    return require(PyNumber_Add(array, a));
+}
 Ref array_difference(PyObject* a, PyObject* array) {
     return require(PyNumber_Add(require(PyNumber_Negative(array)).get(), a));
 }
-Ref array_product(PyObject* a, PyObject* array) { return require(PyNumber_Multiply(array, a)); }
+Ref array_product(PyObject* a, PyObject* array) {
+    return require(PyNumber_Multiply(array, a));
+}
 Ref array_quotient(PyObject* a, PyObject* array) {
     const Ref one = python_float(1.0);
     return require(PyNumber_Multiply(require(PyNumber_TrueDivide(one.get(), array)).get(), a));
 }
-Ref array_power(PyObject*, PyObject*) { raise_runtime_error(kVectorExponent); }
+Ref array_power(PyObject*, PyObject*) {
+    raise_runtime_error(kVectorExponent);
+}
 
 // The kinds of two operands of which one is not of an exact type of ours or Python's. True when
 // both are known; else the result is in `result`.
@@ -81,7 +89,7 @@ void set_allocation_error(PyObject* a, PyObject* b) noexcept {
     const char* text = richest == kExpression      ? "Error adding expressions"
                        : richest == kQuadraticTerm ? "Error setting quadratic expression"
                        : richest == kLinearTerm    ? "Error creating expression"
-                                                   : "Could not allocate an object of type Variable";
+                                                : "Could not allocate an object of type Variable";
     PyErr_Clear();
     PyErr_SetString(PyExc_RuntimeError, text);
 }
@@ -122,9 +130,8 @@ Ref subtract_any(PyObject* a, PyObject* b) {
 }
 
 Ref multiply_any(PyObject* a, PyObject* b) {
-    return dispatch(a, b, array_product, [=](OperandKind ka, OperandKind kb) {
-        return product_of_kinds(a, ka, b, kb);
-    });
+    return dispatch(a, b, array_product,
+                    [=](OperandKind ka, OperandKind kb) { return product_of_kinds(a, ka, b, kb); });
 }
 
 Ref divide_any(PyObject* a, PyObject* b) {
@@ -156,7 +163,9 @@ Ref negate_any(PyObject* a) {
     }
 }
 
-Ref absolute_any(PyObject* a) { return nonlin_instantiate_unary(kAbs, a); }
+Ref absolute_any(PyObject* a) {
+    return nonlin_instantiate_unary(kAbs, a);
+}
 
 // Variables and terms never change: adding the neutral element gives the object itself, anything
 // else what the operator gives.
@@ -222,7 +231,9 @@ Ref power_in_place_any(PyObject* a, PyObject* b, PyObject* modulus) {
     });
 }
 
-PyObject* array_priority(PyObject*, void*) noexcept { return PyFloat_FromDouble(kArrayPriority); }
+PyObject* array_priority(PyObject*, void*) noexcept {
+    return PyFloat_FromDouble(kArrayPriority);
+}
 
 PyObject* refuse_construction(PyTypeObject* type, PyObject*, PyObject*) noexcept {
     return PyErr_Format(PyExc_TypeError, "cannot create '%s' instances: they come from operators",

@@ -19,7 +19,8 @@ extern PyMethodDef modelling_methods[];
 // element by element and scalars leave them to the modelling type.
 inline constexpr double kArrayPriority = -999999.0;
 PyObject* array_priority(PyObject* self, void* closure) noexcept;
-#define QUILEX_ARRAY_PRIORITY {"__array_priority__", array_priority, nullptr, nullptr, nullptr}
+#define QUILEX_ARRAY_PRIORITY \
+    { "__array_priority__", array_priority, nullptr, nullptr, nullptr }
 extern PyGetSetDef modelling_attributes[];
 
 // tp_new of the types that only operators make.

@@ -11,8 +11,8 @@ namespace {
 // A number as C's "%g" prints it, or "%+g" with `sign`, whatever the locale.
 std::string format_number(double value, bool sign) {
     char buffer[32];
-    const auto end = std::to_chars(buffer, buffer + sizeof buffer, value,
-                                   std::chars_format::general, 6);
+    const auto end =
+        std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::general, 6);
     std::string text(buffer, end.ptr);
     if (sign && text.front() != '-') text.insert(text.begin(), '+');
     return text;
@@ -53,7 +53,9 @@ std::string product_text(const QuadraticEntry& entry, const char* failure) {
 
 }  // namespace
 
-Ref var_str(PyObject* a) { return variable_name(as_variable(a)); }
+Ref var_str(PyObject* a) {
+    return variable_name(as_variable(a));
+}
 
 Ref linterm_str(PyObject* a) {
     const LinearTerm* term = as_linear_term(a);
@@ -65,8 +67,7 @@ Ref quadterm_str(PyObject* a) {
     const QuadraticTerm* term = as_quadratic_term(a);
     const std::string prefix = factor_prefix(term->coefficient);
     if (term->first == term->second) {
-        return require(
-            PyUnicode_FromFormat("%s%S**2", prefix.c_str(), as_object(term->first)));
+        return require(PyUnicode_FromFormat("%s%S**2", prefix.c_str(), as_object(term->first)));
     }
     return require(PyUnicode_FromFormat("%s%S*%S", prefix.c_str(), as_object(term->first),
                                         as_object(term->second)));
@@ -89,8 +90,8 @@ Ref expression_str(PyObject* a) {
         append_piece(text, entry.coefficient,
                      product_text(entry, "Could not typeset quadratic part of expression"));
     }
-    return require(PyUnicode_DecodeUTF8(text.data(), static_cast<Py_ssize_t>(text.size()),
-                                        "replace"));
+    return require(
+        PyUnicode_DecodeUTF8(text.data(), static_cast<Py_ssize_t>(text.size()), "replace"));
 }
 
 }  // namespace quilex

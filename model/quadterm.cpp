@@ -14,7 +14,8 @@ void quadterm_dealloc(PyObject* self) noexcept {
     QuadraticTerm* term = as_quadratic_term(self);
     Variable* first = term->first;
     Variable* second = term->second;
-    if (first->may_close_cycle || second->may_close_cycle) [[unlikely]] PyObject_GC_UnTrack(self);
+    if (first->may_close_cycle || second->may_close_cycle) [[unlikely]]
+        PyObject_GC_UnTrack(self);
     count_destroyed(Counted::kQuadraticTerm);
     quadratic_term_pool.give(term);
     Py_DECREF(as_object(first));
@@ -82,7 +83,9 @@ Ref divide_by_product(PyObject* a, OperandKind ka, PyObject* b) {
 }
 
 // IEEE division, also by zero.
-double ratio(double numerator, double denominator) noexcept { return numerator / denominator; }
+double ratio(double numerator, double denominator) noexcept {
+    return numerator / denominator;
+}
 
 Ref divide_products(PyObject* a, PyObject* b) {
     const QuadraticTerm* left = as_quadratic_term(a);
@@ -102,7 +105,7 @@ Ref divide_products(PyObject* a, PyObject* b) {
 }  // namespace
 
 PyTypeObject quadterm_type = {
-    .ob_base = PyVarObject_HEAD_INIT(nullptr, 0)
+    .ob_base = {PyObject_HEAD_INIT(nullptr) 0},
     .tp_name = "quilex.quadterm",
     .tp_basicsize = sizeof(QuadraticTerm),
     .tp_dealloc = quadterm_dealloc,
@@ -111,9 +114,10 @@ PyTypeObject quadterm_type = {
     .tp_hash = PyObject_HashNotImplemented,
     .tp_str = slot<quadterm_str>,
     .tp_flags = Py_TPFLAGS_DEFAULT | Py_TPFLAGS_HAVE_GC,
-    .tp_doc = "Class for quadratic and bilinear terms alpha * x1 * x2. These can be used and\n"
-              "combined to create constraints and objective function of an\n"
-              "optimization problem.",
+    .tp_doc =
+        "Class for quadratic and bilinear terms alpha * x1 * x2. These can be used and\n"
+        "combined to create constraints and objective function of an\n"
+        "optimization problem.",
     .tp_traverse = quadterm_traverse,
     .tp_richcompare = slot<make_constraint>,
     .tp_methods = modelling_methods,

@@ -205,7 +205,8 @@ PyObject* var_vectorcall(PyObject* type, PyObject* const* arguments, size_t flag
 
 void var_dealloc(PyObject* self) noexcept {
     Variable* variable = as_variable(self);
-    if (variable->may_close_cycle) [[unlikely]] PyObject_GC_UnTrack(self);
+    if (variable->may_close_cycle) [[unlikely]]
+        PyObject_GC_UnTrack(self);
     Py_CLEAR(variable->name);
     count_destroyed(Counted::kVariable);
     if (Py_IS_TYPE(self, &var_type)) {
@@ -229,7 +230,9 @@ Py_hash_t var_hash(PyObject* self) {
     return static_cast<Py_hash_t>(as_variable(self)->index);
 }
 
-Ref get_name(PyObject* self, void*) { return variable_name(as_variable(self)); }
+Ref get_name(PyObject* self, void*) {
+    return variable_name(as_variable(self));
+}
 
 // Deleting the name brings the default name back.
 int assign_name(PyObject* self, PyObject* value, void*) {
@@ -240,8 +243,7 @@ int assign_name(PyObject* self, PyObject* value, void*) {
 PyMemberDef var_members[] = {
     {"lb", T_DOUBLE, offsetof(Variable, lb), 0, "Lower bound"},
     {"ub", T_DOUBLE, offsetof(Variable, ub), 0, "Upper bound"},
-    {"threshold", T_DOUBLE, offsetof(Variable, threshold), 0,
-     "Threshold (for partially integers)"},
+    {"threshold", T_DOUBLE, offsetof(Variable, threshold), 0, "Threshold (for partially integers)"},
     {"vartype", T_INT, offsetof(Variable, vartype), 0,
      "Type of the variable: continuous (0), integer (1), semi-continuous (2), partially integer "
      "(3)"},
@@ -257,7 +259,7 @@ PyGetSetDef var_attributes[] = {
 }  // namespace
 
 PyTypeObject var_type = {
-    .ob_base = PyVarObject_HEAD_INIT(nullptr, 0)
+    .ob_base = {PyObject_HEAD_INIT(nullptr) 0},
     .tp_name = "quilex.var",
     .tp_basicsize = sizeof(Variable),
     .tp_dealloc = var_dealloc,
@@ -295,13 +297,14 @@ PyTypeObject var_type = {
     .tp_vectorcall = var_vectorcall,
 };
 
-Owned<Variable> var_base() { return new_variable(); }
+Owned<Variable> var_base() {
+    return new_variable();
+}
 
 Ref variable_name(Variable* variable) {
     if (variable->name == nullptr) {
         variable->name =
-            require(PyUnicode_FromFormat(
-                        "C%llu", static_cast<unsigned long long>(variable->index)))
+            require(PyUnicode_FromFormat("C%llu", static_cast<unsigned long long>(variable->index)))
                 .release();
     }
     return Ref::share(variable->name);

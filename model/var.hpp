@@ -18,8 +18,8 @@ inline constexpr double kInfinity = 1e20;
 
 struct Variable {
     PyObject_HEAD
-    uint64_t index;      // serial number: identity, hash, order of a product's factors
-    PyObject* name;      // str or bytes; null while it is the default name and nobody asked for it
+    uint64_t index;  // serial number: identity, hash, order of a product's factors
+    PyObject* name;  // str or bytes; null while it is the default name and nobody asked for it
     double lb;
     double ub;
     double threshold;
