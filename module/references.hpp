@@ -21,8 +21,7 @@ class Owned {
     Owned(Owned&& other) noexcept : object_(std::exchange(other.object_, nullptr)) {}
     template <class U>
     // An owned object of any type is an owned Python object.
-    Owned(Owned<U>&& other) noexcept
-        requires std::is_same_v<T, PyObject>
+    Owned(Owned<U>&& other) noexcept requires std::is_same_v<T, PyObject>
         : object_(other.release()) {}
     Owned& operator=(Owned&& other) noexcept {
         // The old object goes last: its destruction may run any Python code.
@@ -62,7 +61,9 @@ inline Ref share(T* object) noexcept {
     return Ref::share(as_object(object));
 }
 
-inline Ref none() noexcept { return Ref::share(Py_None); }
+inline Ref none() noexcept {
+    return Ref::share(Py_None);
+}
 
 // A reference kept until the process ends: interned names, cached types. Never released, so that
 // no destructor runs after the interpreter is gone.

@@ -4,5 +4,7 @@
 #include "engine/core/errors.hpp"
 
 // A function `name` with parameter list `params` that reports on `handle` that it is not available.
-#define NOT_AVAILABLE(name, handle, params) \
-    int name params { return qlx::report_not_available(handle, #name); }
+#define NOT_AVAILABLE(name, handle, params)              \
+    int name params {                                    \
+        return qlx::report_not_available(handle, #name); \
+    }

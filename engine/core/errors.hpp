@@ -54,7 +54,8 @@ class LastError {
 // The environment's last error.
 [[nodiscard]] LastError& environment_error() noexcept;
 
-// Notes a failure in the environment's last error and, when there is one, the handle's; returns code.
+// Notes a failure in the environment's last error and, when there is one, the handle's; returns
+// code.
 int report(std::nullptr_t, int code, const char* text) noexcept;
 int report(QLXprob prob, int code, const char* text) noexcept;
 int report(QSLPprob prob, int code, const char* text) noexcept;

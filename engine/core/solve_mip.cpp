@@ -91,8 +91,8 @@ bool has_a_point(Problem& problem, KernelModel model, KernelOptions options) {
 // Whether bound and objective are as far apart as an optimal result's may not be.
 bool leaves_gap(const Results& results, const KernelOptions& options) {
     const double size = std::fabs(results.mip.objective);
-    const double allowed = std::max({options.absolute_gap, options.relative_gap * size,
-                                     1e-6 * std::max(1.0, size)});
+    const double allowed =
+        std::max({options.absolute_gap, options.relative_gap * size, 1e-6 * std::max(1.0, size)});
     return std::fabs(results.mip.objective - results.best_bound) > 1.01 * allowed;
 }
 

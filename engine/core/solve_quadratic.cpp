@@ -211,8 +211,7 @@ void solve_quadratic(Problem& problem, const SolveScope& scope) {
     Outcome outcome = outcome_of(problem, result.status);
     results.barrier_iterations = result.iterations;
     if (outcome.status == QLX_LP_NONCONVEX) send_nonconvex(problem, statement, result.place);
-    const bool has_answer =
-        outcome.status == QLX_LP_OPTIMAL || outcome.status == QLX_LP_UNFINISHED;
+    const bool has_answer = outcome.status == QLX_LP_OPTIMAL || outcome.status == QLX_LP_UNFINISHED;
     if (has_answer && !take_point(problem, statement, result) && outcome.status == QLX_LP_OPTIMAL)
         outcome = outcome_of(problem, quad::ConvexStatus::numerical_failure);
     results.lp_status = outcome.status;

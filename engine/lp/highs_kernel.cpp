@@ -249,8 +249,7 @@ KernelResult LpKernel::solve(const KernelOptions& options, KernelEvents& events)
     result.has_point = solution.value_valid && info.primal_solution_status != kSolutionStatusNone;
     result.has_duals = solution.dual_valid;
     // Without integer columns HiGHS solves an LP and leaves the tree's bound at its start value.
-    result.best_bound =
-        highs.getLp().isMip() ? info.mip_dual_bound : info.objective_function_value;
+    result.best_bound = highs.getLp().isMip() ? info.mip_dual_bound : info.objective_function_value;
     result.nodes = std::max<std::int64_t>(info.mip_node_count, 0);
     result.simplex_iterations = std::max<HighsInt>(info.simplex_iteration_count, 0);
     result.interior_iterations = std::max<HighsInt>(info.ipm_iteration_count, 0);

@@ -10,7 +10,9 @@
 namespace qlx {
 
 namespace {
-std::size_t at(int index) { return static_cast<std::size_t>(index); }
+std::size_t at(int index) {
+    return static_cast<std::size_t>(index);
+}
 
 // The least integer that is not below the bound, but for rounding; infinite bounds stay.
 double rounded_up(double bound) {

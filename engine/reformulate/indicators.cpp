@@ -54,8 +54,8 @@ void state(Builder& builder, int row, const Indicator& indicator) {
                      (has_lower && sides.lower - range.lower > builder.largest_bound());
     if (far) range = inactive_range(builder, row, indicator, builder.implied());
 
-    // activity <= upper + above * inactive; the model's own row keeps this side, a new one takes the
-    // lower side: activity >= lower - below * inactive.
+    // activity <= upper + above * inactive; the model's own row keeps this side, a new one takes
+    // the lower side: activity >= lower - below * inactive.
     const double above = has_upper ? reach(builder, row, range.upper - sides.upper) : 0.0;
     const double below = has_lower ? reach(builder, row, sides.lower - range.lower) : 0.0;
     if (has_lower && has_upper) {

@@ -12,9 +12,13 @@ constexpr int kMaxRounds = 20;
 // Implied bounds beyond this are of no use as coefficients.
 constexpr double kLargestImplied = 1e15;
 
-std::size_t at(std::int64_t index) { return static_cast<std::size_t>(index); }
+std::size_t at(std::int64_t index) {
+    return static_cast<std::size_t>(index);
+}
 
-bool infinite(double value) { return std::fabs(value) >= kInfinity; }
+bool infinite(double value) {
+    return std::fabs(value) >= kInfinity;
+}
 
 // An activity bound: a finite sum and the number of infinite terms left out of it.
 struct Sum {

@@ -43,7 +43,7 @@ enum {
     QLX_ATTRIB_NAMELENGTH = 1028,   /* longest row, column or set name in units of 8 characters */
     QLX_ATTRIB_MIPENTS = 1032,      /* columns that are not continuous, plus indicators */
     QLX_ATTRIB_ROWS = 1124,
-    QLX_ATTRIB_PROBNAMELENGTH = 1158, /* bytes of the problem's name with its closing NUL */
+    QLX_ATTRIB_PROBNAMELENGTH = 1158,  /* bytes of the problem's name with its closing NUL */
     QLX_ATTRIB_SETMEMBERS_SETS = 1194, /* special ordered sets, as the sets' row count */
     QLX_ATTRIB_COLS = 1214
 };

@@ -29,8 +29,8 @@ QLX_API int QLXiiswrite(QLXprob prob, int number, const char* filename, int type
                         const char* flags);
 /* Smallest relaxation that makes the model feasible; *status: 0 relaxed optimum found, 1 the first
  * phase is infeasible, 2 the second phase is infeasible, 3 stopped in the first, 4 in the second.
- * penalty 'a' absolute or 'r' relative; phase2 'o' optimise or 'n' none; groups 'x' none or 'g'. The
- * four weights: 'L' rows, 'G' rows, lower bounds, upper bounds. */
+ * penalty 'a' absolute or 'r' relative; phase2 'o' optimise or 'n' none; groups 'x' none or 'g'.
+ * The four weights: 'L' rows, 'G' rows, lower bounds, upper bounds. */
 QLX_API int QLXrepairinfeas(QLXprob prob, int* status, char penalty, char phase2, char groups,
                             double lrp, double grp, double lbp, double ubp, double delta);
 /* The same with one weight per row and column; null arrays forbid their relaxation. */

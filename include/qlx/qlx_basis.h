@@ -48,7 +48,8 @@ QLX_API int QLXestimaterowdualranges(QLXprob prob, int nrows, const int* rows, i
 QLX_API int QLXscale(QLXprob prob, const int* rowscale, const int* colscale);
 
 /* Branching directives of the tree search: priority (0 .. 1000, lower first, 500 usual), direction
- * 'U', 'D' or 'N', and pseudo costs up and down. Null arrays when not given. *ndirs gets the number. */
+ * 'U', 'D' or 'N', and pseudo costs up and down. Null arrays when not given. *ndirs gets the
+ * number. */
 QLX_API int QLXgetdirs(QLXprob prob, int* ndirs, int* cols, int* priority, char* direction,
                        double* upcost, double* downcost);
 QLX_API int QLXloaddirs(QLXprob prob, int ndirs, const int* cols, const int* priority,

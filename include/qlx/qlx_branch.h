@@ -8,8 +8,8 @@
 extern "C" {
 #endif
 
-/* Creates a branching object without branches. isoriginal nonzero: columns are those of the model as
- * stated; zero: those of the presolved one. */
+/* Creates a branching object without branches. isoriginal nonzero: columns are those of the model
+ * as stated; zero: those of the presolved one. */
 QLX_API int QLX_bo_create(QLXbranchobject* object, QLXprob prob, int isoriginal);
 /* Destroys it; null is allowed. */
 QLX_API int QLX_bo_destroy(QLXbranchobject object);
@@ -34,7 +34,8 @@ QLX_API int QLX_bo_getid(QLXbranchobject object, int* id);
 /* As QLX_ge_getlasterror, for this object. */
 QLX_API int QLX_bo_getlasterror(QLXbranchobject object, int* code, char* text, int size,
                                 int* length);
-/* nrows and nelems get the branch's sizes; the arrays get what fits. start has rowsize + 1 entries. */
+/* nrows and nelems get the branch's sizes; the arrays get what fits. start has rowsize + 1 entries.
+ */
 QLX_API int QLX_bo_getrows(QLXbranchobject object, int branch, int* nrows, int rowsize, int* nelems,
                            int elemsize, char* rowtype, double* rhs, int* start, int* colind,
                            double* values);
@@ -42,8 +43,8 @@ QLX_API int QLX_bo_getrows(QLXbranchobject object, int branch, int* nrows, int r
 QLX_API int QLX_bo_setpreferredbranch(QLXbranchobject object, int branch);
 /* Priority 0 .. 1000 against other candidates; lower comes first, 500 is usual. */
 QLX_API int QLX_bo_setpriority(QLXbranchobject object, int priority);
-/* Hands the object's contents to the current node of the running solve as a branching candidate; the
- * caller still destroys the handle. *status: 0 stored, 1 infeasible node, 2 refused. */
+/* Hands the object's contents to the current node of the running solve as a branching candidate;
+ * the caller still destroys the handle. *status: 0 stored, 1 infeasible node, 2 refused. */
 QLX_API int QLX_bo_store(QLXbranchobject object, int* status);
 /* Checks the object without storing it; *status as above. */
 QLX_API int QLX_bo_validate(QLXbranchobject object, int* status);

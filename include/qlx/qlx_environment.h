@@ -26,8 +26,8 @@ QLX_API int QLXenablemessages(int enabled);
 
 /* Creates an empty problem. */
 QLX_API int QLXcreateprob(QLXprob* prob);
-/* Destroys a problem; null is allowed. Refused while it is being solved or while a nonlinear problem
- * is built on it. Its branching objects become invalid but may still be destroyed. */
+/* Destroys a problem; null is allowed. Refused while it is being solved or while a nonlinear
+ * problem is built on it. Its branching objects become invalid but may still be destroyed. */
 QLX_API int QLXdestroyprob(QLXprob prob);
 /* Makes dest a copy of src's model, names, directives and name (src's name when name is empty).
  * Controls, callbacks and results are not copied. */
@@ -39,13 +39,13 @@ QLX_API int QLXgetlasterror(QLXprob prob, char* text);
 QLX_API int QLXgetprobname(QLXprob prob, char* name);
 QLX_API int QLXsetprobname(QLXprob prob, const char* name);
 /* Asks the running solve of this problem to stop with a stop reason 1 .. 9. Only sets a flag, so it
- * may be called from any thread, from callbacks and from signal handlers. Without a running solve it
- * does nothing. */
+ * may be called from any thread, from callbacks and from signal handlers. Without a running solve
+ * it does nothing. */
 QLX_API int QLXinterrupt(QLXprob prob, int reason);
-/* Lets every solve of this problem call check(prob, data) on the thread that called the solve, about
- * every given number of milliseconds (1 ..) while the solver runs; a result other than 0 stops the
- * solve as QLXinterrupt with that reason does. A null check ends it. One per problem; it is not
- * copied with the problem. */
+/* Lets every solve of this problem call check(prob, data) on the thread that called the solve,
+ * about every given number of milliseconds (1 ..) while the solver runs; a result other than 0
+ * stops the solve as QLXinterrupt with that reason does. A null check ends it. One per problem; it
+ * is not copied with the problem. */
 QLX_API int QLXsetinterruptcheck(QLXprob prob, int (*check)(QLXprob prob, void* data), void* data,
                                  int milliseconds);
 

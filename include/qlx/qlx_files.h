@@ -8,8 +8,8 @@
 extern "C" {
 #endif
 
-/* Replaces the model by a file's, MPS or LP by contents; the extensions .mps, .lp, .mps.gz and .lp.gz
- * may be left out. On failure the model is unchanged. */
+/* Replaces the model by a file's, MPS or LP by contents; the extensions .mps, .lp, .mps.gz and
+ * .lp.gz may be left out. On failure the model is unchanged. */
 QLX_API int QLXreadprob(QLXprob prob, const char* filename, const char* options);
 /* Writes the model; options 'l' LP form, else MPS, 'x' full precision. */
 QLX_API int QLXwriteprob(QLXprob prob, const char* filename, const char* options);

@@ -60,17 +60,14 @@ QLX_API int QLXloadqglobal64(QLXprob prob, const char* name, int ncols, int nrow
                              const double* qvalues, int nents, int nsets, const char* enttype,
                              const int* entcol, const double* limit, const char* settype,
                              const int64_t* setstart, const int* setcol, const double* refval);
-QLX_API int QLXloadqcqpglobal64(QLXprob prob, const char* name, int ncols, int nrows,
-                                const char* rowtype, const double* rhs, const double* range,
-                                const double* obj, const int64_t* start, const int* count,
-                                const int* rowind, const double* values, const double* lb,
-                                const double* ub, int64_t nquads, const int* qcol1,
-                                const int* qcol2, const double* qvalues, int nqrows,
-                                const int* qrows, const int64_t* qrowquads, const int* qrowcol1,
-                                const int* qrowcol2, const double* qrowvalues, int nents, int nsets,
-                                const char* enttype, const int* entcol, const double* limit,
-                                const char* settype, const int64_t* setstart, const int* setcol,
-                                const double* refval);
+QLX_API int QLXloadqcqpglobal64(
+    QLXprob prob, const char* name, int ncols, int nrows, const char* rowtype, const double* rhs,
+    const double* range, const double* obj, const int64_t* start, const int* count,
+    const int* rowind, const double* values, const double* lb, const double* ub, int64_t nquads,
+    const int* qcol1, const int* qcol2, const double* qvalues, int nqrows, const int* qrows,
+    const int64_t* qrowquads, const int* qrowcol1, const int* qrowcol2, const double* qrowvalues,
+    int nents, int nsets, const char* enttype, const int* entcol, const double* limit,
+    const char* settype, const int64_t* setstart, const int* setcol, const double* refval);
 
 /* Adds ncols continuous columns with nelems entries in existing rows. obj null: zeros. start may be
  * null when nelems is 0. A lower bound above its upper bound is refused. */
@@ -128,20 +125,20 @@ QLX_API int QLXchgrhs(QLXprob prob, int nrows, const int* rows, const double* rh
 QLX_API int QLXchgrhsrange(QLXprob prob, int nrows, const int* rows, const double* range);
 /* Sets row types; an 'R' row keeps its right-hand side, a row that becomes 'R' has range 0. */
 QLX_API int QLXchgrowtype(QLXprob prob, int nrows, const int* rows, const char* rowtype);
-/* Sets bounds, type 'L', 'U' or 'B'; applied in order, refused as a whole when a column ends with its
- * lower bound above its upper bound. */
+/* Sets bounds, type 'L', 'U' or 'B'; applied in order, refused as a whole when a column ends with
+ * its lower bound above its upper bound. */
 QLX_API int QLXchgbounds(QLXprob prob, int nbounds, const int* cols, const char* bndtype,
                          const double* values);
-/* Sets column types. 'B' cuts the bounds to [0, 1] and is refused when nothing is left; 'S', 'R' and
- * 'P' get a limit equal to the lower bound (0 when that is infinite) until QLXchgglblimit. */
+/* Sets column types. 'B' cuts the bounds to [0, 1] and is refused when nothing is left; 'S', 'R'
+ * and 'P' get a limit equal to the lower bound (0 when that is infinite) until QLXchgglblimit. */
 QLX_API int QLXchgcoltype(QLXprob prob, int ncols, const int* cols, const char* coltype);
 /* Sets the limits of 'S', 'R' and 'P' columns. */
 QLX_API int QLXchgglblimit(QLXprob prob, int ncols, const int* cols, const double* limit);
 /* 1 minimises, -1 maximises. */
 QLX_API int QLXchgobjsense(QLXprob prob, int sense);
 /* Makes rows indicator rows: row rows[k] must hold only when binary column cols[k] is 1 (complement
- * 1) or 0 (complement -1); complement 0 makes it an ordinary row again. A column's bounds need not be
- * [0, 1] yet, but it must be integer or binary when the model is solved. */
+ * 1) or 0 (complement -1); complement 0 makes it an ordinary row again. A column's bounds need not
+ * be [0, 1] yet, but it must be integer or binary when the model is solved. */
 QLX_API int QLXsetindicators(QLXprob prob, int nrows, const int* rows, const int* cols,
                              const int* complements);
 /* Marks rows as delayed (used by the branch and cut only once violated), as model cuts (may be

@@ -44,8 +44,8 @@ QLX_API int QLXgetqrowqmatrixtriplets(QLXprob prob, int row, int* nquads, int* q
                                       double* values);
 /* The rows with quadratic terms; *nrows gets their number. */
 QLX_API int QLXgetqrows(QLXprob prob, int* nrows, int* rows);
-/* Columns that are not continuous, and sets. *nents and *nsets get the numbers; setstart has nsets +
- * 1 entries, and its last one is the size of setcol and refval (attribute setmembers). */
+/* Columns that are not continuous, and sets. *nents and *nsets get the numbers; setstart has nsets
+ * + 1 entries, and its last one is the size of setcol and refval (attribute setmembers). */
 QLX_API int QLXgetglobal64(QLXprob prob, int* nents, int* nsets, char* enttype, int* entcol,
                            double* limit, char* settype, int64_t* setstart, int* setcol,
                            double* refval);

@@ -9,17 +9,17 @@ extern "C" {
 #endif
 
 /* Signs. With the objective's sense as stated (minimise or maximise alike):
- *   slack  = right-hand side - activity of the row, so it is at least 0 for 'L' and at most 0 for 'G'
- *   dual   = change of the optimal objective value per unit of right-hand side
- *   dj     = objective coefficient - sum over the rows of dual * coefficient
- * When minimising, a column at its lower bound has dj >= 0 and an 'L' row has a dual <= 0; when
- * maximising, both signs are the other way round. For quadratic models the gradient at the solution
- * takes the place of the objective and row coefficients. */
+ *   slack  = right-hand side - activity of the row, so it is at least 0 for 'L' and at most 0 for
+ * 'G' dual   = change of the optimal objective value per unit of right-hand side dj     = objective
+ * coefficient - sum over the rows of dual * coefficient When minimising, a column at its lower
+ * bound has dj >= 0 and an 'L' row has a dual <= 0; when maximising, both signs are the other way
+ * round. For quadratic models the gradient at the solution takes the place of the objective and row
+ * coefficients. */
 
 /* Solves the model, integer types and sets ignored. flags, null for none: 'p' primal simplex, 'd'
- * dual simplex, 'b' interior point, 'n' first-order method, else control lpmethod. The outcome is in
- * attributes lpstatus and stopstatus; a solve that ends infeasible, unbounded or at a limit is no
- * error. Refused for a model without rows and columns. */
+ * dual simplex, 'b' interior point, 'n' first-order method, else control lpmethod. The outcome is
+ * in attributes lpstatus and stopstatus; a solve that ends infeasible, unbounded or at a limit is
+ * no error. Refused for a model without rows and columns. */
 QLX_API int QLXlpoptimize(QLXprob prob, const char* flags);
 /* Solves the model with its integer types, sets and indicators; flags as above for the root. The
  * outcome is in attributes mipstatus and stopstatus. */
@@ -53,7 +53,8 @@ QLX_API int QLXloadmipsol(QLXprob prob, const double* x, int* status);
 QLX_API int QLXaddmipsol(QLXprob prob, int ncols, const double* values, const int* cols,
                          const char* name);
 /* Makes a point more accurate by fixing its integer columns and solving the rest to the tightest
- * tolerances. options reserved, 0. refined has attribute cols entries. *status: 0 refined, 1 not. */
+ * tolerances. options reserved, 0. refined has attribute cols entries. *status: 0 refined, 1 not.
+ */
 QLX_API int QLXrefinemipsol(QLXprob prob, int options, const char* flags, const double* solution,
                             double* refined, int* status);
 /* The objective value of a point (attribute cols entries), its constant included. */

@@ -28,8 +28,8 @@ typedef struct qlx_cut* QLXcut;
 typedef void* QLXobject;
 
 /* Callbacks of a problem take the handle of the worker that calls, the pointer given at
- * registration, and the event's own arguments. Calls for one problem never overlap, and none is made
- * after an interrupt was asked for. */
+ * registration, and the event's own arguments. Calls for one problem never overlap, and none is
+ * made after an interrupt was asked for. */
 
 /* Interior point iteration; *action nonzero stops the solve. */
 typedef void (*QLXbariterationcb)(QLXprob prob, void* data, int* action);
@@ -44,8 +44,8 @@ typedef int (*QLXcutlogcb)(QLXprob prob, void* data);
 typedef void (*QLXdestroymtcb)(QLXprob prob, void* data);
 /* A gap target was reached. The callback sets the next targets: relative gap, absolute gap, and
  * best objective value; a target left alone is not watched again. */
-typedef void (*QLXgapnotifycb)(QLXprob prob, void* data, double* relative_gap,
-                               double* absolute_gap, double* objective);
+typedef void (*QLXgapnotifycb)(QLXprob prob, void* data, double* relative_gap, double* absolute_gap,
+                               double* objective);
 /* A log line of the tree search is due; a nonzero result stops the solve. */
 typedef int (*QLXgloballogcb)(QLXprob prob, void* data);
 /* The current node is infeasible. */

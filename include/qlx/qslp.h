@@ -5,11 +5,12 @@
  * where the formula is a list of tokens (type, value) in reverse Polish order, ended by type
  * QSLP_TOKEN_END, and column -1 stands for the constant 1. Values and markers live on one stack: an
  * internal function of one argument takes one value and the marker right under it; max and min take
- * two values, or all down to a marker, and that marker; a user function with a marker of its own takes
- * everything down to it, one without takes one value. Markers left over at the end are dropped, values
- * left over are multiplied. Formulas are parsed once, when they are loaded; one that cannot be parsed
- * is refused with the position of the first bad token. `parsed` nonzero means reverse Polish; zero
- * means infix order of the same tokens. Other conventions are those of qlx.h. */
+ * two values, or all down to a marker, and that marker; a user function with a marker of its own
+ * takes everything down to it, one without takes one value. Markers left over at the end are
+ * dropped, values left over are multiplied. Formulas are parsed once, when they are loaded; one
+ * that cannot be parsed is refused with the position of the first bad token. `parsed` nonzero means
+ * reverse Polish; zero means infix order of the same tokens. Other conventions are those of qlx.h.
+ */
 #ifndef QSLP_H
 #define QSLP_H
 
@@ -77,7 +78,8 @@ QLX_API int QSLPgetcalist(QSLPprob prob, const char* const** names, const int** 
 QLX_API int QSLPcontrolname(QSLPprob prob, int id, char* name, int* flags);
 
 /* Coefficients: rows, columns, factors (null: 1.0), formula starts of ncoefs + 1 entries. Adding
- * appends to what a row and column have, loading first drops all coefficients, changing replaces. */
+ * appends to what a row and column have, loading first drops all coefficients, changing replaces.
+ */
 QLX_API int QSLPaddcoefs(QSLPprob prob, int ncoefs, const int* rows, const int* cols,
                          const double* factors, const int* start, int parsed, const int* type,
                          const double* value);

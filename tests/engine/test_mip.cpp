@@ -69,7 +69,8 @@ TEST(Mip, LimitsKeepTheBestSolutionAndTheBound) {
     }
 }
 
-// Fractional bounds of integer columns mean the integers between them; in the relaxation, themselves.
+// Fractional bounds of integer columns mean the integers between them; in the relaxation,
+// themselves.
 TEST(Mip, FractionalBoundsOfIntegerColumns) {
     struct Case {
         double lower, upper, limit;
