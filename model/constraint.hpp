@@ -26,10 +26,6 @@ inline bool is_constraint(PyObject* object) noexcept {
 // the problem layer). Whoever sets `body` sets `problem_slot` to 0.
 Ref constraint_body(Constraint* constraint);
 
-// The body; empty when it is missing. Rebuilds a body that was released to a problem (defined by
-// the problem layer). Whoever sets `body` sets `problem_slot` to 0.
-Ref constraint_body(Constraint* constraint);
-
 // A new constraint without a body, one serial number.
 Owned<Constraint> constraint_base();
 
