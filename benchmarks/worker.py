@@ -17,8 +17,8 @@ sys.setrecursionlimit(20000)
 class Clock:
     """A stop watch with named marks: clock("build") is the time since the last mark.
 
-    Every mark is kept as elapsed time and as the processor time of this process: on a machine that
-    others use too, the second is what the program itself takes.
+    Every mark is kept as elapsed time and as the processor time of this thread: on a machine that
+    others use too, the second is nearer to what the program itself takes.
     """
 
     def __init__(self, solve):
@@ -26,11 +26,11 @@ class Clock:
         self._restart()
 
     def _restart(self):
-        self._wall, self._cpu = time.perf_counter(), time.process_time()
+        self._wall, self._cpu = time.perf_counter(), time.thread_time()
 
     def __call__(self, name, count=1):
         """Seconds since the last mark, divided by count; no name only restarts the watch."""
-        wall, cpu = time.perf_counter(), time.process_time()
+        wall, cpu = time.perf_counter(), time.thread_time()
         if name is not None:
             self.wall[name] = (wall - self._wall) / count
             self.cpu[name] = (cpu - self._cpu) / count
