@@ -35,4 +35,14 @@ inline Problem* changing(PyObject* self) {
     return problem;
 }
 
+// For addConstraint, whose rows may go on waiting in the batch.
+inline Problem* collecting(PyObject* self) {
+    auto* problem = reinterpret_cast<Problem*>(self);
+    if (qlx_py_env.initialised == 0 || problem->prob == nullptr || problem->solving_thread != 0) {
+        prepare_for_call(problem);
+    }
+    if (problem->results != nullptr) drop_results(problem);
+    return problem;
+}
+
 }  // namespace quilex

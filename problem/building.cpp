@@ -13,10 +13,10 @@ namespace {
 
 // Sends the pending batch when the walk ends, whichever way: what was collected before a failing
 // leaf stays in the problem.
-template <class Walk>
-void walk_and_flush(Problem* problem, Walk&& walk) {
+void walk_and_flush(Problem* problem, ArgumentWalker& walker, PyObject* const* arguments,
+                    Py_ssize_t count) {
     try {
-        walk();
+        walker.walk(arguments, count);
     } catch (const PythonFailure&) {
         PyObject *type, *value, *traceback;
         PyErr_Fetch(&type, &value, &traceback);
@@ -68,14 +68,14 @@ class ConstraintWalker final : public ArgumentWalker {
 Ref problem_addVariable(PyObject* self, PyObject* const* arguments, Py_ssize_t count) {
     Problem* const problem = changing(self);
     VariableWalker walker(problem);
-    walk_and_flush(problem, [&] { walker.walk(arguments, count); });
+    walk_and_flush(problem, walker, arguments, count);
     return none();
 }
 
 Ref problem_addConstraint(PyObject* self, PyObject* const* arguments, Py_ssize_t count) {
-    Problem* const problem = changing(self);
-    ConstraintWalker walker(problem);
-    walk_and_flush(problem, [&] { walker.walk(arguments, count); });
+    // The rows stay in the batch until it is full or another method is called, so that a loop of
+    // single constraints pays for few library calls.
+    ConstraintWalker(collecting(self)).walk(arguments, count);
     return none();
 }
 
