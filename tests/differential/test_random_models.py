@@ -8,7 +8,7 @@ import os
 
 import pytest
 from comparison import fault
-from random_model import CLASSES, generate
+from random_model import CLASSES, INFINITY, Column, Model, Row, generate
 from shrink import shrink
 
 COUNT = int(os.environ.get("QUILEX_RANDOM_MODELS", "20"))
@@ -30,3 +30,21 @@ def test_the_shrinker_keeps_the_fault_and_drops_the_rest():
     smallest = shrink(model, lambda m: "row: there" if guilty in m.rows else None)
     assert smallest.rows == (guilty,)
     assert smallest.constant == 0.0
+
+
+@pytest.mark.xfail(strict=True, reason="HiGHS' presolve calls this feasible model infeasible")
+def test_a_feasible_model_is_not_called_infeasible():
+    """Shrunk from "all column types", seed 346; (0, 1, 0, 1) is feasible."""
+    model = Model(
+        columns=(
+            Column("S", 0.0, 2.0, threshold=2.0),
+            Column("I", 1.0, 2.0),
+            Column("C", -2.0, 2.0),
+            Column("B", 0.0, 1.0),
+        ),
+        rows=(
+            Row((-4.0, 0.0, 0.5, 0.0), lower=0.0, upper=INFINITY),
+            Row((-3.0, 2.0, 0.0, 5.0), lower=7.0, upper=7.0),
+        ),
+    )
+    assert fault(model) is None
