@@ -156,11 +156,30 @@ KernelModel feasibility_model(Problem& problem) {
                                               : kernel_model(problem.model);
 }
 
+// HiGHS' presolve calls some feasible models infeasible, so its claim gets a second look without
+// presolve, of bounded effort. True when that look refutes the claim.
+bool is_feasible_without_presolve(LpKernel& kernel, KernelOptions options, KernelEvents& watch,
+                                  KernelResult& result) {
+    constexpr int kNodes = 2000;
+    if (!options.presolve) return false;
+    options.presolve = false;
+    options.node_limit = std::min(options.node_limit, kNodes);
+    kernel.forget_basis();
+    const KernelResult second = kernel.solve(options, watch);
+    if (!second.has_point) return false;
+    result = second;
+    return true;
+}
+
 // One step of the ladder; -1 when the next one is to be climbed.
 int run_once(Problem& problem, LpKernel& kernel, const KernelOptions& options) {
     Results& results = problem.results;
     MipWatch watch(problem);
-    const KernelResult result = kernel.solve(options, watch);
+    KernelResult result = kernel.solve(options, watch);
+    if (result.outcome == KernelOutcome::kInfeasible &&
+        is_feasible_without_presolve(kernel, options, watch, result) &&
+        result.outcome == KernelOutcome::kSearchLimit)
+        return -1;  // the ladder's step without presolve goes on from here
     results.simplex_iterations += result.simplex_iterations;
     results.nodes += result.nodes;
     results.best_bound = result.best_bound;
