@@ -33,7 +33,7 @@ def test_the_shrinker_keeps_the_fault_and_drops_the_rest():
 
 
 def test_a_feasible_model_is_not_called_infeasible():
-    """HiGHS' presolve says so. Shrunk from "all column types", seed 346; (0, 1, 0, 1) is feasible."""
+    """HiGHS' presolve says so. Seed 346 of "all column types", shrunk; (0, 1, 0, 1) fits."""
     model = Model(
         columns=(
             Column("S", 0.0, 2.0, threshold=2.0),
