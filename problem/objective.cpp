@@ -25,7 +25,7 @@ void require_objective(PyObject* objective) {
 // coefficient.
 void set_linear_part(Problem* problem, const RowEntries& entries) {
     PyObject* const self = as_object(problem);
-    const int count = object_count(problem->variables);
+    const int count = problem->variables.size();
     std::vector<double> values(static_cast<size_t>(count));
     if (count > 0) require_library(self, QLXgetobj(problem->prob, values.data(), 0, count - 1));
     std::vector<int> columns = {-1};  // the constant's place
