@@ -26,7 +26,7 @@ Ref new_array(int dimensions, const npy_intp* shape) {
     return require(PyArray_SimpleNew(dimensions, const_cast<npy_intp*>(shape), NPY_DOUBLE));
 }
 
-double checked_value(const std::vector<double>& values, int64_t index) {
+double checked_value(std::span<const double> values, int64_t index) {
     if (index < 0 || static_cast<size_t>(index) >= values.size()) {
         raise_runtime_error("Index %lld is out of range: there are %zu values",
                             static_cast<long long>(index), values.size());
@@ -55,7 +55,7 @@ int64_t index_of(const Problem* problem, PyObject* object) {
 
 template <ResultKind Kind>
 Ref values_of_objects(const Problem* problem, const Ref& objects,
-                      const std::vector<double>& values) {
+                      std::span<const double> values) {
     constexpr npy_intp kAhead = 16;  // objects lie anywhere in memory
     Ref result = new_array(PyArray_NDIM(as_array(objects)), PyArray_DIMS(as_array(objects)));
     auto* const* items = static_cast<PyObject* const*>(PyArray_DATA(as_array(objects)));
@@ -68,7 +68,7 @@ Ref values_of_objects(const Problem* problem, const Ref& objects,
     return result;
 }
 
-Ref values_of_indices(const Ref& indices, const std::vector<double>& values) {
+Ref values_of_indices(const Ref& indices, std::span<const double> values) {
     Ref result = new_array(PyArray_NDIM(as_array(indices)), PyArray_DIMS(as_array(indices)));
     const auto* items = static_cast<const int64_t*>(PyArray_DATA(as_array(indices)));
     double* const out = data_of(result);
@@ -79,7 +79,7 @@ Ref values_of_indices(const Ref& indices, const std::vector<double>& values) {
 
 // Arrays of objects or of whole numbers; the result has their shape.
 template <ResultKind Kind>
-Ref values_of_array(const Problem* problem, PyObject* array, const std::vector<double>& values) {
+Ref values_of_array(const Problem* problem, PyObject* array, std::span<const double> values) {
     const int type = PyArray_TYPE(reinterpret_cast<PyArrayObject*>(array));
     if (type == NPY_OBJECT) {
         const Ref objects = require(PyArray_FROM_OF(array, NPY_ARRAY_CARRAY_RO));
@@ -120,7 +120,7 @@ class ArrayWalker final : public ArgumentWalker {
     const Problem* problem_;
 };
 
-Ref copy_of(const std::vector<double>& values) {
+Ref copy_of(std::span<const double> values) {
     const auto count = static_cast<npy_intp>(values.size());
     Ref result = new_array(1, &count);
     std::copy(values.begin(), values.end(), data_of(result));
@@ -140,7 +140,7 @@ Ref array_method(PyObject* self, PyObject* const* arguments, Py_ssize_t count) {
     ArrayWalker<Kind> walker(problem);
     walker.walk(arguments, 1);
     // Looked up after the walk, which may have run any Python code.
-    const std::vector<double>& values = result_vector(reading(self), Kind);
+    const std::span<const double> values = result_vector(reading(self), Kind);
     const auto length = static_cast<npy_intp>(walker.indices.size());
     Ref result = new_array(1, &length);
     std::transform(walker.indices.begin(), walker.indices.end(), data_of(result),

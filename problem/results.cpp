@@ -28,24 +28,26 @@ const KindText& text_of(ResultKind kind) noexcept {
     return kTexts[static_cast<int>(kind)];
 }
 
-// The library's getters take one array per kind; the others are not wanted.
-struct Outputs {
-    double* by_kind[kResultKinds] = {};
-    double* operator[](ResultKind kind) const noexcept { return by_kind[static_cast<int>(kind)]; }
-};
+static_assert(static_cast<int>(ResultKind::kSolution) == QLX_VECTOR_X &&
+              static_cast<int>(ResultKind::kSlack) == QLX_VECTOR_SLACK &&
+              static_cast<int>(ResultKind::kDual) == QLX_VECTOR_DUAL &&
+              static_cast<int>(ResultKind::kReducedCost) == QLX_VECTOR_DJ);
 
-int fetch(Problem* problem, ResultKind kind, bool integer, double* values) {
-    Outputs out;
-    out.by_kind[static_cast<int>(kind)] = values;
-    double* const x = out[ResultKind::kSolution];
-    double* const slack = out[ResultKind::kSlack];
-    if (!is_linear_or_quadratic(problem)) {
-        return QSLPgetslpsol(problem->slpprob, x, slack, out[ResultKind::kDual],
-                             out[ResultKind::kReducedCost]);
-    }
-    if (integer) return QLXgetmipsol(problem->prob, x, slack);
-    return QLXgetlpsol(problem->prob, x, slack, out[ResultKind::kDual],
-                       out[ResultKind::kReducedCost]);
+int view(Problem* problem, ResultKind kind, bool integer, std::span<const double>& values) {
+    const double* data = nullptr;
+    int count = 0;
+    const int status =
+        QLXviewsol(problem->prob, integer ? 1 : 0, static_cast<int>(kind), &data, &count);
+    if (status == 0) values = {data, static_cast<size_t>(count)};
+    return status;
+}
+
+// The nonlinear solver's getter takes one array per kind; the others are not wanted.
+int copy_nonlinear(Problem* problem, ResultKind kind, double* values) {
+    double* wanted[kResultKinds] = {};
+    wanted[static_cast<int>(kind)] = values;
+    return QSLPgetslpsol(problem->slpprob, wanted[QLX_VECTOR_X], wanted[QLX_VECTOR_SLACK],
+                         wanted[QLX_VECTOR_DUAL], wanted[QLX_VECTOR_DJ]);
 }
 
 // The kind's own message, followed by the library's.
@@ -59,19 +61,10 @@ int fetch(Problem* problem, ResultKind kind, bool integer, double* values) {
     raise_runtime_error("%s: %S", text_of(kind).failure, held_value ? held_value.get() : Py_None);
 }
 
-int result_length(Problem* problem, ResultKind kind) {
-    PyObject* const self = as_object(problem);
+int nonlinear_result_length(Problem* problem, ResultKind kind) {
     int length = 0;
-    const bool by_column = is_by_column(kind);
-    if (is_linear_or_quadratic(problem)) {
-        require_library(
-            self,
-            QLXgetintattrib(problem->prob, by_column ? QLX_ATTRIB_COLS : QLX_ATTRIB_ROWS, &length));
-    } else {
-        require_library(self,
-                        QSLPgetintattrib(problem->slpprob,
-                                         by_column ? QSLP_ATTRIB_COLS : QSLP_ATTRIB_ROWS, &length));
-    }
+    const int attribute = is_by_column(kind) ? QSLP_ATTRIB_COLS : QSLP_ATTRIB_ROWS;
+    require_library(as_object(problem), QSLPgetintattrib(problem->slpprob, attribute, &length));
     return length;
 }
 
@@ -86,18 +79,25 @@ bool is_integer_problem(Problem* problem) {
     return entities != 0 || sets != 0;
 }
 
-const std::vector<double>& result_vector(Problem* problem, ResultKind kind) {
+std::span<const double> result_vector(Problem* problem, ResultKind kind) {
     Results& results = *problem->results;
     const auto slot = static_cast<size_t>(kind);
-    std::vector<double>& values = results.values[slot];
+    std::span<const double>& values = results.values[slot];
     if (results.valid[slot]) return values;
-    const bool linear = is_linear_or_quadratic(problem);
-    const bool integer = linear && is_integer_problem(problem);
-    if (integer && text_of(kind).not_in_mips != nullptr) {
-        raise_runtime_error("%s", text_of(kind).not_in_mips);
+    int status = 0;
+    if (is_linear_or_quadratic(problem)) {
+        const bool integer = is_integer_problem(problem);
+        if (integer && text_of(kind).not_in_mips != nullptr) {
+            raise_runtime_error("%s", text_of(kind).not_in_mips);
+        }
+        status = view(problem, kind, integer, values);
+    } else {
+        std::vector<double>& copy = results.copies[slot];
+        copy.resize(static_cast<size_t>(nonlinear_result_length(problem, kind)));
+        status = copy_nonlinear(problem, kind, copy.data());
+        values = copy;
     }
-    values.resize(static_cast<size_t>(result_length(problem, kind)));
-    if (fetch(problem, kind, integer, values.data()) != 0) raise_no_result(problem, kind);
+    if (status != 0) raise_no_result(problem, kind);
     // While a solve runs (in a callback) the values may be others at the next look.
     results.valid[slot] = problem->solving_thread == 0;
     return values;
@@ -138,7 +138,7 @@ class ResultWalker final : public ArgumentWalker {
 
   private:
     void leaf(PyObject* object) override {
-        const std::vector<double>& values = result_vector(problem_, kind_);
+        const std::span<const double> values = result_vector(problem_, kind_);
         const double value = values[result_position(problem_, object, values.size())];
         const Ref item = require(PyFloat_FromDouble(value));
         require_status(PyList_Append(list_.get(), item.get()));
@@ -152,7 +152,7 @@ class ResultWalker final : public ArgumentWalker {
     Ref list_;
 };
 
-Ref all_values(const std::vector<double>& values) {
+Ref all_values(std::span<const double> values) {
     Ref list = require(PyList_New(static_cast<Py_ssize_t>(values.size())));
     for (size_t i = 0; i < values.size(); ++i) {
         PyList_SET_ITEM(list.get(), static_cast<Py_ssize_t>(i),
@@ -173,7 +173,7 @@ Ref value_at_hand(const Problem* problem, PyObject* object) {
         if (Py_TYPE(object) != &constraint_type) return Ref();
         index = problem->con_index.find(reinterpret_cast<Constraint*>(object)->index);
     }
-    const std::vector<double>& values = problem->results->values[static_cast<int>(Kind)];
+    const std::span<const double> values = problem->results->values[static_cast<int>(Kind)];
     if (static_cast<size_t>(index) >= values.size()) return Ref();
     return require(PyFloat_FromDouble(values[static_cast<size_t>(index)]));
 }
@@ -186,7 +186,7 @@ Ref result_method(PyObject* self, PyObject* const* arguments, Py_ssize_t count) 
         if (value) return value;
     }
     // Refused here where there is no solution, before any argument is looked at.
-    const std::vector<double>& values = result_vector(problem, Kind);
+    const std::span<const double> values = result_vector(problem, Kind);
     if (count == 0) return all_values(values);
     if (count == 1 && !ArgumentWalker::is_container(arguments[0])) {
         return require(

@@ -13,9 +13,10 @@ constexpr bool is_by_column(ResultKind kind) noexcept {
     return kind == ResultKind::kSolution || kind == ResultKind::kReducedCost;
 }
 
-// A cache of the vectors that were asked for since the last change of the problem.
+// The vectors that were asked for since the last change of the problem.
 struct Results {
-    std::vector<double> values[kResultKinds];
+    std::span<const double> values[kResultKinds];  // the library's own, or the copies
+    std::vector<double> copies[kResultKinds];      // of the nonlinear solver's, which has no views
     bool valid[kResultKinds] = {};
 
     void drop() noexcept {
@@ -26,8 +27,8 @@ struct Results {
 // Whether the model has integer columns, sets or indicators, so that its solves are tree searches.
 bool is_integer_problem(Problem* problem);
 
-// The vector of a kind, from the cache or fetched now. Throws when there is no solution.
-const std::vector<double>& result_vector(Problem* problem, ResultKind kind);
+// The vector of a kind, valid until the problem changes. Throws when there is no solution.
+std::span<const double> result_vector(Problem* problem, ResultKind kind);
 
 extern PyMethodDef result_methods[];
 extern PyMethodDef result_array_methods[];
