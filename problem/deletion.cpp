@@ -12,6 +12,7 @@
 #include "module/library_error.hpp"
 #include "problem/access.hpp"
 #include "problem/building.hpp"
+#include "problem/nonlinear_part.hpp"
 #include "problem/object_list.hpp"
 #include "problem/released_body.hpp"
 #include "problem/selection.hpp"
@@ -56,6 +57,7 @@ void delete_rows(Problem* problem, std::span<const int> rows) {
     if (all_within(rows, problem->constraints)) restore_bodies(problem, rows, true);
     // Constraints that nobody else holds go without their bodies.
     delete_objects(problem, rows, QLXdelrows, problem->constraints, problem->con_index);
+    recount_coefficients(problem);
 }
 
 void delete_columns(Problem* problem, std::span<const int> columns) {
