@@ -2,23 +2,27 @@
 #include "bridge/conversion.hpp"
 #include "callbacks/handles.hpp"
 #include "module/boundary.hpp"
+#include "problem/selection.hpp"
 
 namespace quilex {
 
 namespace {
 
 // The modelling object at an index of the problem's list; -1 for a negative index.
-Ref object_at(PyObject* objects, int index) {
+Ref object_at(Problem* problem, ObjectKind kind, int index) {
     if (index < 0) return require(PyLong_FromLong(-1));
-    return share(require_borrowed(PyList_GetItem(objects, index)));
+    if (index >= objects_of(problem, kind).size()) {
+        raise(PyExc_IndexError, "list index out of range");
+    }
+    return share(object_of(problem, kind, index));
 }
 
 template <ElementKind Kind>
 Ref element_as_object(Problem* problem, Element<Kind> element) {
     if constexpr (Kind == kRowIndex) {
-        return object_at(problem->constraints, element);
+        return object_at(problem, ObjectKind::kConstraint, element);
     } else if constexpr (Kind == kColumnIndex) {
-        return object_at(problem->variables, element);
+        return object_at(problem, ObjectKind::kVariable, element);
     } else if constexpr (Kind == kInt32 || Kind == kInt64) {
         return require(PyLong_FromLongLong(element));
     } else if constexpr (Kind == kDouble) {

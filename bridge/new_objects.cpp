@@ -94,7 +94,7 @@ void addColsAsVariables(Problem* problem, PyObject* names, PyObject* types,
                 is_given(types) ? letter_item(types, i) : letters[static_cast<size_t>(i)];
             variable->vartype = type_of_letter(letter);
         }
-        if (PyList_Append(problem->variables, as_object(variable.get())) < 0) {
+        if (!guarded([&] { problem->variables.append(as_object(variable.get())); })) {
             raise_runtime_error("Cannot add variable to problem's variable set");
         }
         if (!guarded([&] { problem->var_index.insert(variable->index, first + i); })) {
@@ -109,7 +109,7 @@ void addRowsAsConstraints(Problem* problem, PyObject* names, int first, int coun
         if (is_given(names)) {
             constraint->name = text_item(names, i, "Cannot get row name indexed by %d").release();
         }
-        if (PyList_Append(problem->constraints, as_object(constraint.get())) < 0) {
+        if (!guarded([&] { problem->constraints.append(as_object(constraint.get())); })) {
             raise_runtime_error("Cannot add row %d to problem's list of constraints",
                                 static_cast<int>(constraint->index));
         }

@@ -22,8 +22,8 @@ Constraint* as_constraint(PyObject* object) noexcept {
     return reinterpret_cast<Constraint*>(object);
 }
 
-void set_new_fields(Constraint* constraint) noexcept {
-    constraint->index = qlx_py_env.con_counter++;
+void set_new_fields(Constraint* constraint, uint64_t index) noexcept {
+    constraint->index = index;
     constraint->name = nullptr;
     constraint->body = nullptr;
     constraint->lb = -kInfinity;
@@ -79,7 +79,7 @@ void set_field(Constraint* constraint, PyObject*& field, PyObject* value) {
 Ref constraint_new(PyTypeObject* type, PyObject*, PyObject*) {
     if (type == &constraint_type) return constraint_base();
     Ref object = require(type->tp_alloc(type, 0));
-    set_new_fields(as_constraint(object.get()));
+    set_new_fields(as_constraint(object.get()), qlx_py_env.con_counter++);
     return object;
 }
 
@@ -196,10 +196,16 @@ void clear_constraint_pool() noexcept {
     pool.clear();
 }
 
-Owned<Constraint> constraint_base() {
+Owned<Constraint> constraint_with_index(uint64_t index) {
     Constraint* const constraint = pool.take(&constraint_type);
-    set_new_fields(constraint);
+    set_new_fields(constraint, index);
     return Owned<Constraint>::steal(constraint);
+}
+
+Owned<Constraint> constraint_base() {
+    Owned<Constraint> constraint = constraint_with_index(qlx_py_env.con_counter);
+    ++qlx_py_env.con_counter;
+    return constraint;
 }
 
 Ref constraint_name(Constraint* constraint) {

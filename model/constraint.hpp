@@ -28,6 +28,8 @@ Ref constraint_body(Constraint* constraint);
 
 // A new constraint without a body, one serial number.
 Owned<Constraint> constraint_base();
+// The same under a serial number that a constraint had before.
+Owned<Constraint> constraint_with_index(uint64_t index);
 
 // The name as the object that the user gave, or the default name "R%d", made now.
 Ref constraint_name(Constraint* constraint);

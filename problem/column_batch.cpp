@@ -117,7 +117,7 @@ void ColumnBatch::collect(Problem* problem, PyObject* object) {
     try {
         append_column(variable, type);
         problem->var_index.insert(variable->index, base_ + static_cast<int>(column));
-        append_object(problem->variables, object);
+        problem->variables.append(object);
     } catch (...) {
         problem->var_index.erase_serial(variable->index);
         drop_columns_from(column);
@@ -161,15 +161,15 @@ void ColumnBatch::flush(Problem* problem) {
 void ColumnBatch::undo(Problem* problem, bool added) noexcept {
     PyObject *type, *value, *traceback;
     PyErr_Fetch(&type, &value, &traceback);
-    const int first = object_count(problem->variables) - column_count();
+    const int first = problem->variables.size() - column_count();
     for (int i = 0; i < column_count(); ++i) {
         problem->var_index.erase_serial(
-            reinterpret_cast<Variable*>(PyList_GET_ITEM(problem->variables, first + i))->index);
+            reinterpret_cast<Variable*>(problem->variables[first + i])->index);
     }
     try {
         const std::vector<int> columns = index_range(base_, column_count());
         if (added) QLXdelcols(problem->prob, column_count(), columns.data());
-        require_status(PyList_SetSlice(problem->variables, first, first + column_count(), nullptr));
+        problem->variables.truncate(first);
     } catch (...) {
         set_python_error_from_current_exception();
         PyErr_Clear();

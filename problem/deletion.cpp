@@ -14,7 +14,6 @@
 #include "problem/building.hpp"
 #include "problem/nonlinear_objective.hpp"
 #include "problem/nonlinear_part.hpp"
-#include "problem/object_list.hpp"
 #include "problem/released_body.hpp"
 #include "problem/selection.hpp"
 
@@ -33,7 +32,7 @@ std::vector<int> sorted(std::span<const int> indices) {
 // Deletes in the library first, as it checks the indices; then in the map and the list. The
 // library gets the indices in the order in which they were given, for its messages.
 void delete_objects(Problem* problem, std::span<const int> indices, DeleteCall call,
-                    PyObject* objects, IndexMap& map) {
+                    ObjectList& objects, IndexMap& map) {
     if (indices.empty()) return;
     const std::vector<int> ascending = sorted(indices);
     require_library(as_object(problem),
@@ -43,11 +42,11 @@ void delete_objects(Problem* problem, std::span<const int> indices, DeleteCall c
     } catch (const std::bad_alloc&) {
         raise_runtime_error("Cannot delete item");
     }
-    remove_objects(objects, ascending);
+    objects.remove(ascending);
 }
 
-bool all_within(std::span<const int> indices, PyObject* objects) noexcept {
-    const int count = object_count(objects);
+bool all_within(std::span<const int> indices, const ObjectList& objects) noexcept {
+    const int count = objects.size();
     return std::all_of(indices.begin(), indices.end(),
                        [count](int index) { return index >= 0 && index < count; });
 }
@@ -78,7 +77,7 @@ void delete_sets(Problem* problem, std::span<const int> sets) {
 
 namespace {
 
-std::vector<int> range_to_delete(const Selection& selection, PyObject* objects) {
+std::vector<int> range_to_delete(const Selection& selection, const ObjectList& objects) {
     if (selection.index != nullptr) {
         raise_runtime_error(
             "Parameters 'first' and 'last' cannot be specified if 'index' is also specified");
@@ -87,7 +86,7 @@ std::vector<int> range_to_delete(const Selection& selection, PyObject* objects) 
         raise_runtime_error(
             "Parameters 'first' and 'last' must be both nonnegative when specified");
     }
-    const int count = object_count(objects);
+    const int count = objects.size();
     if (selection.first >= count || selection.last >= count) {
         raise_runtime_error("Parameters 'first' or 'last' are out of range");
     }

@@ -1,10 +1,11 @@
 // getVariable, getConstraint, getSOS, getIndex.
+#include <algorithm>
+
 #include "bridge/conversion.hpp"
 #include "bridge/integers.hpp"
 #include "module/boundary.hpp"
 #include "problem/access.hpp"
 #include "problem/building.hpp"
-#include "problem/object_list.hpp"
 #include "problem/selection.hpp"
 #include "problem/walker.hpp"
 
@@ -25,9 +26,10 @@ class LookupWalker final : public ArgumentWalker {
   private:
     void leaf(PyObject* object) override {
         const int index = require_index(problem_, object, static_cast<ElementKind>(kind_));
-        PyObject* const objects = objects_of(problem_, kind_);
-        if (index < 0 || index >= object_count(objects)) raise_runtime_error("Index out of range");
-        append_object(result_.get(), PyList_GET_ITEM(objects, index));
+        if (index < 0 || index >= objects_of(problem_, kind_).size()) {
+            raise_runtime_error("Index out of range");
+        }
+        require_status(PyList_Append(result_.get(), object_of(problem_, kind_, index)));
     }
     bool is_plain_leaf(PyTypeObject* type) const noexcept override { return type == &PyLong_Type; }
 
@@ -36,7 +38,15 @@ class LookupWalker final : public ArgumentWalker {
     Ref result_;
 };
 
-Ref range_of_objects(const Selection& selection, PyObject* objects) {
+Ref list_of_objects(Problem* problem, ObjectKind kind, int first, int end) {
+    Ref list = require(PyList_New(end - first));
+    for (int i = first; i < end; ++i) {
+        PyList_SET_ITEM(list.get(), i - first, Ref::share(object_of(problem, kind, i)).release());
+    }
+    return list;
+}
+
+Ref range_of_objects(Problem* problem, ObjectKind kind, const Selection& selection) {
     if (selection.index != nullptr) {
         raise_runtime_error(
             "Parameters 'first' and 'last' cannot be specified if 'index' is also specified");
@@ -45,25 +55,29 @@ Ref range_of_objects(const Selection& selection, PyObject* objects) {
         raise_runtime_error(
             "Parameters 'first' and 'last' must be both nonnegative when specified");
     }
-    const int count = object_count(objects);
+    const int count = objects_of(problem, kind).size();
     if (selection.first >= count || selection.last >= count) {
         raise_runtime_error("Parameters 'first' and 'last' are out of range");
     }
-    return require(PyList_GetSlice(objects, selection.first, selection.last + 1));
+    return list_of_objects(problem, kind, selection.first,
+                           std::max(selection.first, selection.last + 1));
 }
 
 template <ObjectKind Kind>
 Ref lookup_method(PyObject* self, PyObject* arguments, PyObject* keywords) {
     const Selection selection = parse_selection(arguments, keywords);
     Problem* const problem = reading(self);
-    PyObject* const objects = objects_of(problem, Kind);
-    if (selection.first >= 0 || selection.last >= 0) return range_of_objects(selection, objects);
+    if (selection.first >= 0 || selection.last >= 0) {
+        return range_of_objects(problem, Kind, selection);
+    }
+    const int count = objects_of(problem, Kind).size();
     if (selection.index == nullptr || selection.index == Py_None) {
-        return require(PyList_GetSlice(objects, 0, PyList_GET_SIZE(objects)));
+        return list_of_objects(problem, Kind, 0, count);
     }
     if (is_integer(selection.index)) {
-        return Ref::share(require_borrowed(
-            PyList_GetItem(objects, static_cast<Py_ssize_t>(int64_value(selection.index)))));
+        const int64_t index = int64_value(selection.index);
+        if (index < 0 || index >= count) raise(PyExc_IndexError, "list index out of range");
+        return Ref::share(object_of(problem, Kind, static_cast<int>(index)));
     }
     LookupWalker walker(problem, Kind);
     walker.walk(&selection.index, 1);

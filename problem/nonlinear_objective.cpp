@@ -11,7 +11,6 @@
 #include "problem/column_batch.hpp"
 #include "problem/deletion.hpp"
 #include "problem/nonlinear_part.hpp"
-#include "problem/object_list.hpp"
 
 namespace quilex {
 
@@ -66,7 +65,7 @@ void take_back(Problem* problem, int rows, int columns) noexcept {
         int row_count = 0;
         QLXgetintattrib(problem->prob, QLX_ATTRIB_ROWS, &row_count);
         if (row_count > rows) QLXdelrows(problem->prob, 1, &rows);
-        if (object_count(problem->variables) > columns) delete_columns(problem, {&columns, 1});
+        if (problem->variables.size() > columns) delete_columns(problem, {&columns, 1});
     } catch (...) {
         set_python_error_from_current_exception();
         PyErr_Clear();
@@ -77,8 +76,8 @@ void take_back(Problem* problem, int rows, int columns) noexcept {
 }  // namespace
 
 void add_objective_transfer(Problem* problem, PyObject* objective, RowEntries& entries) {
-    const int row = object_count(problem->constraints);
-    const int column = object_count(problem->variables);
+    const int row = problem->constraints.size();
+    const int column = problem->variables.size();
     const Owned<Variable> variable = new_transfer_variable();
     const Owned<Constraint> constraint = new_transfer_constraint(objective, variable.get());
     try {
@@ -90,7 +89,7 @@ void add_objective_transfer(Problem* problem, PyObject* objective, RowEntries& e
         entries.formulas.end_row(row);
         send_row(problem, entries, row);
         problem->con_index.insert(constraint->index, row);
-        append_object(problem->constraints, as_object(constraint.get()));
+        problem->constraints.append(as_object(constraint.get()));
     } catch (...) {
         problem->con_index.erase_serial(constraint->index);
         take_back(problem, row, column);

@@ -1,34 +1,52 @@
-// A problem's lists of modelling objects.
+// A problem's modelling objects of one kind.
 #include "problem/object_list.hpp"
 
-#include <algorithm>
 #include <numeric>
 
 namespace quilex {
 
-Ref new_object_list() {
-    Ref list = require(PyList_New(0));
-    PyObject_GC_UnTrack(list.get());
-    return list;
+void ObjectList::put_to_sleep(int index, uint64_t serial) noexcept {
+    PyObject* const object = (*this)[index];
+    items_[static_cast<size_t>(index)] = (static_cast<uintptr_t>(serial) << 1) | kDormant;
+    Py_DECREF(object);
 }
 
-void remove_objects(PyObject* list, std::span<const int> positions) {
+void ObjectList::wake(int index, Ref object) noexcept {
+    assert(is_dormant(index));
+    items_[static_cast<size_t>(index)] = reinterpret_cast<uintptr_t>(object.release());
+}
+
+void ObjectList::truncate(int count) noexcept {
+    // The end of an object may run any code: the list is shortened before each.
+    while (size() > count) {
+        const uintptr_t last = items_.back();
+        items_.pop_back();
+        if ((last & kDormant) == 0) Py_DECREF(reinterpret_cast<PyObject*>(last));
+    }
+}
+
+void ObjectList::remove(std::span<const int> positions) {
     if (positions.empty()) return;
-    // The kept items move to the front in order; the others, at the end, are then cut off at once.
-    PyObject** const items = reinterpret_cast<PyListObject*>(list)->ob_item;
-    const Py_ssize_t count = PyList_GET_SIZE(list);
-    std::vector<PyObject*> removed;
+    // The kept items move to the front in order; the others, at the end, are then cut off.
+    std::vector<uintptr_t> removed;
     removed.reserve(positions.size());
-    Py_ssize_t kept = positions.front();
-    for (Py_ssize_t i = kept; i < count; ++i) {
-        if (removed.size() < positions.size() && positions[removed.size()] == i) {
-            removed.push_back(items[i]);
+    auto kept = static_cast<size_t>(positions.front());
+    for (size_t i = kept; i < items_.size(); ++i) {
+        if (removed.size() < positions.size() && positions[removed.size()] == static_cast<int>(i)) {
+            removed.push_back(items_[i]);
         } else {
-            items[kept++] = items[i];
+            items_[kept++] = items_[i];
         }
     }
-    std::copy(removed.begin(), removed.end(), items + kept);
-    require_status(PyList_SetSlice(list, kept, count, nullptr));
+    std::copy(removed.begin(), removed.end(), items_.begin() + static_cast<ptrdiff_t>(kept));
+    truncate(static_cast<int>(kept));
+}
+
+int ObjectList::traverse(visitproc visit, void* arg) const {
+    for (const uintptr_t item : items_) {
+        if ((item & kDormant) == 0) Py_VISIT(reinterpret_cast<PyObject*>(item));
+    }
+    return 0;
 }
 
 std::vector<int> index_range(int first, int count) {

@@ -1,24 +1,51 @@
-// A problem's lists of modelling objects, whose positions are the library's indices.
+// A problem's modelling objects of one kind; their positions are the library's indices.
 #pragma once
 
-#include "problem/problem.hpp"
+#include "module/failure.hpp"
 
 namespace quilex {
 
-// A list that the collector does not see: the problem shows its items to the collector itself, so
-// that the list is never emptied behind the problem's back.
-Ref new_object_list();
+// An item is an object, or only the serial number of a dormant one, which somebody else can make
+// again. Guarded by the interpreter lock.
+class ObjectList {
+  public:
+    ObjectList() = default;
+    ObjectList(const ObjectList&) = delete;
+    ObjectList& operator=(const ObjectList&) = delete;
+    ~ObjectList() { clear(); }
 
-inline int object_count(PyObject* list) noexcept {
-    return static_cast<int>(PyList_GET_SIZE(list));
-}
+    int size() const noexcept { return static_cast<int>(items_.size()); }
+    bool is_dormant(int index) const noexcept { return (item(index) & kDormant) != 0; }
+    // Of an item that is not dormant; borrowed.
+    PyObject* operator[](int index) const noexcept {
+        assert(!is_dormant(index));
+        return reinterpret_cast<PyObject*>(item(index));
+    }
+    uint64_t dormant_serial(int index) const noexcept { return item(index) >> 1; }
 
-inline void append_object(PyObject* list, PyObject* object) {
-    require_status(PyList_Append(list, object));
-}
+    // Throws std::bad_alloc.
+    void append(PyObject* object) {
+        items_.push_back(reinterpret_cast<uintptr_t>(object));
+        Py_INCREF(object);
+    }
+    // Lets go of an object of which the serial number is enough.
+    void put_to_sleep(int index, uint64_t serial) noexcept;
+    void wake(int index, Ref object) noexcept;
 
-// Takes out the items at the given positions (ascending, each once).
-void remove_objects(PyObject* list, std::span<const int> positions);
+    // Keeps the first `count` items.
+    void truncate(int count) noexcept;
+    // Takes out the items at the given positions (ascending, each once). Throws std::bad_alloc.
+    void remove(std::span<const int> positions);
+    void clear() noexcept { truncate(0); }
+    int traverse(visitproc visit, void* arg) const;
+
+  private:
+    static constexpr uintptr_t kDormant = 1;  // objects have even addresses
+
+    uintptr_t item(int index) const noexcept { return items_[static_cast<size_t>(index)]; }
+
+    std::vector<uintptr_t> items_;
+};
 
 // The positions first .. first + count - 1.
 std::vector<int> index_range(int first, int count);

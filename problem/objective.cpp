@@ -26,7 +26,7 @@ void require_objective(PyObject* objective) {
 // coefficient.
 void set_linear_part(Problem* problem, const RowEntries& entries) {
     PyObject* const self = as_object(problem);
-    const int count = object_count(problem->variables);
+    const int count = problem->variables.size();
     std::vector<double> values(static_cast<size_t>(count));
     if (count > 0) require_library(self, QLXgetobj(problem->prob, values.data(), 0, count - 1));
     std::vector<int> columns = {-1};  // the constant's place
@@ -100,7 +100,7 @@ Ref problem_setObjective(PyObject* self, PyObject* arguments, PyObject* keywords
     if (!entries.formulas.empty()) {
         add_objective_transfer(problem, objective, entries);
         PyObject* const variable =
-            PyList_GET_ITEM(problem->variables, problem->objective_transfer_column);
+            problem->variables[problem->objective_transfer_column];
         convert_objective(problem, variable, entries);
     }
     set_linear_part(problem, entries);

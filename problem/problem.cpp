@@ -9,7 +9,6 @@
 #include "problem/column_batch.hpp"
 #include "problem/controls.hpp"
 #include "problem/interrupt.hpp"
-#include "problem/object_list.hpp"
 #include "problem/released_body.hpp"
 #include "problem/results.hpp"
 #include "problem/row_batch.hpp"
@@ -26,15 +25,15 @@ Ref problem_new(PyTypeObject* type, PyObject*, PyObject*) {
     Ref self = require(type->tp_alloc(type, 0));
     count_created(Counted::kProblem);
     Problem* const problem = as_problem(self.get());
+    for (ObjectList* list : {&problem->variables, &problem->constraints, &problem->sos}) {
+        new (list) ObjectList();
+    }
     new (&problem->var_index) IndexMap();
     new (&problem->con_index) IndexMap();
     new (&problem->sos_index) IndexMap();
     problem->objective_transfer_row = -1;
     problem->objective_transfer_column = -1;
     problem->formula_column = -1;
-    problem->variables = new_object_list().release();
-    problem->constraints = new_object_list().release();
-    problem->sos = new_object_list().release();
     problem->rows = new RowBatch();
     problem->columns = new ColumnBatch();
     problem->results = new Results();
@@ -106,7 +105,7 @@ int problem_init(PyObject* self, PyObject* arguments, PyObject* keywords) {
 // to the problem any more.
 void part_from_constraints(Problem* problem) noexcept {
     try {
-        if (problem->prob != nullptr && problem->constraints != nullptr) {
+        if (problem->prob != nullptr) {
             if (problem->has_pending) flush_pending(problem);
             restore_all_held_bodies(problem);
         }
@@ -119,9 +118,9 @@ void part_from_constraints(Problem* problem) noexcept {
 
 int problem_traverse(PyObject* self, visitproc visit, void* arg) noexcept {
     Problem* const problem = as_problem(self);
-    for (PyObject* list : {problem->variables, problem->constraints, problem->sos}) {
-        if (list == nullptr) continue;
-        for (Py_ssize_t i = 0; i < PyList_GET_SIZE(list); ++i) Py_VISIT(PyList_GET_ITEM(list, i));
+    for (const ObjectList* list : {&problem->variables, &problem->constraints, &problem->sos}) {
+        const int status = list->traverse(visit, arg);
+        if (status != 0) return status;
     }
     Py_VISIT(problem->controls);
     Py_VISIT(problem->attributes);
@@ -145,9 +144,9 @@ int problem_clear(PyObject* self) noexcept {
     problem->var_index.clear();
     problem->con_index.clear();
     problem->sos_index.clear();
-    Py_CLEAR(problem->constraints);
-    Py_CLEAR(problem->variables);
-    Py_CLEAR(problem->sos);
+    problem->constraints.clear();
+    problem->variables.clear();
+    problem->sos.clear();
     return 0;
 }
 
@@ -163,6 +162,9 @@ void problem_dealloc(PyObject* self) noexcept {
     delete problem->rows;
     delete problem->columns;
     delete problem->results;
+    problem->variables.~ObjectList();
+    problem->constraints.~ObjectList();
+    problem->sos.~ObjectList();
     problem->var_index.~IndexMap();
     problem->con_index.~IndexMap();
     problem->sos_index.~IndexMap();
@@ -175,10 +177,9 @@ Ref problem_repr(PyObject* self) {
     if (problem->prob == nullptr) {
         return require(PyUnicode_FromFormat("<%s, not created>", Py_TYPE(self)->tp_name));
     }
-    return require(PyUnicode_FromFormat("<%s with %zd variables, %zd constraints, %zd sets>",
-                                        Py_TYPE(self)->tp_name, PyList_GET_SIZE(problem->variables),
-                                        PyList_GET_SIZE(problem->constraints),
-                                        PyList_GET_SIZE(problem->sos)));
+    return require(PyUnicode_FromFormat("<%s with %d variables, %d constraints, %d sets>",
+                                        Py_TYPE(self)->tp_name, problem->variables.size(),
+                                        problem->constraints.size(), problem->sos.size()));
 }
 
 Ref problem_name(PyObject* self, PyObject*) {

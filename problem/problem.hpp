@@ -6,6 +6,7 @@
 
 #include "module/failure.hpp"
 #include "problem/index_map.hpp"
+#include "problem/object_list.hpp"
 
 namespace quilex {
 
@@ -19,9 +20,9 @@ struct Problem {
     PyObject_HEAD
     QLXprob prob;                          // null until created
     QSLPprob slpprob;                      // null while the nonlinear solver is off
-    PyObject* variables;                   // list; the position is the column index
-    PyObject* constraints;                 // list; the position is the row index
-    PyObject* sos;                         // list; the position is the set index
+    ObjectList variables;                  // the position is the column index
+    ObjectList constraints;                // the position is the row index
+    ObjectList sos;                        // the position is the set index
     PyObject* controls;                    // this problem's control object
     PyObject* attributes;                  // this problem's attribute object
     IndexMap var_index;                    // serial number of a variable -> column

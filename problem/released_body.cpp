@@ -3,15 +3,11 @@
 
 #include "module/library_error.hpp"
 #include "problem/access.hpp"
-#include "problem/object_list.hpp"
+#include "problem/dormant_constraints.hpp"
 
 namespace quilex {
 
 namespace {
-
-Constraint* constraint_at(const Problem* problem, int row) noexcept {
-    return reinterpret_cast<Constraint*>(PyList_GET_ITEM(problem->constraints, row));
-}
 
 bool is_released_to(const Constraint* constraint, const Problem* problem) noexcept {
     return constraint->problem_slot == reinterpret_cast<uintptr_t>(problem);
@@ -49,8 +45,7 @@ Owned<Expression> body_from_entries(const Problem* problem, std::span<const int>
                                     std::span<const double> coefficients) {
     Owned<Expression> body = expression_base();
     for (size_t i = 0; i < columns.size(); ++i) {
-        auto* variable =
-            reinterpret_cast<Variable*>(PyList_GET_ITEM(problem->variables, columns[i]));
+        auto* variable = reinterpret_cast<Variable*>(problem->variables[columns[i]]);
         require_status(expression_addToLinTerm(body.get(), variable, coefficients[i]));
     }
     return body;
@@ -76,6 +71,7 @@ void restore_body(Problem* problem, Constraint* constraint) {
 
 void restore_bodies(Problem* problem, std::span<const int> rows, bool only_held) {
     for (const int row : rows) {
+        if (only_held && problem->constraints.is_dormant(row)) continue;
         Constraint* const constraint = constraint_at(problem, row);
         if (!is_released_to(constraint, problem)) continue;
         if (only_held && Py_REFCNT(as_object(constraint)) == 1) continue;
@@ -99,8 +95,9 @@ void restore_bodies_with_columns(Problem* problem, std::span<const int> columns)
 }
 
 void restore_all_held_bodies(Problem* problem) {
-    const int count = object_count(problem->constraints);
+    const int count = problem->constraints.size();
     for (int row = 0; row < count; ++row) {
+        if (problem->constraints.is_dormant(row)) continue;
         Constraint* const constraint = constraint_at(problem, row);
         if (!is_released_to(constraint, problem)) continue;
         if (Py_REFCNT(as_object(constraint)) == 1) continue;
@@ -110,10 +107,10 @@ void restore_all_held_bodies(Problem* problem) {
 }
 
 void forget_released_bodies(Problem* problem) noexcept {
-    if (problem->constraints == nullptr) return;
-    const int count = object_count(problem->constraints);
+    const int count = problem->constraints.size();
     for (int row = 0; row < count; ++row) {
-        Constraint* const constraint = constraint_at(problem, row);
+        if (problem->constraints.is_dormant(row)) continue;
+        auto* const constraint = reinterpret_cast<Constraint*>(problem->constraints[row]);
         if (is_released_to(constraint, problem)) constraint->problem_slot = 0;
     }
 }

@@ -3,9 +3,9 @@
 
 #include "module/library_error.hpp"
 #include "nonlinear/convert.hpp"
+#include "problem/dormant_constraints.hpp"
 #include "problem/nonlinear_part.hpp"
 #include "problem/number_text.hpp"
-#include "problem/object_list.hpp"
 #include "problem/released_body.hpp"
 
 namespace quilex {
@@ -38,15 +38,6 @@ void require_sound_bounds(Constraint* constraint) {
 }
 
 }  // namespace
-
-RowSide getRhsSense(double lower, double upper, double rhs) noexcept {
-    if (lower <= -kInfinity) {
-        return upper < kInfinity ? RowSide{'L', rhs + upper, 0.0} : RowSide{'N', rhs, 0.0};
-    }
-    if (upper >= kInfinity) return {'G', rhs + lower, 0.0};
-    if (upper == lower) return {'E', rhs + lower, 0.0};
-    return {'R', rhs + upper, upper - lower};
-}
 
 void RowBatch::append_row(const Problem* problem, Constraint* constraint) {
     const Ref body = constraint_body(constraint);
@@ -90,7 +81,7 @@ void RowBatch::collect(Problem* problem, PyObject* object) {
     try {
         append_row(problem, constraint);
         problem->con_index.insert(constraint->index, base_ + static_cast<int>(row));
-        append_object(problem->constraints, object);
+        problem->constraints.append(object);
     } catch (...) {
         problem->con_index.erase_serial(constraint->index);
         drop_rows_from(row);
@@ -137,6 +128,10 @@ void RowBatch::flush(Problem* problem) {
     if (status != 0) {
         set_library_error(as_object(problem));
         undo(problem, added);
+    } else {
+        for (size_t row = 0; row < types_.size(); ++row) {
+            put_to_sleep_if_alone(problem, base_ + static_cast<int>(row), side(row));
+        }
     }
     entries_.clear();
     names_.truncate(0);
@@ -145,10 +140,9 @@ void RowBatch::flush(Problem* problem) {
 }
 
 void RowBatch::restore_pending_bodies(Problem* problem) const {
-    const int first = object_count(problem->constraints) - row_count();
+    const int first = problem->constraints.size() - row_count();
     for (int row = 0; row < row_count(); ++row) {
-        auto* constraint =
-            reinterpret_cast<Constraint*>(PyList_GET_ITEM(problem->constraints, first + row));
+        auto* constraint = reinterpret_cast<Constraint*>(problem->constraints[first + row]);
         if (constraint->problem_slot != reinterpret_cast<uintptr_t>(problem)) continue;
         const auto begin = static_cast<size_t>(starts_[static_cast<size_t>(row)]);
         const auto end = static_cast<size_t>(starts_[static_cast<size_t>(row) + 1]);
@@ -166,15 +160,14 @@ void RowBatch::undo(Problem* problem, bool added) noexcept {
     PyErr_Fetch(&type, &value, &traceback);
     try {
         restore_pending_bodies(problem);
-        const int first = object_count(problem->constraints) - row_count();
+        const int first = problem->constraints.size() - row_count();
         for (int row = 0; row < row_count(); ++row) {
             problem->con_index.erase_serial(
-                reinterpret_cast<Constraint*>(PyList_GET_ITEM(problem->constraints, first + row))
-                    ->index);
+                reinterpret_cast<Constraint*>(problem->constraints[first + row])->index);
         }
         const std::vector<int> rows = index_range(base_, row_count());
         if (added) QLXdelrows(problem->prob, row_count(), rows.data());
-        require_status(PyList_SetSlice(problem->constraints, first, first + row_count(), nullptr));
+        problem->constraints.truncate(first);
     } catch (...) {
         set_python_error_from_current_exception();
         PyErr_Clear();

@@ -4,19 +4,9 @@
 #include "model/constraint.hpp"
 #include "problem/name_batch.hpp"
 #include "problem/row_entries.hpp"
+#include "problem/row_side.hpp"
 
 namespace quilex {
-
-// The library's form of lower <= body <= upper.
-struct RowSide {
-    char type;  // 'L', 'G', 'E', 'R' or 'N'
-    double rhs;
-    double range;  // of 'R' rows: upper - lower
-};
-
-// Type, right-hand side and range of a row; `rhs` is minus the body's constant and gets the bound
-// added.
-RowSide getRhsSense(double lower, double upper, double rhs) noexcept;
 
 class RowBatch {
   public:
@@ -35,10 +25,11 @@ class RowBatch {
     }
 
   private:
-    static constexpr size_t kFullRows = 4096;
+    static constexpr size_t kFullRows = 1024;
     static constexpr size_t kFullEntries = 65536;
     static constexpr size_t kFullTokens = 65536;
 
+    RowSide side(size_t row) const noexcept { return {types_[row], rhs_[row], ranges_[row]}; }
     int row_count() const noexcept { return static_cast<int>(types_.size()); }
     void append_row(const Problem* problem, Constraint* constraint);
     void drop_rows_from(size_t row) noexcept;

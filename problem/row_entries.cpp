@@ -57,7 +57,7 @@ size_t RowEntries::find_in_row(int column) const noexcept {
 }
 
 void RowEntries::index_row() {
-    const auto column_count = static_cast<size_t>(PyList_GET_SIZE(problem_->variables));
+    const auto column_count = static_cast<size_t>(problem_->variables.size());
     if (position_.size() < column_count) position_.resize(column_count, 0);
     for (size_t i = row_start_; i < columns.size(); ++i) {
         if (columns[i] != kHole) {
@@ -190,7 +190,7 @@ void RowEntries::raise_bad_value(const char* what, double value, int column) con
         raise_runtime_error("Invalid value in %S: %s is %s, must be less than 1e20 in magnitude",
                             owner.get(), what, number.c_str());
     }
-    PyObject* const variable = PyList_GET_ITEM(problem_->variables, column);
+    PyObject* const variable = problem_->variables[column];
     const Ref name = variable_name(reinterpret_cast<Variable*>(variable));
     raise_runtime_error(
         "Invalid value in %S: %s of variable %S is %s, must be less than 1e20 in magnitude",

@@ -4,8 +4,14 @@
 #include "model/constraint.hpp"
 #include "model/sos.hpp"
 #include "model/var.hpp"
+#include "problem/dormant_constraints.hpp"
 
 namespace quilex {
+
+PyObject* object_of(Problem* problem, ObjectKind kind, int index) {
+    if (kind == ObjectKind::kConstraint) return as_object(constraint_at(problem, index));
+    return objects_of(problem, kind)[index];
+}
 
 int index_in_problem(const Problem* problem, PyObject* object, bool* known) noexcept {
     *known = true;

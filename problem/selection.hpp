@@ -8,17 +8,20 @@ namespace quilex {
 // What the methods of one kind of object work on.
 enum class ObjectKind : int { kConstraint = 0, kVariable = 1, kSet = 2 };
 
-inline PyObject* objects_of(const Problem* problem, ObjectKind kind) noexcept {
+inline ObjectList& objects_of(Problem* problem, ObjectKind kind) noexcept {
     switch (kind) {
         case ObjectKind::kConstraint:
             return problem->constraints;
         case ObjectKind::kVariable:
             return problem->variables;
         case ObjectKind::kSet:
-            return problem->sos;
+            break;
     }
-    return nullptr;
+    return problem->sos;
 }
+
+// An object of the problem, borrowed from it.
+PyObject* object_of(Problem* problem, ObjectKind kind, int index);
 
 // Index of an object in the map of its own kind. IndexMap::kMissing for an object that is not in
 // the problem and, with *known false, for one that is of no such kind.

@@ -28,7 +28,7 @@ int member_column(const Problem* problem, PyObject* member) {
     }
     if (!is_integer(member)) raise_runtime_error("SOS indices must be passed as a list");
     const int64_t column = int64_value(member);
-    const int count = object_count(problem->variables);
+    const int count = problem->variables.size();
     if (column < 0 || column >= count) {
         raise_runtime_error("SOS contains column %lld, but the problem has %d columns",
                             static_cast<long long>(column), count);
@@ -88,7 +88,7 @@ void add_set(Problem* problem, PyObject* object) {
                     QLXgetintattrib(problem->prob, QLX_ATTRIB_SETMEMBERS_SETS, &index));
     problem->sos_index.insert(set->index, index);
     try {
-        append_object(problem->sos, object);
+        problem->sos.append(object);
         if (add_to_library(problem->prob, members, set->type == 2 ? '2' : '1', names, index) != 0) {
             set_library_error(as_object(problem));
             PyObject *type, *value, *traceback;
@@ -96,7 +96,7 @@ void add_set(Problem* problem, PyObject* object) {
             int count = 0;
             QLXgetintattrib(problem->prob, QLX_ATTRIB_SETMEMBERS_SETS, &count);
             if (count > index) QLXdelsets(problem->prob, 1, &index);
-            if (PyList_SetSlice(problem->sos, index, index + 1, nullptr) != 0) PyErr_Clear();
+            problem->sos.truncate(index);
             PyErr_Restore(type, value, traceback);
             throw PythonFailure();
         }

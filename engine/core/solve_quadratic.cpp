@@ -196,16 +196,14 @@ Outcome outcome_of(const Problem& problem, quad::ConvexStatus status) {
 void solve_quadratic(Problem& problem, const SolveScope& scope) {
     send_start(problem, problem.model.quadratic_rows().empty() ? "QP" : "QCQP");
     Results& results = problem.results;
-    const Statement statement(problem.model);
     if (problem.controls.lpiterlimit == 0) {
-        // The caller wants the model handed over and nothing solved: the linear part to the LP
-        // kernel, the rest in the form that the quadratic kernels take.
-        problem.live_model().synchronise(problem.model, problem.controls.matrixtol);
-        (void)quad::linear_part(statement.program());
+        // The caller wants the model handed over and nothing solved.
+        problem.live_model().hand_over_quadratic(problem.model, problem.controls.matrixtol);
         results.lp_status = QLX_LP_UNFINISHED;
         results.stop_status = QLX_STOP_ITERLIMIT;
         return send_end(problem, "Stopped early", kNoValue);
     }
+    const Statement statement(problem.model);
     const quad::ConvexResult result =
         quad::solve_convex(statement.program(), control_of(problem, scope));
     Outcome outcome = outcome_of(problem, result.status);

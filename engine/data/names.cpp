@@ -7,9 +7,14 @@
 
 namespace qlx {
 
+std::int64_t Names::reference(int index) const noexcept {
+    if (index < run_) return -2 - (run_number_ + index);
+    const auto place = static_cast<std::size_t>(index - run_);
+    return place < reference_.size() ? reference_[place] : kNone;
+}
+
 std::string_view Names::text(int index, char (&buffer)[40]) const {
-    const auto place = static_cast<std::size_t>(index);
-    const std::int64_t reference = place < reference_.size() ? reference_[place] : kNone;
+    const std::int64_t reference = this->reference(index);
     if (reference >= 0) return pool_.c_str() + reference;
     const long long number = reference == kNone ? index + 1LL : -2 - reference;
     const int length = std::snprintf(buffer, sizeof buffer, "%s%lld", prefix_, number);
@@ -63,10 +68,23 @@ std::size_t Names::longest(int count) {
     return longest_;
 }
 
+void Names::dissolve_run() {
+    std::vector<std::int64_t> all(static_cast<std::size_t>(run_) + reference_.size());
+    for (std::size_t k = 0; k < all.size(); ++k) all[k] = reference(static_cast<int>(k));
+    reference_ = std::move(all);
+    run_ = 0;
+}
+
 void Names::put(int index, std::int64_t reference) {
-    const auto place = static_cast<std::size_t>(index);
+    if (index < run_) dissolve_run();
+    const auto place = static_cast<std::size_t>(index - run_);
     if (place >= reference_.size()) reference_.resize(place + 1, kNone);
     reference_[place] = reference;
+    forget_lookups(index);
+}
+
+// After the change of a name.
+void Names::forget_lookups(int index) {
     if (index < indexed_) {
         table_.clear();
         indexed_ = 0;
@@ -85,35 +103,34 @@ void Names::set(int index, std::string_view name) {
 }
 
 void Names::set_number(int index, std::int64_t number) {
-    put(index, -2 - number);
+    const bool follows = reference_.empty() && index == run_;
+    if (!follows || (run_ > 0 && number != run_number_ + run_)) {
+        put(index, -2 - number);
+        return;
+    }
+    if (run_ == 0) run_number_ = number;
+    ++run_;
+    forget_lookups(index);
 }
 
 void Names::delete_items(const std::vector<int>& new_index) {
-    std::string pool;
-    std::vector<std::int64_t> reference;
-    for (std::size_t index = 0; index < std::min(new_index.size(), reference_.size()); ++index) {
-        if (new_index[index] < 0) continue;
-        std::int64_t kept = reference_[index];
-        if (kept >= 0) {
-            const char* text = pool_.c_str() + kept;
-            kept = static_cast<std::int64_t>(pool.size());
-            pool.append(text);
-            pool.push_back('\0');
-        }
-        reference.push_back(kept);
+    Names kept(prefix_);
+    const std::size_t known = static_cast<std::size_t>(run_) + reference_.size();
+    for (std::size_t k = 0; k < std::min(new_index.size(), known); ++k) {
+        if (new_index[k] < 0) continue;
+        const std::int64_t old = reference(static_cast<int>(k));
+        if (old >= 0)
+            kept.set(new_index[k], pool_.c_str() + old);
+        else if (old == kNone)
+            kept.put(new_index[k], kNone);
+        else
+            kept.set_number(new_index[k], -2 - old);
     }
-    clear();
-    pool_.swap(pool);
-    reference_.swap(reference);
+    *this = std::move(kept);
 }
 
 void Names::clear() {
-    reference_.clear();
-    pool_.clear();
-    table_.clear();
-    indexed_ = 0;
-    longest_ = 0;
-    longest_of_ = 0;
+    *this = Names(prefix_);
 }
 
 }  // namespace qlx

@@ -30,13 +30,19 @@ class Names {
 
     // Writes a short text into buffer when the item has no stored one.
     [[nodiscard]] std::string_view text(int index, char (&buffer)[40]) const;
+    [[nodiscard]] std::int64_t reference(int index) const noexcept;
     void put(int index, std::int64_t reference);
+    void dissolve_run();
+    void forget_lookups(int index);
     void index_up_to(int count);
     void grow_table(int count);
     void insert_into_table(int index);
 
     const char* prefix_;
-    // Per item: an offset into the pool, kNone, or -2 - number.
+    // The leading items whose numbers follow each other; most models need nothing else.
+    int run_ = 0;
+    std::int64_t run_number_ = 0;  // of item 0
+    // Per item behind the run: an offset into the pool, kNone, or -2 - number.
     std::vector<std::int64_t> reference_;
     std::string pool_;
     std::vector<int> table_;  // open addressing, -1 empty

@@ -174,7 +174,15 @@ bool LpKernel::load(KernelModel&& model, double matrix_tolerance) {
                            return flag != 0 ? HighsVarType::kInteger : HighsVarType::kContinuous;
                        });
     }
-    return accepted(live_->highs.passModel(std::move(lp)));
+    if (model.hessian_start.empty()) return accepted(live_->highs.passModel(std::move(lp)));
+    HighsModel whole;
+    whole.lp_ = std::move(lp);
+    whole.hessian_.dim_ = model.num_cols;
+    whole.hessian_.format_ = HessianFormat::kTriangular;
+    whole.hessian_.start_ = std::move(model.hessian_start);
+    whole.hessian_.index_ = std::move(model.hessian_row);
+    whole.hessian_.value_ = std::move(model.hessian_value);
+    return accepted(live_->highs.passModel(std::move(whole)));
 }
 
 bool LpKernel::add_columns(int count, const double* cost, const double* lower, const double* upper,

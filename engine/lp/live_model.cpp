@@ -33,6 +33,21 @@ void relax_bounds(const Model& model, int first, std::vector<double>& lower,
     }
 }
 
+// The terms are sorted by first and second column, which is the lower triangle by columns.
+void state_hessian(KernelModel& out, const Model& model) {
+    const auto& terms = model.quadratic_objective().terms();
+    out.hessian_start.assign(at(out.num_cols) + 1, 0);
+    for (const QuadraticTerm& term : terms) {
+        ++out.hessian_start[at(term.first) + 1];
+        out.hessian_row.push_back(term.second);
+        // Half x'Qx takes a square's coefficient twice and a product's once.
+        out.hessian_value.push_back(term.first == term.second ? 2 * term.coefficient
+                                                              : term.coefficient);
+    }
+    for (std::size_t col = 0; col < at(out.num_cols); ++col)
+        out.hessian_start[col + 1] += out.hessian_start[col];
+}
+
 }  // namespace
 
 std::vector<char> integer_flags(const Model& model) {
@@ -100,7 +115,7 @@ void LiveModel::synchronise(Model& model, double matrix_tolerance) {
     ChangeLog& changes = model.changes();
     const auto coefficients = static_cast<std::int64_t>(changes.changed_coefficients().size());
     const bool many = coefficients > 1000 && coefficients > model.matrix().num_entries() / 10;
-    if (changes.needs_rebuild() || many || model.num_cols() < num_cols_ ||
+    if (changes.needs_rebuild() || has_hessian_ || many || model.num_cols() < num_cols_ ||
         model.num_rows() < num_rows_)
         hand_over(model, matrix_tolerance);
     else
@@ -110,8 +125,19 @@ void LiveModel::synchronise(Model& model, double matrix_tolerance) {
     changes.start_listening();
 }
 
+void LiveModel::hand_over_quadratic(Model& model, double matrix_tolerance) {
+    KernelModel whole = kernel_model(model);
+    state_hessian(whole, model);
+    require(kernel_.load(std::move(whole), matrix_tolerance), "the model");
+    has_hessian_ = true;
+    num_cols_ = model.num_cols();
+    num_rows_ = model.num_rows();
+    model.changes().start_listening();
+}
+
 void LiveModel::hand_over(Model& model, double matrix_tolerance) {
     require(kernel_.load(kernel_model(model), matrix_tolerance), "the model");
+    has_hessian_ = false;
 }
 
 void LiveModel::forward(Model& model) {

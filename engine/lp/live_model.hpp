@@ -7,12 +7,14 @@
 namespace qlx {
 
 // The kernel holds the model's columns and rows one to one, integer columns as integer ones. Other
-// types, sets, indicators and quadratic terms are not in it.
+// types, sets, indicators and quadratic rows are not in it.
 class LiveModel {
   public:
     // Small changes since the last call are forwarded, so that the basis is kept; else the model is
     // handed over whole. Throws Error when the kernel refuses.
     void synchronise(Model& model, double matrix_tolerance);
+    // The whole model with its quadratic objective, for which the kernel is not asked to solve it.
+    void hand_over_quadratic(Model& model, double matrix_tolerance);
     [[nodiscard]] LpKernel& kernel() noexcept { return kernel_; }
 
   private:
@@ -28,6 +30,7 @@ class LiveModel {
     LpKernel kernel_;
     int num_cols_ = 0;  // in the kernel
     int num_rows_ = 0;
+    bool has_hessian_ = false;
 };
 
 // The whole model as a kernel takes it.

@@ -17,6 +17,9 @@ struct KernelModel {
     std::vector<int> start, row;
     std::vector<double> value;
     std::vector<char> integer;  // 1 integer, 0 continuous; empty: all continuous
+    // Lower triangle by columns of the Hessian Q of half x'Qx; empty starts: a linear objective.
+    std::vector<int> hessian_start, hessian_row;
+    std::vector<double> hessian_value;
     double constant = 0;
     bool maximise = false;
 };
