@@ -38,8 +38,8 @@ Ref quilexmod_formula_tokens(PyObject*, PyObject* arguments) {
         const size_t count = static_cast<size_t>(formulas.starts[k + 1]) - first;
         const Ref tokens = list_of_tokens(std::span(formulas.types).subspan(first, count),
                                           std::span(formulas.values).subspan(first, count));
-        const Ref item = require(Py_BuildValue("(idO)", formulas.columns[k], formulas.factors[k],
-                                               tokens.get()));
+        const Ref item =
+            require(Py_BuildValue("(idO)", formulas.columns[k], formulas.factors[k], tokens.get()));
         require_status(PyList_Append(list.get(), item.get()));
     }
     return list;
@@ -74,31 +74,36 @@ Ref quilexmod_formulas(PyObject*, PyObject* object) {
     return list;
 }
 
+void set_values(Problem* problem, PyObject* point) {
+    for (Py_ssize_t column = 0; column < PyList_GET_SIZE(point); ++column) {
+        const double value = PyFloat_AsDouble(PyList_GET_ITEM(point, column));
+        if (PyErr_Occurred()) throw PythonFailure();
+        require_library(
+            as_object(problem),
+            QSLPchgvar(problem->slpprob, static_cast<int>(column), nullptr, nullptr, nullptr,
+                       nullptr, nullptr, nullptr, &value, nullptr, nullptr, nullptr, nullptr));
+    }
+}
+
 Ref quilexmod_formula_value(PyObject*, PyObject* arguments) {
     PyObject* object = nullptr;
     PyObject* tokens = nullptr;
     PyObject* point = nullptr;
-    if (!PyArg_ParseTuple(arguments, "OO!O!", &object, &PyList_Type, &tokens, &PyList_Type,
+    if (!PyArg_ParseTuple(arguments, "OO!|O!", &object, &PyList_Type, &tokens, &PyList_Type,
                           &point)) {
         throw PythonFailure();
     }
-    const Problem* problem = problem_of(object);
+    Problem* const problem = problem_of(object);
     std::vector<int> types(static_cast<size_t>(PyList_GET_SIZE(tokens)));
     std::vector<double> values(types.size());
     for (size_t i = 0; i < types.size(); ++i) {
         PyObject* const token = PyList_GET_ITEM(tokens, static_cast<Py_ssize_t>(i));
         if (!PyArg_ParseTuple(token, "id", &types[i], &values[i])) throw PythonFailure();
     }
-    for (Py_ssize_t column = 0; column < PyList_GET_SIZE(point); ++column) {
-        const double value = PyFloat_AsDouble(PyList_GET_ITEM(point, column));
-        if (PyErr_Occurred()) throw PythonFailure();
-        require_library(object, QSLPchgvar(problem->slpprob, static_cast<int>(column), nullptr,
-                                           nullptr, nullptr, nullptr, nullptr, nullptr, &value,
-                                           nullptr, nullptr, nullptr, nullptr));
-    }
+    if (point != nullptr) set_values(problem, point);
     double result = 0.0;
-    require_library(object, QSLPevaluateformula(problem->slpprob, 1, types.data(), values.data(),
-                                                &result));
+    require_library(object,
+                    QSLPevaluateformula(problem->slpprob, 1, types.data(), values.data(), &result));
     return require(PyFloat_FromDouble(result));
 }
 
@@ -114,8 +119,9 @@ PyMethodDef formula_inspection_methods[] = {
      "The nonlinear coefficients that the library holds, for tests:\n"
      "[(row, column, factor, [(type, value), ...]), ...]."},
     {"_formula_value", method<quilexmod_formula_value>, METH_VARARGS,
-     "_formula_value(problem, tokens, point)\n--\n\n"
-     "The value of a formula, ended by (0, 0.0), at a list of the columns' values, for tests."},
+     "_formula_value(problem, tokens, point=None)\n--\n\n"
+     "The value of a formula, ended by (0, 0.0), at a list of the columns' values, or at the\n"
+     "values given before, for tests."},
     {nullptr, nullptr, 0, nullptr}};
 
 }  // namespace quilex

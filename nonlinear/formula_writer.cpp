@@ -27,17 +27,28 @@ struct Token {
 
 // The token that closes a node, by node code; a user function's value is its number.
 constexpr Token kClosingTokens[kNodeOperatorCount] = {
-    {QSLP_TOKEN_OPERATOR, QSLP_OPERATOR_ADD},      {QSLP_TOKEN_OPERATOR, QSLP_OPERATOR_SUBTRACT},
-    {QSLP_TOKEN_OPERATOR, QSLP_OPERATOR_NEGATE},   {QSLP_TOKEN_OPERATOR, QSLP_OPERATOR_MULTIPLY},
-    {QSLP_TOKEN_OPERATOR, QSLP_OPERATOR_DIVIDE},   {QSLP_TOKEN_OPERATOR, QSLP_OPERATOR_POWER},
-    {QSLP_TOKEN_FUNCTION, QSLP_FUNCTION_EXP},      {QSLP_TOKEN_FUNCTION, QSLP_FUNCTION_LOG},
-    {QSLP_TOKEN_FUNCTION, QSLP_FUNCTION_LOG10},    {QSLP_TOKEN_FUNCTION, QSLP_FUNCTION_SIN},
-    {QSLP_TOKEN_FUNCTION, QSLP_FUNCTION_COS},      {QSLP_TOKEN_FUNCTION, QSLP_FUNCTION_TAN},
-    {QSLP_TOKEN_FUNCTION, QSLP_FUNCTION_ASIN},     {QSLP_TOKEN_FUNCTION, QSLP_FUNCTION_ACOS},
-    {QSLP_TOKEN_FUNCTION, QSLP_FUNCTION_ATAN},     {QSLP_TOKEN_FUNCTION, QSLP_FUNCTION_MAX},
-    {QSLP_TOKEN_FUNCTION, QSLP_FUNCTION_MIN},      {QSLP_TOKEN_FUNCTION, QSLP_FUNCTION_ABS},
-    {QSLP_TOKEN_FUNCTION, QSLP_FUNCTION_SIGN},     {QSLP_TOKEN_FUNCTION, QSLP_FUNCTION_ERF},
-    {QSLP_TOKEN_FUNCTION, QSLP_FUNCTION_ERFC},     {QSLP_TOKEN_FUNCTION, QSLP_FUNCTION_SQRT},
+    {QSLP_TOKEN_OPERATOR, QSLP_OPERATOR_ADD},
+    {QSLP_TOKEN_OPERATOR, QSLP_OPERATOR_SUBTRACT},
+    {QSLP_TOKEN_OPERATOR, QSLP_OPERATOR_NEGATE},
+    {QSLP_TOKEN_OPERATOR, QSLP_OPERATOR_MULTIPLY},
+    {QSLP_TOKEN_OPERATOR, QSLP_OPERATOR_DIVIDE},
+    {QSLP_TOKEN_OPERATOR, QSLP_OPERATOR_POWER},
+    {QSLP_TOKEN_FUNCTION, QSLP_FUNCTION_EXP},
+    {QSLP_TOKEN_FUNCTION, QSLP_FUNCTION_LOG},
+    {QSLP_TOKEN_FUNCTION, QSLP_FUNCTION_LOG10},
+    {QSLP_TOKEN_FUNCTION, QSLP_FUNCTION_SIN},
+    {QSLP_TOKEN_FUNCTION, QSLP_FUNCTION_COS},
+    {QSLP_TOKEN_FUNCTION, QSLP_FUNCTION_TAN},
+    {QSLP_TOKEN_FUNCTION, QSLP_FUNCTION_ASIN},
+    {QSLP_TOKEN_FUNCTION, QSLP_FUNCTION_ACOS},
+    {QSLP_TOKEN_FUNCTION, QSLP_FUNCTION_ATAN},
+    {QSLP_TOKEN_FUNCTION, QSLP_FUNCTION_MAX},
+    {QSLP_TOKEN_FUNCTION, QSLP_FUNCTION_MIN},
+    {QSLP_TOKEN_FUNCTION, QSLP_FUNCTION_ABS},
+    {QSLP_TOKEN_FUNCTION, QSLP_FUNCTION_SIGN},
+    {QSLP_TOKEN_FUNCTION, QSLP_FUNCTION_ERF},
+    {QSLP_TOKEN_FUNCTION, QSLP_FUNCTION_ERFC},
+    {QSLP_TOKEN_FUNCTION, QSLP_FUNCTION_SQRT},
     {QSLP_TOKEN_USERFUNCTION, 0},
 };
 
@@ -70,11 +81,11 @@ int operators_after(Py_ssize_t position, Py_ssize_t count, Py_ssize_t written) n
 // may change the tree: the node is owned here and its operands are looked up one at a time.
 struct OpenNode {
     Ref node;
-    Py_ssize_t next = 0;         // place of the next operand in the container
-    Py_ssize_t count = 0;        // operands that take part in the balanced tree
-    Py_ssize_t values = 0;       // operands written
-    Py_ssize_t operators = 0;    // operators written
-    Py_ssize_t extracted = -1;   // place of the product's variable that became the column
+    Py_ssize_t next = 0;           // place of the next operand in the container
+    Py_ssize_t count = 0;          // operands that take part in the balanced tree
+    Py_ssize_t values = 0;         // operands written
+    Py_ssize_t operators = 0;      // operators written
+    Py_ssize_t extracted = -1;     // place of the product's variable that became the column
     bool skips_constants = false;  // they went into the factor
 
     int op() const noexcept { return as_node(node.get())->op; }
@@ -270,8 +281,7 @@ class FormulaWriter {
                 "Invalid user function, must specify at least one argument (the user function "
                 "itself)");
         if (!PyCallable_Check(PySequence_Fast_GET_ITEM(args, 0)))
-            raise_runtime_error(
-                "First argument of a user() operator must be the function itself");
+            raise_runtime_error("First argument of a user() operator must be the function itself");
         raise_runtime_error("User functions are not available yet");
     }
 
@@ -358,9 +368,9 @@ class FormulaWriter {
 // The column of coefficients without one of their own.
 int formula_column(Problem* problem) {
     if (problem->formula_column == -1) {
-        require_library(as_object(problem),
-                        QSLPgetintattrib(problem->slpprob, QSLP_ATTRIB_EQUALSCOLUMN,
-                                         &problem->formula_column));
+        require_library(
+            as_object(problem),
+            QSLPgetintattrib(problem->slpprob, QSLP_ATTRIB_EQUALSCOLUMN, &problem->formula_column));
     }
     return problem->formula_column;
 }

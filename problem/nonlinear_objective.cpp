@@ -30,8 +30,7 @@ Owned<Variable> new_transfer_variable() {
 Owned<Constraint> new_transfer_constraint(PyObject* objective, Variable* variable) {
     Owned<Constraint> constraint = constraint_base();
     constraint->name = require(PyUnicode_FromString(kRowName)).release();
-    constraint_set_body(constraint.get(),
-                        make_pair(kDifference, objective, as_object(variable)));
+    constraint_set_body(constraint.get(), make_pair(kDifference, objective, as_object(variable)));
     constraint->lb = 0.0;
     constraint->ub = 0.0;
     return constraint;

@@ -99,8 +99,7 @@ Ref problem_setObjective(PyObject* self, PyObject* arguments, PyObject* keywords
     }
     if (!entries.formulas.empty()) {
         add_objective_transfer(problem, objective, entries);
-        PyObject* const variable =
-            problem->variables[problem->objective_transfer_column];
+        PyObject* const variable = problem->variables[problem->objective_transfer_column];
         convert_objective(problem, variable, entries);
     }
     set_linear_part(problem, entries);

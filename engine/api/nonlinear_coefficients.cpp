@@ -17,8 +17,7 @@ std::size_t at(int index) {
 }
 
 void require_factor(double factor, const char* name) {
-    if (!std::isfinite(factor))
-        fail(QLX_ERROR_ARGUMENT, name, " is ", factor, ", must be finite");
+    if (!std::isfinite(factor)) fail(QLX_ERROR_ARGUMENT, name, " is ", factor, ", must be finite");
 }
 
 std::string entry(const char* name, int index) {
@@ -216,12 +215,13 @@ int QSLPdelcoefs(QSLPprob prob, int ncoefs, const int* rows, const int* cols) {
             for (const std::size_t term : p.coefficients.terms_of_row(rows[k])) {
                 if (p.coefficients.col(term) != cols[k]) continue;
                 if (marked[term] != 0)
-                    fail(QLX_ERROR_ARGUMENT, "rows[", k, "] = ", rows[k], " and cols[", k, "] = ",
-                         cols[k], " are given twice");
+                    fail(QLX_ERROR_ARGUMENT, "rows[", k, "] = ", rows[k], " and cols[", k,
+                         "] = ", cols[k], " are given twice");
                 marked[term] = 1;
                 found = true;
             }
-            if (!found) refuse_missing(rows[k], cols[k], join(" (rows[", k, "] and cols[", k, "])"));
+            if (!found)
+                refuse_missing(rows[k], cols[k], join(" (rows[", k, "] and cols[", k, "])"));
         }
         if (ncoefs > 0) p.coefficients.delete_terms(marked);
     });
@@ -280,14 +280,14 @@ int QSLPevaluateformula(QSLPprob prob, int parsed, const int* type, const double
         FormulaArrays arrays;
         std::int64_t count = 0;
         constexpr std::int64_t kNoLimit = std::numeric_limits<std::int64_t>::max();
-        const BadToken bad = FormulaParser(p.linear.model.num_cols())
-                                 .parse(type, value, kNoLimit, arrays, &count);
+        const BadToken bad =
+            FormulaParser(p.linear.model.num_cols()).parse(type, value, kNoLimit, arrays, &count);
         if (bad.position >= 0) refuse_token(bad, kNoLimit, type, value, "");
         std::vector<double> stack(at(arrays.stack_size));
         const Formula formula{arrays.instructions.data(), arrays.instructions.size(),
                               arrays.constants.data()};
-        *result = evaluate(formula, stack.data(),
-                           [&](int column) { return p.current_value(column); });
+        *result =
+            evaluate(formula, stack.data(), [&](int column) { return p.current_value(column); });
     });
 }
 

@@ -12,7 +12,7 @@ import quilexlib
 LONG = os.environ.get("QUILEX_LONG") == "1"
 
 WORDS = {(22, 0.0): "M", (0, 0.0): "."}
-WORDS |= {(31, code): word for code, word in enumerate("- ** * / + sub".split(), 1)}
+WORDS |= {(31, code): word for code, word in enumerate(["-", "**", "*", "/", "+", "sub"], 1)}
 WORDS |= {
     (12, code): word
     for code, word in {
@@ -55,7 +55,7 @@ def in_place_product(*factors):
     return result
 
 
-FUNCTIONS = {name: getattr(quilex, name) for name in "sin exp log abs sqrt max min".split()}
+FUNCTIONS = {name: getattr(quilex, name) for name in ("sin", "exp", "abs", "max", "min")}
 FUNCTIONS["P"] = in_place_product
 
 # Expression, then one "factor column: tokens" per coefficient; column 1 stands for none.
@@ -186,7 +186,7 @@ def test_deep_trees(p, variables):
 class Program:
     """Random expressions with their values at a point, both built by the same operators."""
 
-    FUNCTIONS = [
+    FUNCTIONS = (
         (quilex.sin, math.sin),
         (quilex.cos, math.cos),
         (quilex.atan, math.atan),
@@ -201,7 +201,7 @@ class Program:
         (lambda e: quilex.log10(abs(e) + 0.5), lambda v: math.log10(abs(v) + 0.5)),
         (lambda e: quilex.sqrt(abs(e) + 0.5), lambda v: math.sqrt(abs(v) + 0.5)),
         (lambda e: -e, lambda v: -v),
-    ]
+    )
 
     def __init__(self, seed, variables):
         self.random = random.Random(seed)
@@ -272,11 +272,9 @@ class Program:
         return (abs(e) + 0.5) ** quilex.sin(f), (abs(v) + 0.5) ** math.sin(w)
 
     def step(self):
-        make = self.random.choice(
-            (self.function, self.extremum, self.sum, self.difference, self.product)
-            + (self.quotient, self.power)
-        )
-        e, v = make()
+        makers = (self.function, self.extremum, self.sum, self.difference)
+        makers += (self.product, self.quotient, self.power)
+        e, v = self.random.choice(makers)()
         if abs(v) > 100:
             e, v = quilex.sin(e), math.sin(v)
         self.slots[self.random.randrange(len(self.slots))] = (e, v)

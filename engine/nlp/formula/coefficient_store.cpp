@@ -170,8 +170,7 @@ void CoefficientStore::index_rows() {
     for (std::size_t row = 1; row < start.size(); ++row) start[row] += start[row - 1];
     by_row_.resize(num_terms());
     std::vector<std::size_t> next = start;
-    for (std::size_t term = 0; term < num_terms(); ++term)
-        by_row_[next[at(rows_[term])]++] = term;
+    for (std::size_t term = 0; term < num_terms(); ++term) by_row_[next[at(rows_[term])]++] = term;
     row_start_ = std::move(start);
 }
 

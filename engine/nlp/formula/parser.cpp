@@ -16,8 +16,8 @@ constexpr Operation kNoOperation = Operation::kMarker;
 
 // Operations by token value.
 constexpr std::array<Operation, QSLP_OPERATOR_SUBTRACT + 1> kOperators = {
-    kNoOperation,         Operation::kNegate, Operation::kPower,   Operation::kMultiply,
-    Operation::kDivide,   Operation::kAdd,    Operation::kSubtract};
+    kNoOperation,       Operation::kNegate, Operation::kPower,   Operation::kMultiply,
+    Operation::kDivide, Operation::kAdd,    Operation::kSubtract};
 
 constexpr std::array<Operation, kLargestFunction + 1> kFunctions = [] {
     std::array<Operation, kLargestFunction + 1> table{};
