@@ -20,6 +20,7 @@
 #include "module/numpy_comparisons.hpp"
 #include "module/numpy_interface.hpp"
 #include "module/settings.hpp"
+#include "nonlinear/formula_inspection.hpp"
 #include "nonlinear/functions.hpp"
 #include "nonlinear/node.hpp"
 #include "problem/controls.hpp"
@@ -85,7 +86,8 @@ PyMethodDef* method_table() {
         std::vector<PyMethodDef> rows;
         for (const PyMethodDef* part :
              {modelling_functions, function_methods, setting_methods, message_handler_methods,
-              environment_methods, conversion_check_methods, inspection_methods}) {
+              environment_methods, conversion_check_methods, inspection_methods,
+              formula_inspection_methods}) {
             for (; part->ml_name != nullptr; ++part) rows.push_back(*part);
         }
         rows.push_back(exit_method);

@@ -3,6 +3,8 @@
 
 #include "model/linterm.hpp"
 #include "model/quadterm.hpp"
+#include "nonlinear/formula_writer.hpp"
+#include "nonlinear/node_internal.hpp"
 
 namespace quilex {
 
@@ -14,6 +16,28 @@ void add_expression(Expression* expression, double sign, RowEntries& row) {
     if (expression_quadratic_count(expression) == 0) return;
     for (const QuadraticEntry& entry : expression_quadratic_entries(expression)) {
         row.add_quadratic(entry.first, entry.second, sign * entry.coefficient);
+    }
+}
+
+void convert_operand(PyObject* operand, double sign, RowEntries& row, const char* message) {
+    if (is_nonlinear(operand)) return write_coefficient(operand, sign, row);
+    if (classify(operand) == kInvalid) raise_runtime_error("%s", message);
+    convertExpr(operand, sign, row);
+}
+
+// Sums and differences are split at the top; everything else is one coefficient.
+void convert_node(PyObject* node, double sign, RowEntries& row) {
+    if (is_sum(node)) {
+        for (Py_ssize_t i = 0; i < nonlin_arg_size(node); ++i) {
+            const Ref item = Ref::share(PyList_GET_ITEM(as_node(node)->args, i));
+            convert_operand(item.get(), sign, row, "Invalid expression in nonlinear sum");
+        }
+    } else if (is_pair_node(node, kDifference)) {
+        const Ref operands = Ref::share(as_node(node)->args);
+        convert_operand(PyTuple_GET_ITEM(operands.get(), 0), sign, row, "Invalid expression");
+        convert_operand(PyTuple_GET_ITEM(operands.get(), 1), -sign, row, "Invalid expression");
+    } else {
+        write_coefficient(node, sign, row);
     }
 }
 
@@ -42,7 +66,7 @@ void convertExpr(PyObject* body, double sign, RowEntries& row) {
             add_expression(reinterpret_cast<Expression*>(body), sign, row);
             return;
         case kNonlinear:
-            raise_runtime_error("Nonlinear bodies and objectives are not available yet");
+            return convert_node(body, sign, row);
         case kInvalid:
             break;
     }

@@ -12,6 +12,8 @@
 #include "module/library_error.hpp"
 #include "problem/access.hpp"
 #include "problem/building.hpp"
+#include "problem/nonlinear_objective.hpp"
+#include "problem/nonlinear_part.hpp"
 #include "problem/released_body.hpp"
 #include "problem/selection.hpp"
 
@@ -52,14 +54,21 @@ bool all_within(std::span<const int> indices, const ObjectList& objects) noexcep
 }  // namespace
 
 void delete_rows(Problem* problem, std::span<const int> rows) {
+    require_no_transfer_row(problem, rows);
     if (all_within(rows, problem->constraints)) restore_bodies(problem, rows, true);
     // Constraints that nobody else holds go without their bodies.
     delete_objects(problem, rows, QLXdelrows, problem->constraints, problem->con_index);
+    int& transfer = problem->objective_transfer_row;
+    transfer = index_after_deletion(transfer, rows);
+    recount_coefficients(problem);
 }
 
 void delete_columns(Problem* problem, std::span<const int> columns) {
+    require_no_transfer_column(problem, columns);
     if (all_within(columns, problem->variables)) restore_bodies_with_columns(problem, columns);
     delete_objects(problem, columns, QLXdelcols, problem->variables, problem->var_index);
+    int& transfer = problem->objective_transfer_column;
+    transfer = index_after_deletion(transfer, columns);
 }
 
 void delete_sets(Problem* problem, std::span<const int> sets) {

@@ -5,6 +5,7 @@
 #include "nonlinear/convert.hpp"
 #include "problem/access.hpp"
 #include "problem/building.hpp"
+#include "problem/nonlinear_objective.hpp"
 #include "problem/object_list.hpp"
 
 namespace quilex {
@@ -63,6 +64,21 @@ void set_quadratic_part(Problem* problem, const RowEntries& entries) {
                                   entries.quadratic_coefficients.data()));
 }
 
+void convert_objective(const Problem* problem, PyObject* objective, RowEntries& entries) {
+    entries.clear();
+    entries.begin_row(problem, nullptr);
+    convertExpr(objective, 1.0, entries);
+    entries.end_row();
+}
+
+void set_sense(Problem* problem, long sense) {
+    PyObject* const self = as_object(problem);
+    require_library(self, QLXchgobjsense(problem->prob, static_cast<int>(sense)));
+    if (is_linear_or_quadratic(problem)) return;
+    require_library(self, QSLPsetdblcontrol(problem->slpprob, QSLP_CONTROL_OBJSENSE,
+                                            static_cast<double>(sense)));
+}
+
 Ref problem_setObjective(PyObject* self, PyObject* arguments, PyObject* keywords) {
     static const char* names[] = {"objective", "sense", nullptr};
     PyObject* objective = nullptr;
@@ -76,12 +92,19 @@ Ref problem_setObjective(PyObject* self, PyObject* arguments, PyObject* keywords
     require_objective(objective);
     // Converted before anything is changed, so that a wrong objective leaves the old one in place.
     RowEntries entries;
-    entries.begin_row(problem, nullptr);
-    convertExpr(objective, 1.0, entries);
-    entries.end_row();
+    convert_objective(problem, objective, entries);
+    if (problem->nl_obj != 0) {
+        remove_objective_transfer(problem);
+        convert_objective(problem, objective, entries);  // columns have moved
+    }
+    if (!entries.formulas.empty()) {
+        add_objective_transfer(problem, objective, entries);
+        PyObject* const variable = problem->variables[problem->objective_transfer_column];
+        convert_objective(problem, variable, entries);
+    }
     set_linear_part(problem, entries);
     set_quadratic_part(problem, entries);
-    require_library(self, QLXchgobjsense(problem->prob, static_cast<int>(sense)));
+    set_sense(problem, sense);
     return none();
 }
 

@@ -4,6 +4,7 @@
 #include "module/library_error.hpp"
 #include "nonlinear/convert.hpp"
 #include "problem/dormant_constraints.hpp"
+#include "problem/nonlinear_part.hpp"
 #include "problem/number_text.hpp"
 #include "problem/released_body.hpp"
 
@@ -43,6 +44,7 @@ void RowBatch::append_row(const Problem* problem, Constraint* constraint) {
     entries_.begin_row(problem, as_object(constraint));
     convertExpr(body.get(), 1.0, entries_);
     entries_.end_row();
+    entries_.formulas.end_row(base_ + row_count());
     const RowSide side = getRhsSense(constraint->lb, constraint->ub, -entries_.constant);
     rhs_.push_back(side.rhs);
     ranges_.push_back(side.range);
@@ -103,20 +105,26 @@ int RowBatch::send_quadratic(QLXprob prob) const {
     return 0;
 }
 
-int RowBatch::send(QLXprob prob, bool* added) const {
+int RowBatch::send(Problem* problem, bool* added) const {
+    const QLXprob prob = problem->prob;
     const int status =
         QLXaddrows64(prob, row_count(), starts_.back(), types_.data(), rhs_.data(), ranges_.data(),
                      starts_.data(), entries_.columns.data(), entries_.coefficients.data());
     if (status != 0) return status;
     *added = true;
     const int name_status = names_.send(prob, QLX_NAMES_ROW, base_);
-    return name_status != 0 ? name_status : send_quadratic(prob);
+    if (name_status != 0) return name_status;
+    const int quadratic_status = send_quadratic(prob);
+    if (quadratic_status != 0 || entries_.formulas.empty()) return quadratic_status;
+    const int formula_status = add_coefficients(problem, entries_.formulas);
+    if (formula_status == 0) ++problem->nl_cons;
+    return formula_status;
 }
 
 void RowBatch::flush(Problem* problem) {
     if (empty()) return;
     bool added = false;
-    const int status = send(problem->prob, &added);
+    const int status = send(problem, &added);
     if (status != 0) {
         set_library_error(as_object(problem));
         undo(problem, added);

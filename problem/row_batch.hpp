@@ -20,18 +20,20 @@ class RowBatch {
     bool empty() const noexcept { return types_.empty(); }
     // Large enough to be sent: keeps the arrays in the cache and the memory small.
     bool full() const noexcept {
-        return types_.size() >= kFullRows || entries_.columns.size() >= kFullEntries;
+        return types_.size() >= kFullRows || entries_.columns.size() >= kFullEntries ||
+               entries_.formulas.token_count() >= kFullTokens;
     }
 
   private:
     static constexpr size_t kFullRows = 1024;
     static constexpr size_t kFullEntries = 65536;
+    static constexpr size_t kFullTokens = 65536;
 
     RowSide side(size_t row) const noexcept { return {types_[row], rhs_[row], ranges_[row]}; }
     int row_count() const noexcept { return static_cast<int>(types_.size()); }
     void append_row(const Problem* problem, Constraint* constraint);
     void drop_rows_from(size_t row) noexcept;
-    int send(QLXprob prob, bool* added) const;
+    int send(Problem* problem, bool* added) const;
     int send_quadratic(QLXprob prob) const;
     void undo(Problem* problem, bool added) noexcept;
     void restore_pending_bodies(Problem* problem) const;

@@ -14,6 +14,7 @@ void RowEntries::begin_row(const Problem* problem, PyObject* constraint) noexcep
     constraint_ = constraint;
     row_start_ = columns.size();
     quadratic_start_ = first_columns.size();
+    formulas.begin_row();
     constant = 0.0;
     highest_ = -1;
     holes_ = 0;
@@ -140,6 +141,7 @@ void RowEntries::abandon_row() noexcept {
     first_columns.resize(quadratic_start_);
     second_columns.resize(quadratic_start_);
     quadratic_coefficients.resize(quadratic_start_);
+    formulas.abandon_row();
 }
 
 void RowEntries::clear() noexcept {
@@ -155,6 +157,7 @@ void RowEntries::clear() noexcept {
     first_columns.clear();
     second_columns.clear();
     quadratic_coefficients.clear();
+    formulas.clear();
 }
 
 namespace {
@@ -172,6 +175,12 @@ void RowEntries::raise_unknown_variable(const Variable* variable) const {
     const Ref name = variable_name(const_cast<Variable*>(variable));
     raise_runtime_error("Variable %S in %S has not been added to problem yet", name.get(),
                         owner.get());
+}
+
+void RowEntries::raise_bad_formula(const char* what, double value) const {
+    const Ref owner = owner_text(constraint_);
+    raise_runtime_error("Invalid value in %S: %s is %s, must be finite", owner.get(), what,
+                        number_text(value).c_str());
 }
 
 void RowEntries::raise_bad_value(const char* what, double value, int column) const {

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "model/expression.hpp"
+#include "problem/formula_entries.hpp"
 #include "problem/problem.hpp"
 
 namespace quilex {
@@ -16,6 +17,7 @@ class RowEntries {
     std::vector<int> second_columns;
     std::vector<double> quadratic_coefficients;
     double constant = 0.0;  // of the row under construction
+    FormulaEntries formulas;
 
     // Starts a row for `constraint`, or for the objective when null (used in messages only).
     void begin_row(const Problem* problem, PyObject* constraint) noexcept;
@@ -36,6 +38,9 @@ class RowEntries {
 
     size_t row_length() const noexcept { return columns.size() - row_start_; }
     size_t quadratic_length() const noexcept { return first_columns.size() - quadratic_start_; }
+    const Problem* problem() const noexcept { return problem_; }
+    // Refuses a number of a formula that is infinite or not a number.
+    [[noreturn]] void raise_bad_formula(const char* what, double value) const;
     // Whether an entry of 0.0 was left out, so that the row lacks a variable of its body.
     bool left_out_zero() const noexcept { return left_out_zero_; }
 

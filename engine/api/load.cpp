@@ -6,6 +6,7 @@
 #include "engine/api/arguments.hpp"
 #include "engine/api/boundary.hpp"
 #include "engine/api/entities.hpp"
+#include "engine/core/nonlinear_problem.hpp"
 
 using namespace qlx;
 
@@ -107,6 +108,7 @@ int load_model(QLXprob prob, const char* function, const Load<Start>& load) {
     return change(prob, function, [&](Problem& p) {
         require_all(load);
         Model& m = p.model;
+        if (p.nonlinear != nullptr) p.nonlinear->clear_model();
         m.load({load.ncols, load.obj, load.lb, load.ub},
                {load.nrows, load.rowtype, load.rhs, load.range}, load.start, load.count,
                load.rowind, load.values);

@@ -7,6 +7,7 @@
 
 #include "engine/api/arguments.hpp"
 #include "engine/api/boundary.hpp"
+#include "engine/core/nonlinear_problem.hpp"
 #include "engine/core/result_edits.hpp"
 
 using namespace qlx;
@@ -97,6 +98,7 @@ int QLXdelrows(QLXprob prob, int nrows, const int* rows) {
         require_count(nrows, "nrows");
         const std::vector<int> map = deletion_map(rows, nrows, p.model.num_rows(), "rows");
         if (nrows == 0) return;
+        if (p.nonlinear != nullptr) p.nonlinear->delete_rows(map);
         p.model.delete_rows(map);
         delete_rows_from_results(p.results, map);
     });
@@ -111,6 +113,10 @@ int QLXdelcols(QLXprob prob, int ncols, const int* cols) {
             if (map[at(indicator.column)] < 0)
                 fail(QLX_ERROR_STATE, "column ", indicator.column, " is the indicator of row ", row,
                      "; delete the row or its indicator first");
+        if (p.nonlinear != nullptr) {
+            p.nonlinear->require_deletable(map);
+            p.nonlinear->delete_columns(map);
+        }
         p.model.delete_columns(map);
         delete_columns_from_results(p.results, map);
     });

@@ -45,8 +45,10 @@ int report(QLXprob prob, int code, const char* text) noexcept {
 }
 
 int report(QSLPprob prob, int code, const char* text) noexcept {
-    if (prob != nullptr) prob->error.set(code, text);
-    return report(nullptr, code, text);
+    if (prob == nullptr) return report(nullptr, code, text);
+    prob->error.set(code, text);
+    // Whoever asks the problem below for its last error must not get an older one.
+    return report(&prob->linear, code, text);
 }
 
 int report(QLXbranchobject, int code, const char* text) noexcept {

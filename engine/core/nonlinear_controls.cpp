@@ -38,6 +38,11 @@ const std::vector<NonlinearAttributeRow>& nonlinear_attribute_table() {
         {QSLP_ATTRIB_PRESOLVESTATE, "presolvestate",
          [](NonlinearProblem& p) -> std::int64_t { return p.presolve_state; }, nullptr,
          "State of the problem: bit 0 augmented, bit 29 presolved"},
+        {QSLP_ATTRIB_COEFS, "nlpcoefs",
+         [](NonlinearProblem& p) -> std::int64_t {
+             return static_cast<std::int64_t>(p.coefficients.num_terms());
+         },
+         nullptr, "Terms of nonlinear coefficients, as they were added"},
         {QSLP_ATTRIB_OBJVAL, "nlpobjval",
          nullptr, [](NonlinearProblem& p) { return p.objective; },
          "Objective value of the last nonlinear solution; not a number when none"},

@@ -2,6 +2,8 @@
 #include "engine/core/solve.hpp"
 
 #include "engine/core/classify.hpp"
+#include "engine/core/nonlinear_problem.hpp"
+#include "engine/core/problem.hpp"
 #include "engine/core/solve_scope.hpp"
 
 namespace qlx {
@@ -49,8 +51,18 @@ void take_as_integer(Results& results) {
 
 }  // namespace
 
+void refuse_nonlinear(const Problem& problem) {
+    if (problem.nonlinear == nullptr) return;
+    const std::size_t terms = problem.nonlinear->coefficients.num_terms();
+    if (terms == 0) return;
+    fail(QLX_ERROR_UNSUPPORTED, "the problem has ", terms,
+         " nonlinear coefficients; there is no solver for them yet, and its linear and quadratic "
+         "part alone would be another problem");
+}
+
 void solve_without_integrality(Problem& problem, const char* flags) {
     refuse_empty(problem);
+    refuse_nonlinear(problem);
     const ProblemClass problem_class = classify(problem.model, false);
     const SolveScope scope(problem);
     solve_continuous(problem, scope, problem_class, flags);
@@ -58,6 +70,7 @@ void solve_without_integrality(Problem& problem, const char* flags) {
 
 void solve_with_integrality(Problem& problem, const char* flags) {
     refuse_empty(problem);
+    refuse_nonlinear(problem);
     const ProblemClass problem_class = classify(problem.model, true);
     if (problem_class == ProblemClass::kMiqp || problem_class == ProblemClass::kMiqcp)
         refuse_class(problem_class);

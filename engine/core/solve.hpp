@@ -9,6 +9,10 @@ namespace qlx {
 void solve_without_integrality(Problem& problem, const char* flags);
 void solve_with_integrality(Problem& problem, const char* flags);
 
+// Throws Error when the problem has nonlinear coefficients: its linear part alone is another
+// problem.
+void refuse_nonlinear(const Problem& problem);
+
 // By class; the caller has checked it.
 class SolveScope;
 void solve_lp(Problem& problem, const SolveScope& scope, const char* flags);

@@ -62,6 +62,7 @@ enum {
     QSLP_ATTRIB_STATUS = 12044,
     QSLP_ATTRIB_PRESOLVESTATE = 12062, /* bit 0: augmented, bit 29: presolved */
     QSLP_ATTRIB_OBJVAL = 12179,
+    QSLP_ATTRIB_COEFS = 12201,       /* terms of nonlinear coefficients, as they were added */
     QSLP_CONTROL_OBJSENSE = 12146,   /* double: 1 minimise, -1 maximise */
     QSLP_CONTROL_AUTOSAVE = 12415,   /* integer: iterations between two automatic saves, 0 none */
     QSLP_POINTER_USEROBJECT = 12601, /* pointer attribute: the caller's own object */

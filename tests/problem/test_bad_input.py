@@ -33,7 +33,10 @@ BAD_CONSTRAINTS = {
         "Variable stranger in constraint R[0-9]+ has not been added",
     ),
     "unknown in product": (lambda x: x[0] * quilex.var("stranger") <= 1, "Variable stranger in"),
-    "nonlinear": (lambda x: quilex.exp(x[0]) <= 1, "not available yet"),
+    "unknown in formula": (
+        lambda x: quilex.sin(x[0]) + quilex.exp(quilex.var("stranger")) <= 1,
+        "Variable in nonlinear part of constraint has not been added to problem yet",
+    ),
     "no body": (lambda x: quilex.constraint.__new__(quilex.constraint), "Stale expression link"),
     "number": (lambda x: 3, "Invalid constraint"),
     "bool": (lambda x: 3 <= 4, "Invalid constraint"),

@@ -39,7 +39,10 @@ BAD = {
     ),
     "infinite": (lambda x: 1e30 * x[3], "coefficient of variable x3 is 1e\\+30"),
     "nan constant": (lambda x: x[0] + float("nan"), "the constant is nan"),
-    "nonlinear": (lambda x: quilex.sin(x[0]), "not available yet"),
+    "unknown in formula": (
+        lambda x: quilex.sin(x[0]) + quilex.exp(quilex.var("stranger")),
+        "Variable in nonlinear part of constraint has not been added to problem yet",
+    ),
 }
 
 

@@ -1,0 +1,18 @@
+// Entry points: solving nonlinear problems.
+#include <qlx/qslp.h>
+
+#include "engine/api/nonlinear_boundary.hpp"
+#include "engine/core/solve.hpp"
+
+using namespace qlx;
+
+extern "C" {
+
+int QSLPnlpoptimize(QSLPprob prob, const char*) {
+    return call(prob, "QSLPnlpoptimize", Access::kSolve, [&](NonlinearProblem& p) {
+        refuse_nonlinear(p.linear);
+        fail(QLX_ERROR_NOT_AVAILABLE, "the nonlinear solver is not available yet");
+    });
+}
+
+}  // extern "C"
