@@ -13,6 +13,7 @@ struct Recovery {
     void (*adjust)(KernelOptions& options);
 };
 
+inline constexpr std::size_t kWithTighterTolerances = 1;
 // The first step without presolve, whose claims come with their reasons.
 inline constexpr std::size_t kWithoutPresolve = 2;
 

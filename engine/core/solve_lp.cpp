@@ -152,26 +152,34 @@ class Ladder {
 
 // First-order iterations cost about as much as two products with the matrix. Where they do not
 // reach the tolerances within this many entries' worth of work, another method will be faster.
-constexpr double kFirstOrderWork = 2e9;
+constexpr double kFirstOrderWork = 1e9;
 
-// -1 when the method did not reach our tolerances: it has then claimed nothing.
+// As asked, then with tighter tolerances: the method's own are relative to the norms of the model,
+// ours to single rows. -1 when neither stands our check: the method has then claimed nothing.
 int solve_by_first_order(Problem& problem, const SolveScope& scope, const KernelOptions& asked) {
     Model& model = problem.model;
-    const double size =
-        static_cast<double>(model.matrix().num_entries()) + model.num_cols() + model.num_rows();
-    KernelOptions options = asked;
-    options.iteration_limit =
-        static_cast<int>(std::min<double>(asked.iteration_limit, 1000 + kFirstOrderWork / size));
+    const double size = static_cast<double>(model.matrix().num_entries()) + model.num_cols() +
+                        model.num_rows();
+    const std::int64_t share = 1000 + static_cast<std::int64_t>(kFirstOrderWork / size);
     LpKernel& kernel = problem.live_model().kernel();
-    KernelResult result;
-    if (attempt(problem, scope, kernel, options, result)) return QLX_LP_OPTIMAL;
-    if (was_stopped(result, asked)) return QLX_LP_UNFINISHED;
-    problem.results.stop_status = QLX_STOP_NONE;
+    Results& results = problem.results;
+    for (const std::size_t step : {std::size_t{0}, kWithTighterTolerances}) {
+        KernelOptions options = asked;
+        recovery_ladder()[step].adjust(options);
+        options.iteration_limit = static_cast<int>(
+            std::min<std::int64_t>(asked.iteration_limit, share - results.first_order_iterations));
+        KernelResult result;
+        if (attempt(problem, scope, kernel, options, result)) return QLX_LP_OPTIMAL;
+        if (was_stopped(result, asked)) return QLX_LP_UNFINISHED;
+        if (result.outcome != KernelOutcome::kOptimal || results.first_order_iterations >= share)
+            break;
+    }
+    results.stop_status = QLX_STOP_NONE;
+    results.lp = {};
+    kernel.forget_basis();
     problem.send(QLX_MSG_WARNING, message::kRecovery,
                  join("the first-order method did not reach the tolerances in ",
-                      result.first_order_iterations, " iterations; solving by simplex"));
-    problem.results.lp = {};
-    kernel.forget_basis();
+                      results.first_order_iterations, " iterations; solving by another"));
     return -1;
 }
 
