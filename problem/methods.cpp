@@ -1,4 +1,5 @@
 // The method table of quilex.problem, joined from the tables of its themes.
+#include "bridge/library_methods.hpp"
 #include "problem/building.hpp"
 #include "problem/controls.hpp"
 #include "problem/problem.hpp"
@@ -11,7 +12,7 @@ void collect_problem_methods() noexcept {
     if (!methods.empty()) return;
     for (const PyMethodDef* table :
          {identity_methods, building_methods, deletion_methods, lookup_methods, objective_methods,
-          solve_methods, result_methods, result_array_methods, control_methods}) {
+          solve_methods, result_methods, result_array_methods, control_methods, change_methods}) {
         for (; table->ml_name != nullptr; ++table) methods.push_back(*table);
     }
     methods.push_back({nullptr, nullptr, 0, nullptr});

@@ -125,7 +125,8 @@ void LpKernel::Live::apply(const KernelOptions& options) {
     highs.setOptionValue("run_crossover", options.crossover ? "on" : "off");
     highs.setOptionValue("solve_relaxation", options.relax);
     highs.setOptionValue("simplex_iteration_limit", options.iteration_limit);
-    highs.setOptionValue("ipm_iteration_limit", options.iteration_limit);
+    highs.setOptionValue("ipm_iteration_limit",
+                         std::min(options.iteration_limit, options.interior_limit));
     highs.setOptionValue("pdlp_iteration_limit", options.iteration_limit);
     highs.setOptionValue("mip_max_nodes", options.node_limit);
     highs.setOptionValue("mip_max_improving_sols", options.solution_limit);
@@ -275,6 +276,25 @@ const std::vector<double>& LpKernel::col_dual() const {
 
 const std::vector<double>& LpKernel::row_dual() const {
     return live_->highs.getSolution().row_dual;
+}
+
+// Asked for values that it does not have, HiGHS would solve once more, past our limits.
+std::vector<double> LpKernel::dual_ray() {
+    Highs& highs = live_->highs;
+    bool found = false;
+    if (!accepted(highs.getDualRay(found)) || !found) return {};
+    std::vector<double> ray(static_cast<std::size_t>(highs.getNumRow()));
+    if (!accepted(highs.getDualRay(found, ray.data())) || !found) return {};
+    return ray;
+}
+
+std::vector<double> LpKernel::primal_ray() {
+    Highs& highs = live_->highs;
+    bool found = false;
+    if (!accepted(highs.getPrimalRay(found)) || !found) return {};
+    std::vector<double> ray(static_cast<std::size_t>(highs.getNumCol()));
+    if (!accepted(highs.getPrimalRay(found, ray.data())) || !found) return {};
+    return ray;
 }
 
 }  // namespace qlx

@@ -32,6 +32,8 @@ struct KernelOptions {
     bool crossover = true;
     bool relax = false;  // ignore integrality
     int iteration_limit = 2147483647;
+    // Of the interior point method beside that: on models without an optimum it may not end.
+    int interior_limit = 1000;
     int node_limit = 2147483647;
     int solution_limit = 2147483647;
     int threads = 1;
@@ -130,6 +132,10 @@ class LpKernel {
     [[nodiscard]] const std::vector<double>& col_value() const;
     [[nodiscard]] const std::vector<double>& col_dual() const;
     [[nodiscard]] const std::vector<double>& row_dual() const;
+    // What the last solve found as its reason for "infeasible" (multipliers of the rows) or
+    // "unbounded" (a direction of the columns); empty where it has none, as after presolve.
+    [[nodiscard]] std::vector<double> dual_ray();
+    [[nodiscard]] std::vector<double> primal_ray();
 
   private:
     struct Live;

@@ -17,7 +17,7 @@ from point_check import objective_value, violations
 
 
 def solve_quilex(instance, method="", time_limit=60.0):
-    """(seconds of problem.solve, status, objective, point)"""
+    """(seconds of problem.solve, status, objective, point, iterations by method)"""
     from statement import state
 
     problem, variables = state(instance)
@@ -30,7 +30,13 @@ def solve_quilex(instance, method="", time_limit=60.0):
     status = problem.getProbStatusString()
     solved = status in ("lp_optimal", "mip_optimal")
     point = problem.getSolution(variables) if solved else None
-    return seconds, status, problem.getObjVal() if solved else None, point
+    counts = problem.attributes
+    iterations = {
+        "simplex": counts.simplexiter,
+        "interior": counts.bariter,
+        "first-order": counts.firstorderiter,
+    }
+    return seconds, status, problem.getObjVal() if solved else None, point, iterations
 
 
 SOLVERS = {"quilex": solve_quilex, "highs": solve_highs, "piqp": solve_piqp}
@@ -40,9 +46,13 @@ def main(solver, kind, name, method="", time_limit="60"):
     instance = find(kind, name).read()
     times = []
     while len(times) < 5 and sum(times) < 1.0:
-        seconds, status, objective, point = SOLVERS[solver](instance, method, float(time_limit))
+        seconds, status, objective, point, *rest = SOLVERS[solver](
+            instance, method, float(time_limit)
+        )
         times.append(seconds)
     report = {"seconds": min(times), "status": status, "objective": objective}
+    if rest:
+        report["iterations"] = rest[0]
     if point is not None and len(point) == len(instance.columns):
         report["at_point"] = objective_value(instance, point)
         report["violations"] = violations(instance, point)[:3]
