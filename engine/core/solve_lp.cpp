@@ -158,8 +158,8 @@ constexpr double kFirstOrderWork = 1e9;
 // ours to single rows. -1 when neither stands our check: the method has then claimed nothing.
 int solve_by_first_order(Problem& problem, const SolveScope& scope, const KernelOptions& asked) {
     Model& model = problem.model;
-    const double size = static_cast<double>(model.matrix().num_entries()) + model.num_cols() +
-                        model.num_rows();
+    const double size =
+        static_cast<double>(model.matrix().num_entries()) + model.num_cols() + model.num_rows();
     const std::int64_t share = 1000 + static_cast<std::int64_t>(kFirstOrderWork / size);
     LpKernel& kernel = problem.live_model().kernel();
     Results& results = problem.results;
