@@ -122,16 +122,14 @@ namespace {
          item);
 }
 
-// Items are compared pair by pair up to this length: adding one short row must not cost a pass over
-// all columns.
+// Up to this length, comparing pairs is faster than marks.
 constexpr std::int64_t kComparedLength = 16;
 
 }  // namespace
 
-void require_distinct(const std::int64_t* start, const int* index, int count, int limit,
-                      const char* name) {
+void require_distinct(IndexStamps& stamps, const std::int64_t* start, const int* index, int count,
+                      int limit, const char* name) {
     if (!environment().checked) return;
-    std::vector<int> seen;  // made for the first long item whose indices do not ascend
     for (int item = 0; item < count; ++item) {
         const std::int64_t first = start[item];
         const std::int64_t end = start[item + 1];
@@ -144,12 +142,9 @@ void require_distinct(const std::int64_t* start, const int* index, int count, in
                     if (index[j] == index[k]) refuse_repeated(name, k, index[k], item);
             continue;
         }
-        if (seen.empty()) seen.assign(static_cast<std::size_t>(limit), -1);
-        for (std::int64_t k = first; k < end; ++k) {
-            int& mark = seen[static_cast<std::size_t>(index[k])];
-            if (mark == item) refuse_repeated(name, k, index[k], item);
-            mark = item;
-        }
+        stamps.begin(limit);
+        for (std::int64_t k = first; k < end; ++k)
+            if (!stamps.mark(index[k])) refuse_repeated(name, k, index[k], item);
     }
 }
 

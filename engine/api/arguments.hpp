@@ -9,6 +9,7 @@
 
 #include "engine/core/environment.hpp"
 #include "engine/core/errors.hpp"
+#include "engine/core/index_stamps.hpp"
 #include "engine/data/model.hpp"
 
 namespace qlx {
@@ -51,8 +52,8 @@ void require_starts(const Start* start, int count, std::int64_t nelems) {
              ", must be the number of entries, ", nelems);
 }
 // No index twice within an item; `limit` is the number of possible indices.
-void require_distinct(const std::int64_t* start, const int* index, int count, int limit,
-                      const char* name);
+void require_distinct(IndexStamps& stamps, const std::int64_t* start, const int* index, int count,
+                      int limit, const char* name);
 // The map old index -> new index (-1 gone) that deleting these indices makes; each at most once.
 [[nodiscard]] std::vector<int> deletion_map(const int* indices, int count, int limit,
                                             const char* name);

@@ -1,7 +1,9 @@
 // Entry points: changing coefficients, bounds, rows and the objective of a model.
 #include <qlx/qlx_model.h>
 
-#include <map>
+#include <algorithm>
+#include <numeric>
+#include <vector>
 
 #include "engine/api/arguments.hpp"
 #include "engine/api/boundary.hpp"
@@ -14,22 +16,35 @@ std::size_t at(int index) {
     return static_cast<std::size_t>(index);
 }
 
-// Bounds after a list of changes, kept apart until all of them are known to be good.
-std::map<int, Sides> changed_bounds(const Model& model, int count, const int* cols,
-                                    const char* type, const double* values) {
-    std::map<int, Sides> bounds;
-    for (int k = 0; k < count; ++k) {
+// A column's bounds after changes.
+struct ColumnBounds {
+    int col;
+    Sides bounds;
+};
+
+// The columns of a list of changes with their bounds at its end, kept apart until all of them are
+// known to be good. Columns in ascending order, as in whole blocks, need no sorting.
+std::vector<ColumnBounds> changed_bounds(const Model& model, int count, const int* cols,
+                                         const char* type, const double* values) {
+    std::vector<int> order(at(count));
+    std::iota(order.begin(), order.end(), 0);
+    if (!std::is_sorted(cols, cols + count))
+        std::stable_sort(order.begin(), order.end(),
+                         [cols](int a, int b) { return cols[a] < cols[b]; });
+    std::vector<ColumnBounds> changed;
+    for (const int k : order) {
         const int col = cols[k];
-        Sides& own =
-            bounds.try_emplace(col, Sides{model.lb()[at(col)], model.ub()[at(col)]}).first->second;
+        if (changed.empty() || changed.back().col != col)
+            changed.push_back({col, {model.lb()[at(col)], model.ub()[at(col)]}});
+        Sides& own = changed.back().bounds;
         if (type[k] != 'U') own.lower = values[k];
         if (type[k] != 'L') own.upper = values[k];
     }
-    return bounds;
+    return changed;
 }
 
-void require_possible(const std::map<int, Sides>& bounds) {
-    for (const auto& [col, own] : bounds)
+void require_possible(const std::vector<ColumnBounds>& changed) {
+    for (const auto& [col, own] : changed)
         if (!(own.lower <= own.upper) || own.lower >= kInfinity || own.upper <= -kInfinity)
             fail(QLX_ERROR_ARGUMENT, "column ", col, " would have lower bound ", own.lower,
                  " and upper bound ", own.upper);
@@ -136,9 +151,10 @@ int QLXchgbounds(QLXprob prob, int nbounds, const int* cols, const char* bndtype
         require_indices(cols, nbounds, p.model.num_cols(), "cols");
         require_letters(bndtype, nbounds, "LUB", "bndtype");
         require_numbers(values, nbounds, "values", false);
-        const std::map<int, Sides> bounds = changed_bounds(p.model, nbounds, cols, bndtype, values);
-        require_possible(bounds);
-        for (const auto& [col, own] : bounds) {
+        const std::vector<ColumnBounds> changed =
+            changed_bounds(p.model, nbounds, cols, bndtype, values);
+        require_possible(changed);
+        for (const auto& [col, own] : changed) {
             p.model.set_lb(col, own.lower);
             p.model.set_ub(col, own.upper);
         }

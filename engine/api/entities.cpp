@@ -56,7 +56,8 @@ void require_sets(int count, const char* type, const std::int64_t* start, const 
     require_starts(start, count, start[count]);
     require_indices(columns, start[count], num_cols, "colind");
     require_numbers(references, start[count], "refval", true);
-    require_distinct(start, columns, count, num_cols, "colind");
+    IndexStamps stamps;
+    require_distinct(stamps, start, columns, count, num_cols, "colind");
     for (int set = 0; set < count; ++set) {
         const auto order = member_order(start[set], start[set + 1], references);
         for (std::size_t k = 1; k < order.size(); ++k)

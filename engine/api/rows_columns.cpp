@@ -44,7 +44,8 @@ void add_rows(Problem& p, int nrows, std::int64_t nelems, const char* rowtype, c
     if (nelems > 0 || start != nullptr) require_starts(start, nrows, nelems);
     require_indices(colind, nelems, p.model.num_cols(), "colind");
     require_numbers(values, nelems, "values", true);
-    if (nelems > 0) require_distinct(start, colind, nrows, p.model.num_cols(), "colind");
+    if (nelems > 0)
+        require_distinct(p.index_stamps, start, colind, nrows, p.model.num_cols(), "colind");
     p.model.append_rows({nrows, rowtype, rhs, range}, nelems > 0 ? start : nullptr, colind, values);
 }
 
@@ -82,7 +83,7 @@ int QLXaddcols64(QLXprob prob, int ncols, int64_t nelems, const double* obj, con
             require_starts(start, ncols, nelems);
             require_indices(rowind, nelems, p.model.num_rows(), "rowind");
             require_numbers(values, nelems, "values", true);
-            require_distinct(start, rowind, ncols, p.model.num_rows(), "rowind");
+            require_distinct(p.index_stamps, start, rowind, ncols, p.model.num_rows(), "rowind");
         }
         const int base = p.model.num_cols();
         p.model.append_columns({ncols, obj, lb, ub});

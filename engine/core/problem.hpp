@@ -6,6 +6,7 @@
 
 #include "engine/core/controls.hpp"
 #include "engine/core/errors.hpp"
+#include "engine/core/index_stamps.hpp"
 #include "engine/core/interrupt_check.hpp"
 #include "engine/core/live_counts.hpp"
 #include "engine/core/messages.hpp"
@@ -59,6 +60,7 @@ struct qlx_problem {
     qlx::Results results;
     qlx::Messages messages;
     qlx::InterruptCheck interrupt_check;
+    qlx::IndexStamps index_stamps;  // kept, so that checking a row costs no pass over all columns
     qlx::NonlinearProblem* nonlinear = nullptr;  // the one built on this problem, not owned
 
   private:

@@ -73,7 +73,13 @@ def solve_highs(instance, method="", time_limit=60.0):
     import highspy
 
     highs = highspy.Highs()
-    options = {"output_flag": False, "threads": 1, "mip_rel_gap": 1e-6, "time_limit": time_limit}
+    options = {
+        "output_flag": False,
+        "threads": 1,
+        "mip_rel_gap": 1e-6,
+        "mip_abs_gap": 1e-9,
+        "time_limit": time_limit,
+    }
     for name, value in options.items():
         highs.setOptionValue(name, value)
     for setting in filter(None, method.split(",")):

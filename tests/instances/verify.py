@@ -27,7 +27,7 @@ METHODS = {
     "first-order": ("n", "solver=pdlp"),
 }
 # Seconds for the first-order method alone.
-FIRST_ORDER_LIMIT = 10.0
+FIRST_ORDER_LIMIT = 5.0
 YARDSTICK = {"lp": "highs", "mip": "highs", "qp": "piqp"}
 # Allowed: factor times the yardstick's own seconds plus a constant, as a geometric mean.
 BUDGET = {"lp": (1.05, 0.005), "mip": (1.05, 0.005), "qp": (2.0, 0.002)}
