@@ -12,7 +12,8 @@ RowSide side_of(Problem* problem, int row) {
     RowSide side{};
     require_library(self, QLXgetrowtype(problem->prob, &side.type, row, row));
     require_library(self, QLXgetrhs(problem->prob, &side.rhs, row, row));
-    if (side.type == 'R') require_library(self, QLXgetrhsrange(problem->prob, &side.range, row, row));
+    if (side.type == 'R')
+        require_library(self, QLXgetrhsrange(problem->prob, &side.range, row, row));
     return side;
 }
 

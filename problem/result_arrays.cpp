@@ -54,8 +54,7 @@ int64_t index_of(const Problem* problem, PyObject* object) {
 }
 
 template <ResultKind Kind>
-Ref values_of_objects(const Problem* problem, const Ref& objects,
-                      std::span<const double> values) {
+Ref values_of_objects(const Problem* problem, const Ref& objects, std::span<const double> values) {
     constexpr npy_intp kAhead = 16;  // objects lie anywhere in memory
     Ref result = new_array(PyArray_NDIM(as_array(objects)), PyArray_DIMS(as_array(objects)));
     auto* const* items = static_cast<PyObject* const*>(PyArray_DATA(as_array(objects)));

@@ -152,7 +152,8 @@ std::vector<int> deletion_map(const int* indices, int count, int limit, const ch
     require_array(indices, count, name);
     std::vector<int> map(static_cast<std::size_t>(limit), 0);
     for (int k = 0; k < count; ++k) {
-        require_index(indices[k], limit, join(name, "[", k, "]").c_str());
+        if (indices[k] < 0 || indices[k] >= limit)
+            require_index(indices[k], limit, join(name, "[", k, "]").c_str());
         int& mark = map[static_cast<std::size_t>(indices[k])];
         if (mark < 0)
             fail(QLX_ERROR_ARGUMENT, name, "[", k, "] is ", indices[k], ", which is given twice");

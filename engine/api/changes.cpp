@@ -79,7 +79,7 @@ int QLXchgobj(QLXprob prob, int ncols, const int* cols, const double* obj) {
         require_array(cols, ncols, "cols");
         require_numbers(obj, ncols, "obj", true);
         for (int k = 0; k < ncols; ++k)
-            if (cols[k] != -1)
+            if (cols[k] < -1 || cols[k] >= p.model.num_cols())
                 require_index(cols[k], p.model.num_cols(), join("cols[", k, "]").c_str());
         for (int k = 0; k < ncols; ++k) {
             if (cols[k] == -1)

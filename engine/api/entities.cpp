@@ -137,7 +137,8 @@ int QLXsetindicators(QLXprob prob, int nrows, const int* rows, const int* cols,
                 fail(QLX_ERROR_ARGUMENT, "complements[", k, "] is ", complements[k],
                      ", must be -1, 0 or 1");
             if (complements[k] == 0) continue;
-            require_index(cols[k], p.model.num_cols(), join("cols[", k, "]").c_str());
+            if (cols[k] < 0 || cols[k] >= p.model.num_cols())
+                require_index(cols[k], p.model.num_cols(), join("cols[", k, "]").c_str());
             if (p.model.quadratic_rows().count(rows[k]) != 0)
                 fail(QLX_ERROR_UNSUPPORTED, "rows[", k, "] is ", rows[k],
                      ", which has quadratic terms; an indicator row must be linear");

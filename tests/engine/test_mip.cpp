@@ -88,7 +88,9 @@ TEST(Mip, FractionalBoundsOfIntegerColumns) {
         ASSERT_EQ(QLXchgobjsense(p, -1), 0);
         ASSERT_EQ(QLXmipoptimize(p, ""), 0) << p.error();
         EXPECT_EQ(p.integer("mipstatus"), c.status) << c.upper;
-        if (c.status == QLX_MIP_OPTIMAL) EXPECT_EQ(p.real(QLX_ATTRIB_MIPOBJVAL), c.optimum);
+        if (c.status == QLX_MIP_OPTIMAL) {
+            EXPECT_EQ(p.real(QLX_ATTRIB_MIPOBJVAL), c.optimum);
+        }
         ASSERT_EQ(QLXlpoptimize(p, ""), 0) << p.error();
         EXPECT_NEAR(p.real(QLX_ATTRIB_LPOBJVAL), c.relaxed, 1e-9);
     }
