@@ -84,16 +84,16 @@ void addColsAsVariables(Problem* problem, PyObject* names, PyObject* types,
     const std::string letters =
         is_given(types) ? std::string() : letters_of_entities(entities, count);
     for (int i = 0; i < count; ++i) {
-        const Owned<Variable> variable = var_base();
-        if (is_given(names)) {
-            variable->name =
-                text_item(names, i, "Cannot get variable name indexed by %d").release();
-        }
+        Domain domain;
+        const Ref name =
+            is_given(names) ? text_item(names, i, "Cannot get variable name indexed by %d") : Ref();
         if (typed) {
             const char letter =
                 is_given(types) ? letter_item(types, i) : letters[static_cast<size_t>(i)];
-            variable->vartype = type_of_letter(letter);
+            domain.vartype = type_of_letter(letter);
         }
+        domain.name = name.get();
+        const Owned<Variable> variable = var_base(domain);
         if (!guarded([&] { problem->variables.append(as_object(variable.get())); })) {
             raise_runtime_error("Cannot add variable to problem's variable set");
         }

@@ -86,7 +86,8 @@ struct LogBuffer {
     static inline FreeList<LogBuffer, 64> unused_[kClasses];
 };
 
-// The log of one expression. Entry needs `retain()` and `release()`; merge_log(log) brings a
+// The log of one expression. Entry needs `retain()`, `release()` and
+// `prefetch()`, which may fetch what release() touches; merge_log(log) brings a
 // log that is exclusive into its merged form, worth_merging(log) guesses whether that shortens it.
 template <class Entry, size_t kInline>
 class AppendLog {
@@ -205,7 +206,11 @@ class AppendLog {
 
     [[gnu::noinline]] static void drop(Buffer* buffer) noexcept {
         if (--buffer->owners > 0) return;
-        for (size_t i = 0; i < buffer->used; ++i) buffer->entries()[i].release();
+        constexpr size_t kAhead = 16;  // variables lie anywhere in memory
+        for (size_t i = 0; i < buffer->used; ++i) {
+            if (i + kAhead < buffer->used) buffer->entries()[i + kAhead].prefetch();
+            buffer->entries()[i].release();
+        }
         Buffer::free(buffer);
     }
 

@@ -12,6 +12,7 @@ namespace quilex {
 struct LinearLogEntry : LinearEntry {
     void retain() const noexcept { Py_INCREF(as_object(variable)); }
     void release() const noexcept { Py_DECREF(as_object(variable)); }
+    void prefetch() const noexcept { __builtin_prefetch(variable, 1); }
 };
 
 // What an entry of the quadratic log does to the nested dictionary first -> (second -> value).
@@ -33,6 +34,7 @@ struct QuadraticLogEntry : QuadraticEntry {
         Py_DECREF(as_object(first));
         Py_DECREF(as_object(second));
     }
+    void prefetch() const noexcept { __builtin_prefetch(second, 1); }
 };
 
 using LinearLog = AppendLog<LinearLogEntry, 4>;

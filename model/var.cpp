@@ -1,97 +1,128 @@
 // quilex.var: the decision variable.
 #include "model/var.hpp"
 
+#include <cstring>
+
 #include "model/constraint.hpp"
 #include "model/expression_object.hpp"
 #include "model/operators.hpp"
 #include "module/environment.hpp"
+#include "module/slabs.hpp"
 
 namespace quilex {
 
 namespace {
 
-constexpr double kDefaultLowerBound = 0.0;
-constexpr double kNoThreshold = -kInfinity;
+SlabPool<Variable> variable_pool;
 
-InstancePool<Variable> variable_pool;
-
-void set_defaults(Variable* variable) noexcept {
+void start(Variable* variable, Domain* domain) noexcept {
     variable->index = qlx_py_env.var_counter++;
-    variable->name = nullptr;
-    variable->lb = kDefaultLowerBound;
-    variable->ub = kInfinity;
-    variable->threshold = kNoThreshold;
-    variable->vartype = kContinuous;
-    variable->stamp_position = 0;
     variable->stamp = 0;
+    variable->stamp_position = 0;
     variable->may_close_cycle = 0;
+    variable->domain = domain;
 }
 
 // A variable of exactly the public type, one serial number taken.
-Owned<Variable> new_variable() {
-    Variable* variable = variable_pool.take(&var_type);
+Owned<Variable> new_variable(Domain* domain) {
+    Variable* variable = nullptr;
+    try {
+        variable = variable_pool.take(&var_type);
+    } catch (...) {
+        release_domain(domain);
+        throw;
+    }
     count_created(Counted::kVariable);
-    set_defaults(variable);
+    start(variable, domain);
     return Owned<Variable>::steal(variable);
 }
 
-void restrict_to_binary(Variable* variable) noexcept {
-    if (variable->vartype != kBinary) return;
-    if (variable->lb < 0.0) variable->lb = 0.0;
-    if (variable->ub > 1.0) variable->ub = 1.0;
+// The variable's domain, to be changed.
+Domain* own_domain(Variable* variable) {
+    return variable->domain = own_domain(variable->domain);
 }
 
-// Keeps any object; one that could refer back to the variable makes it known to the collector.
-void set_name(Variable* variable, PyObject* name) noexcept {
-    if (name != nullptr && !PyUnicode_CheckExact(name) && !PyBytes_CheckExact(name) &&
-        !variable->may_close_cycle) {
-        variable->may_close_cycle = 1;
-        PyObject_GC_Track(variable);
-    }
+void replace_domain(Variable* variable, Domain* domain) noexcept {
+    release_domain(std::exchange(variable->domain, domain));
+}
+
+bool may_refer_back(PyObject* name) noexcept {
+    return name != nullptr && !PyUnicode_CheckExact(name) && !PyBytes_CheckExact(name);
+}
+
+// Makes a variable whose name could refer back to it known to the collector.
+void show_to_collector(Variable* variable) noexcept {
+    if (variable->may_close_cycle) return;
+    variable->may_close_cycle = 1;
+    PyObject_GC_Track(variable);
+}
+
+// Keeps any object; null for the default name.
+void set_name(Variable* variable, PyObject* name) {
+    if (name == variable->domain->name) return;
+    Domain* const domain = own_domain(variable);
+    if (may_refer_back(name)) show_to_collector(variable);
     Py_XINCREF(name);
-    Py_XSETREF(variable->name, name);
+    Py_XSETREF(domain->name, name);
 }
 
-void set_checked_name(Variable* variable, PyObject* name) {
+void require_name(PyObject* name) {
     if (!PyUnicode_Check(name) && !PyBytes_Check(name)) {
         raise_runtime_error("Invalid variable name (must be a string)");
     }
-    set_name(variable, name);
+}
+
+// An instance of the public type or of a subclass, which the collector sees from the start: its
+// attributes may refer to anything.
+Ref new_instance(PyTypeObject* type) {
+    Domain* const domain = find_domain({});
+    if (type == &var_type) return new_variable(domain);
+    PyObject* const self = type->tp_alloc(type, 0);
+    if (self == nullptr) {
+        PyErr_Clear();
+        release_domain(domain);
+        throw std::bad_alloc();
+    }
+    count_created(Counted::kVariable);
+    start(as_variable(self), domain);
+    as_variable(self)->may_close_cycle = 1;
+    return Ref::steal(self);
+}
+
+// Runs a constructor; memory that is lacking is reported in the type's own words.
+template <class Construct>
+PyObject* constructed(const Construct& construct) noexcept {
+    try {
+        return construct().release();
+    } catch (const std::bad_alloc&) {
+        PyErr_SetString(PyExc_RuntimeError, "Could not allocate an object of type Variable");
+    } catch (...) {
+        set_python_error_from_current_exception();
+    }
+    return nullptr;
 }
 
 PyObject* var_new(PyTypeObject* type, PyObject*, PyObject*) noexcept {
-    PyObject* self = type->tp_alloc(type, 0);
-    if (self == nullptr) {
-        PyErr_SetString(PyExc_RuntimeError, "Could not allocate an object of type Variable");
-        return nullptr;
-    }
-    count_created(Counted::kVariable);
-    set_defaults(as_variable(self));
-    // tp_alloc has tracked it, and its attributes may refer to anything.
-    as_variable(self)->may_close_cycle = 1;
-    return self;
+    return constructed([type] { return new_instance(type); });
 }
 
 int var_init(PyObject* self, PyObject* arguments, PyObject* keywords) {
     static const char* names[] = {"name", "lb", "ub", "threshold", "vartype", nullptr};
     Variable* variable = as_variable(self);
-    variable->lb = kDefaultLowerBound;
-    variable->ub = kInfinity;
     variable->index = qlx_py_env.var_counter++;
+    Domain domain;
+    domain.threshold = variable->domain->threshold;
     PyObject* name = nullptr;
     long vartype = kContinuous;
     if (!PyArg_ParseTupleAndKeywords(arguments, keywords, "|Odddl:var", const_cast<char**>(names),
-                                     &name, &variable->lb, &variable->ub, &variable->threshold,
-                                     &vartype)) {
+                                     &name, &domain.lb, &domain.ub, &domain.threshold, &vartype)) {
         return -1;
     }
-    variable->vartype = static_cast<int32_t>(vartype);
-    restrict_to_binary(variable);
-    if (name == nullptr) {
-        set_name(variable, nullptr);  // the default name of the new serial number
-    } else {
-        set_checked_name(variable, name);
-    }
+    domain.vartype = static_cast<int32_t>(vartype);
+    restrict_to_binary(domain);
+    if (name != nullptr) require_name(name);
+    replace_domain(variable, find_domain(domain));
+    set_name(variable, name);  // null: the default name of the new serial number
     return 0;
 }
 
@@ -99,27 +130,27 @@ int var_init(PyObject* self, PyObject* arguments, PyObject* keywords) {
 // know (unusual values, wrong arguments) goes through var_init, which takes the same arguments.
 class VariableCall {
   public:
-    explicit VariableCall(Variable* variable) : variable_(variable) {}
+    // The domain that the arguments describe; its name is borrowed.
+    Domain domain;
 
     // Whether the argument could be stored; sets no error.
     bool store(size_t parameter, PyObject* value) noexcept {
         switch (parameter) {
             case 0:
                 if (!PyUnicode_CheckExact(value) && !PyBytes_CheckExact(value)) return false;
-                if (variable_->name != nullptr) return false;
-                Py_INCREF(value);
-                variable_->name = value;
+                if (domain.name != nullptr) return false;
+                domain.name = value;
                 return true;
             case 1:
-                return store_number(variable_->lb, value);
+                return store_number(domain.lb, value);
             case 2:
-                return store_number(variable_->ub, value);
+                return store_number(domain.ub, value);
             case 3:
-                return store_number(variable_->threshold, value);
+                return store_number(domain.threshold, value);
             case 4: {
                 double code = 0.0;
                 if (!PyLong_CheckExact(value) || !store_number(code, value)) return false;
-                variable_->vartype = static_cast<int32_t>(code);
+                domain.vartype = static_cast<int32_t>(code);
                 return true;
             }
             default:
@@ -135,8 +166,6 @@ class VariableCall {
         }
         return PyLong_CheckExact(value) && small_int_value(value, field);
     }
-
-    Variable* variable_;
 };
 
 size_t parameter_of_keyword(PyObject* keyword) noexcept {
@@ -149,9 +178,8 @@ size_t parameter_of_keyword(PyObject* keyword) noexcept {
     return parameter;
 }
 
-// Calls var_init with the arguments of a vector call.
-Ref initialise_slowly(Variable* variable, PyObject* const* arguments, Py_ssize_t positional,
-                      PyObject* keywords) {
+// Makes the variable by new and init, with the arguments of a vector call.
+Ref construct_slowly(PyObject* const* arguments, Py_ssize_t positional, PyObject* keywords) {
     const Ref tuple = require(PyTuple_New(positional));
     for (Py_ssize_t i = 0; i < positional; ++i) {
         PyTuple_SET_ITEM(tuple.get(), i, Ref::share(arguments[i]).release());
@@ -164,15 +192,15 @@ Ref initialise_slowly(Variable* variable, PyObject* const* arguments, Py_ssize_t
                                           arguments[positional + i]));
         }
     }
-    if (var_init(as_object(variable), tuple.get(), dict.get()) < 0) throw PythonFailure();
-    return share(variable);
+    Ref variable = new_instance(&var_type);
+    if (var_init(variable.get(), tuple.get(), dict.get()) < 0) throw PythonFailure();
+    return variable;
 }
 
-Ref var_call(PyObject*, PyObject* const* arguments, size_t flagged_count, PyObject* keywords) {
+Ref var_call(PyObject* const* arguments, size_t flagged_count, PyObject* keywords) {
     const Py_ssize_t positional = PyVectorcall_NARGS(flagged_count);
     const Py_ssize_t named = keywords == nullptr ? 0 : PyTuple_GET_SIZE(keywords);
-    Owned<Variable> variable = new_variable();
-    VariableCall call(variable.get());
+    VariableCall call;
     bool stored = positional + named <= 5;
     for (Py_ssize_t i = 0; stored && i < positional; ++i) {
         stored = call.store(static_cast<size_t>(i), arguments[i]);
@@ -182,32 +210,23 @@ Ref var_call(PyObject*, PyObject* const* arguments, size_t flagged_count, PyObje
         stored = parameter >= static_cast<size_t>(positional) &&
                  call.store(parameter, arguments[positional + i]);
     }
-    if (!stored) [[unlikely]] {
-        variable->threshold = kNoThreshold;
-        return initialise_slowly(variable.get(), arguments, positional, keywords);
-    }
-    variable->index = qlx_py_env.var_counter++;
-    restrict_to_binary(variable.get());
-    return variable;
+    if (!stored) [[unlikely]]
+        return construct_slowly(arguments, positional, keywords);
+    ++qlx_py_env.var_counter;  // as new and init take one serial number each
+    restrict_to_binary(call.domain);
+    return var_base(call.domain);
 }
 
-PyObject* var_vectorcall(PyObject* type, PyObject* const* arguments, size_t flagged_count,
+PyObject* var_vectorcall(PyObject*, PyObject* const* arguments, size_t flagged_count,
                          PyObject* keywords) noexcept {
-    try {
-        return var_call(type, arguments, flagged_count, keywords).release();
-    } catch (const std::bad_alloc&) {
-        PyErr_SetString(PyExc_RuntimeError, "Could not allocate an object of type Variable");
-    } catch (...) {
-        set_python_error_from_current_exception();
-    }
-    return nullptr;
+    return constructed([&] { return var_call(arguments, flagged_count, keywords); });
 }
 
 void var_dealloc(PyObject* self) noexcept {
     Variable* variable = as_variable(self);
     if (variable->may_close_cycle) [[unlikely]]
         PyObject_GC_UnTrack(self);
-    Py_CLEAR(variable->name);
+    release_domain(variable->domain);
     count_destroyed(Counted::kVariable);
     if (Py_IS_TYPE(self, &var_type)) {
         variable_pool.give(variable);
@@ -217,12 +236,14 @@ void var_dealloc(PyObject* self) noexcept {
 }
 
 int var_traverse(PyObject* self, visitproc visit, void* arg) noexcept {
-    Py_VISIT(as_variable(self)->name);
+    Py_VISIT(as_variable(self)->domain->name);
     return 0;
 }
 
 int var_clear(PyObject* self) noexcept {
-    Py_CLEAR(as_variable(self)->name);
+    // A shared domain has no name.
+    Domain* const domain = as_variable(self)->domain;
+    if (domain->name != nullptr) Py_CLEAR(domain->name);
     return 0;
 }
 
@@ -240,18 +261,45 @@ int assign_name(PyObject* self, PyObject* value, void*) {
     return 0;
 }
 
-PyMemberDef var_members[] = {
-    {"lb", T_DOUBLE, offsetof(Variable, lb), 0, "Lower bound"},
-    {"ub", T_DOUBLE, offsetof(Variable, ub), 0, "Upper bound"},
-    {"threshold", T_DOUBLE, offsetof(Variable, threshold), 0, "Threshold (for partially integers)"},
-    {"vartype", T_INT, offsetof(Variable, vartype), 0,
-     "Type of the variable: continuous (0), integer (1), semi-continuous (2), partially integer "
-     "(3)"},
-    {nullptr, 0, 0, 0, nullptr},
+// The domain's plain fields, read and written by the rules of Python's own members.
+PyMemberDef domain_members[] = {
+    {"lb", T_DOUBLE, offsetof(Domain, lb), 0, nullptr},
+    {"ub", T_DOUBLE, offsetof(Domain, ub), 0, nullptr},
+    {"threshold", T_DOUBLE, offsetof(Domain, threshold), 0, nullptr},
+    {"vartype", T_INT, offsetof(Domain, vartype), 0, nullptr},
 };
+
+Ref get_member(PyObject* self, void* member) {
+    return require(PyMember_GetOne(reinterpret_cast<const char*>(as_variable(self)->domain),
+                                   static_cast<PyMemberDef*>(member)));
+}
+
+int set_member(PyObject* self, PyObject* value, void* member) {
+    // The conversion may run any code, which may share the domain: it is made on a copy.
+    Domain changed = *as_variable(self)->domain;
+    if (PyMember_SetOne(reinterpret_cast<char*>(&changed), static_cast<PyMemberDef*>(member),
+                        value) != 0) {
+        return -1;
+    }
+    Domain* const domain = own_domain(as_variable(self));
+    const ptrdiff_t offset = static_cast<PyMemberDef*>(member)->offset;
+    const size_t size =
+        static_cast<PyMemberDef*>(member)->type == T_INT ? sizeof(int) : sizeof(double);
+    std::memcpy(reinterpret_cast<char*>(domain) + offset,
+                reinterpret_cast<const char*>(&changed) + offset, size);
+    return 0;
+}
 
 PyGetSetDef var_attributes[] = {
     {"name", slot<get_name>, slot<assign_name>, "Variable name", nullptr},
+    {"lb", slot<get_member>, slot<set_member>, "Lower bound", &domain_members[0]},
+    {"ub", slot<get_member>, slot<set_member>, "Upper bound", &domain_members[1]},
+    {"threshold", slot<get_member>, slot<set_member>, "Threshold (for partially integers)",
+     &domain_members[2]},
+    {"vartype", slot<get_member>, slot<set_member>,
+     "Type of the variable: continuous (0), integer (1), semi-continuous (2), partially integer "
+     "(3)",
+     &domain_members[3]},
     QUILEX_ARRAY_PRIORITY,
     {nullptr, nullptr, nullptr, nullptr, nullptr},
 };
@@ -289,7 +337,6 @@ PyTypeObject var_type = {
     .tp_clear = var_clear,
     .tp_richcompare = slot<make_constraint>,
     .tp_methods = modelling_methods,
-    .tp_members = var_members,
     .tp_getset = var_attributes,
     .tp_init = slot<var_init>,
     .tp_new = var_new,
@@ -297,17 +344,22 @@ PyTypeObject var_type = {
     .tp_vectorcall = var_vectorcall,
 };
 
-Owned<Variable> var_base() {
-    return new_variable();
+void restrict_to_binary(Domain& domain) noexcept {
+    if (domain.vartype != kBinary) return;
+    if (domain.lb < 0.0) domain.lb = 0.0;
+    if (domain.ub > 1.0) domain.ub = 1.0;
 }
 
-Ref variable_name(Variable* variable) {
-    if (variable->name == nullptr) {
-        variable->name =
-            require(PyUnicode_FromFormat("C%llu", static_cast<unsigned long long>(variable->index)))
-                .release();
-    }
-    return Ref::share(variable->name);
+Owned<Variable> var_base(const Domain& domain) {
+    Owned<Variable> variable = new_variable(find_domain(domain));
+    if (may_refer_back(domain.name)) show_to_collector(variable.get());
+    return variable;
+}
+
+Ref variable_name(const Variable* variable) {
+    PyObject* const name = variable->domain->name;
+    if (name != nullptr) return Ref::share(name);
+    return require(PyUnicode_FromFormat("C%llu", static_cast<unsigned long long>(variable->index)));
 }
 
 Ref var_copy(Variable* variable, double scale) {

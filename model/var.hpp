@@ -1,6 +1,7 @@
 // quilex.var: the decision variable.
 #pragma once
 
+#include "model/domain.hpp"
 #include "model/operators.hpp"
 
 namespace quilex {
@@ -19,19 +20,17 @@ inline constexpr double kInfinity = 1e20;
 struct Variable {
     PyObject_HEAD
     uint64_t index;  // serial number: identity, hash, order of a product's factors
-    PyObject* name;  // str or bytes; null while it is the default name and nobody asked for it
-    double lb;
-    double ub;
-    double threshold;
-    int32_t vartype;
     // Scratch of the merging of expressions: valid while `stamp` equals the merge's own number.
-    uint32_t stamp_position;
     uint64_t stamp;
+    uint32_t stamp_position;
     // Whether this variable can be part of a reference cycle: an instance of a subclass, or one
     // whose name is neither a plain str nor bytes. Terms and expressions on such variables are
     // tracked by the garbage collector, all others are not.
     uint32_t may_close_cycle;
+    Domain* domain;  // owned
 };
+// With the collector's header: one cache line.
+static_assert(sizeof(Variable) == 48);
 
 extern PyTypeObject var_type;
 
@@ -43,11 +42,14 @@ inline bool is_variable(PyObject* object) noexcept {
 // may happen between taking a stamp and the last look at it.
 uint64_t next_merge_stamp() noexcept;
 
-// A variable made by the module itself: default bounds and type, one serial number.
-Owned<Variable> var_base();
+// Cuts the bounds of a binary variable to [0, 1].
+void restrict_to_binary(Domain& domain) noexcept;
+
+// A variable with the values of a domain, one serial number taken.
+Owned<Variable> var_base(const Domain& domain = {});
 
 // The variable's name as the object that the user gave, or the default name "C%d", made now.
-Ref variable_name(Variable* variable);
+Ref variable_name(const Variable* variable);
 
 // c times x: x itself for 1, the float 0.0 for 0, else a linear term.
 Ref var_copy(Variable* variable, double scale);

@@ -13,6 +13,7 @@
 #include "model/quadterm.hpp"
 #include "model/sos.hpp"
 #include "model/var.hpp"
+#include "model/var_array.hpp"
 #include "module/boundary.hpp"
 #include "module/constants.hpp"
 #include "module/environment.hpp"
@@ -57,6 +58,11 @@ static_assert(kTypes.size() == 14);
 bool types_referenced = false;
 
 PyMethodDef modelling_functions[] = {
+    {"vararray", method<quilexmod_vararray>, METH_VARARGS | METH_KEYWORDS,
+     "vararray(shape, name=None, lb=0, ub=infinity, threshold=-infinity, "
+     "vartype=continuous)\n--\n\n"
+     "A numpy array of new variables. The attributes are those of var; each may be an array that\n"
+     "broadcasts to the shape. The element [2, 0] of an array named x has the name \"x(2,0)\"."},
     {"Sum", method<quilexmod_Sum>, METH_FASTCALL,
      "Sum(*terms)\n--\n\n"
      "The sum of numbers and modelling objects, given one by one or as one list, tuple, dict\n"

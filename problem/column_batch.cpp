@@ -15,14 +15,14 @@ constexpr Py_ssize_t kLongestColumnName = 150;
 // An integer variable whose bounds lie within [0, this] is a binary column.
 constexpr double kLargestBinaryBound = 1.1;
 
-char column_type(const Variable* variable) {
-    switch (variable->vartype) {
+char column_type(const Domain& domain) {
+    switch (domain.vartype) {
         case kContinuous:
             return 'C';
         case kBinary:
             return 'B';
         case kInteger:
-            return variable->lb >= 0.0 && variable->ub <= kLargestBinaryBound ? 'B' : 'I';
+            return domain.lb >= 0.0 && domain.ub <= kLargestBinaryBound ? 'B' : 'I';
         case kSemiContinuous:
             return 'S';
         case kSemiInteger:
@@ -38,29 +38,27 @@ bool has_limit(char type) noexcept {
     return type == 'S' || type == 'R' || type == 'P';
 }
 
-void require_sound_bounds(Variable* variable, char type) {
+void require_sound_bounds(const Variable* variable, char type) {
+    const Domain& domain = *variable->domain;
     // The library cuts the bounds of a binary column to [0, 1].
-    const double lower = type == 'B' ? std::max(variable->lb, 0.0) : variable->lb;
-    const double upper = type == 'B' ? std::min(variable->ub, 1.0) : variable->ub;
-    if (!(variable->lb <= variable->ub && lower <= upper && lower < kInfinity &&
-          upper > -kInfinity)) {
+    const double lower = type == 'B' ? std::max(domain.lb, 0.0) : domain.lb;
+    const double upper = type == 'B' ? std::min(domain.ub, 1.0) : domain.ub;
+    if (!(domain.lb <= domain.ub && lower <= upper && lower < kInfinity && upper > -kInfinity)) {
         const Ref name = variable_name(variable);
         raise_runtime_error(
             "Invalid bounds of %svariable %S: lower bound %s, upper bound %s; the lower bound must "
             "be at most the upper bound, and each on its own side of infinity",
-            type == 'B' ? "binary " : "", name.get(), number_text(variable->lb).c_str(),
-            number_text(variable->ub).c_str());
+            type == 'B' ? "binary " : "", name.get(), number_text(domain.lb).c_str(),
+            number_text(domain.ub).c_str());
     }
-    if (has_limit(type) &&
-        !(variable->threshold >= variable->lb && variable->threshold <= variable->ub)) {
+    if (has_limit(type) && !(domain.threshold >= domain.lb && domain.threshold <= domain.ub)) {
         raise_runtime_error(
             "Incorrect semi-continuous, semi-integer, or partially integer variable; check that "
             "its threshold is between its lower and upper bounds");
     }
 }
 
-void require_name(const Variable* variable) {
-    PyObject* const name = variable->name;
+void require_name(PyObject* name) {
     if (name == nullptr) return;
     if (!PyUnicode_Check(name) && !PyBytes_Check(name)) {
         raise_runtime_error("Invalid variable name (must be a string)");
@@ -71,17 +69,18 @@ void require_name(const Variable* variable) {
 }  // namespace
 
 void ColumnBatch::append_column(const Variable* variable, char type) {
-    lower_.push_back(variable->lb);
-    upper_.push_back(variable->ub);
+    const Domain& domain = *variable->domain;
+    lower_.push_back(domain.lb);
+    upper_.push_back(domain.ub);
     types_.push_back(type);
     if (has_limit(type)) {
-        limits_.push_back(variable->threshold);
+        limits_.push_back(domain.threshold);
         limited_.push_back(base_ + column_count() - 1);
     }
-    if (variable->name == nullptr) {
+    if (domain.name == nullptr) {
         names_.add_number(variable->index);
     } else {
-        names_.add_name(variable->name, "variable", kLongestColumnName);
+        names_.add_name(domain.name, "variable", kLongestColumnName);
     }
 }
 
@@ -105,9 +104,9 @@ void ColumnBatch::collect(Problem* problem, PyObject* object) {
     if (problem->var_index.find(variable->index) != IndexMap::kMissing) {
         raise_runtime_error("Variable already added to problem");
     }
-    const char type = column_type(variable);
+    const char type = column_type(*variable->domain);
     require_sound_bounds(variable, type);
-    require_name(variable);
+    require_name(variable->domain->name);
     if (empty()) {
         all_continuous_ = true;
         require_library(as_object(problem),

@@ -19,7 +19,7 @@ class ColumnBatch {
     bool full() const noexcept { return types_.size() >= kFullColumns; }
 
   private:
-    static constexpr size_t kFullColumns = 16384;
+    static constexpr size_t kFullColumns = 4096;
 
     int column_count() const noexcept { return static_cast<int>(types_.size()); }
     void append_column(const Variable* variable, char type);

@@ -27,7 +27,11 @@ class IndexMap {
         if (offset < near_.size()) {
             if (near_[offset] == kMissing) ++size_;
             near_[offset] = index;
-        } else if (offset == near_.size() && offset > 0 && far_.empty()) {
+        } else if (offset - near_.size() <= 1 && offset > 1 && far_.empty()) {
+            // A variable's constructor takes two serial numbers: every other one is missing.
+            constexpr size_t kGrowth = 4;  // room that is not written yet costs addresses only
+            if (near_.capacity() < offset + 1) near_.reserve(kGrowth * (offset + 1));
+            if (offset != near_.size()) near_.push_back(kMissing);
             near_.push_back(index);
             ++size_;
         } else {

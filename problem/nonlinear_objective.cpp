@@ -20,11 +20,8 @@ constexpr char kRowName[] = "objtransferrow";
 constexpr char kColumnName[] = "objtransfercol";
 
 Owned<Variable> new_transfer_variable() {
-    Owned<Variable> variable = var_base();
-    variable->name = require(PyUnicode_FromString(kColumnName)).release();
-    variable->lb = -kInfinity;
-    variable->ub = kInfinity;
-    return variable;
+    const Ref name = require(PyUnicode_FromString(kColumnName));
+    return var_base({.lb = -kInfinity, .ub = kInfinity, .name = name.get()});
 }
 
 Owned<Constraint> new_transfer_constraint(PyObject* objective, Variable* variable) {

@@ -25,6 +25,8 @@ class ObjectList {
 
     // Throws std::bad_alloc.
     void append(PyObject* object) {
+        constexpr size_t kGrowth = 4;  // room that is not written yet costs addresses only
+        if (items_.size() == items_.capacity()) items_.reserve(kGrowth * items_.size() + 8);
         items_.push_back(reinterpret_cast<uintptr_t>(object));
         Py_INCREF(object);
     }

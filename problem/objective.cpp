@@ -22,36 +22,41 @@ void require_objective(PyObject* objective) {
     raise_runtime_error("Invalid object set as objective");
 }
 
+void change_objective(Problem* problem, std::span<const int> columns,
+                      std::span<const double> coefficients) {
+    require_library(as_object(problem), QLXchgobj(problem->prob, static_cast<int>(columns.size()),
+                                                  columns.data(), coefficients.data()));
+}
+
 // Replaces all linear coefficients and the constant, touching only the columns that have, or get, a
 // coefficient.
 void set_linear_part(Problem* problem, const RowEntries& entries) {
-    PyObject* const self = as_object(problem);
+    constexpr int kConstant = -1;  // the constant's place
     const int count = problem->variables.size();
     std::vector<double> values(static_cast<size_t>(count));
-    if (count > 0) require_library(self, QLXgetobj(problem->prob, values.data(), 0, count - 1));
-    std::vector<int> columns = {-1};  // the constant's place
-    std::vector<double> coefficients = {entries.constant};
+    if (count > 0) {
+        require_library(as_object(problem), QLXgetobj(problem->prob, values.data(), 0, count - 1));
+    }
+    std::vector<int> columns;  // those with an old coefficient
     for (int column = 0; column < count; ++column) {
         double& value = values[static_cast<size_t>(column)];
         if (value == 0.0) continue;
         value = 0.0;
         columns.push_back(column);
     }
-    for (size_t i = 0; i < entries.columns.size(); ++i) {
-        values[static_cast<size_t>(entries.columns[i])] = entries.coefficients[i];
+    change_objective(problem, {&kConstant, 1}, {&entries.constant, 1});
+    if (!columns.empty()) {
+        for (size_t i = 0; i < entries.columns.size(); ++i) {
+            values[static_cast<size_t>(entries.columns[i])] = entries.coefficients[i];
+        }
+        std::vector<double> coefficients;
+        coefficients.reserve(columns.size());
+        for (const int column : columns) {
+            coefficients.push_back(values[static_cast<size_t>(column)]);
+        }
+        change_objective(problem, columns, coefficients);
     }
-    for (size_t i = 1; i < columns.size(); ++i) {
-        double& value = values[static_cast<size_t>(columns[i])];
-        coefficients.push_back(value);
-        value = 0.0;  // done
-    }
-    for (size_t i = 0; i < entries.columns.size(); ++i) {
-        if (values[static_cast<size_t>(entries.columns[i])] == 0.0) continue;
-        columns.push_back(entries.columns[i]);
-        coefficients.push_back(entries.coefficients[i]);
-    }
-    require_library(self, QLXchgobj(problem->prob, static_cast<int>(columns.size()), columns.data(),
-                                    coefficients.data()));
+    change_objective(problem, entries.columns, entries.coefficients);
 }
 
 void set_quadratic_part(Problem* problem, const RowEntries& entries) {

@@ -91,6 +91,17 @@ class var(_Modelling):
         vartype: int = 0,
     ) -> None: ...
 
+_Numbers: TypeAlias = "_Number | Sequence[Any] | NDArray[Any]"
+
+def vararray(
+    shape: int | Sequence[int],
+    name: str | None = None,
+    lb: _Numbers = 0.0,
+    ub: _Numbers = 1e20,
+    threshold: _Numbers = -1e20,
+    vartype: _Numbers = 0,
+) -> _Objects: ...
+
 class constraint:
     """lb <= body <= ub."""
 

@@ -121,9 +121,7 @@ def assign_vec(n, clock):
     p = _problem()
     c = np.array(data.assign_cost(n))
     clock(None)
-    x = np.empty(n * n, dtype=object)
-    x[:] = [quilex.var(vartype=quilex.binary) for _ in range(n * n)]
-    x = x.reshape(n, n)
+    x = quilex.vararray((n, n), vartype=quilex.binary)
     p.addVariable(x)
     p.addConstraint(x.sum(axis=1) == 1, x.sum(axis=0) == 1)
     p.setObjective(quilex.Dot(c.ravel(), x.ravel()))

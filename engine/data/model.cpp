@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "engine/data/growth.hpp"
+
 namespace qlx {
 
 namespace {
@@ -14,7 +16,14 @@ std::size_t at(int index) {
 
 template <class T>
 void append(std::vector<T>& array, const T* values, int count) {
+    make_room(array, at(count));
     array.insert(array.end(), values, values + count);
+}
+
+template <class T>
+void grow_to(std::vector<T>& array, std::size_t count, T value) {
+    make_room(array, count - array.size());
+    array.resize(count, value);
 }
 
 // Keeps the items that have a new index.
@@ -85,8 +94,8 @@ void Model::append_columns(const ColumnBlock& block) {
     if (block.obj != nullptr)
         append(obj_, block.obj, block.count);
     else
-        obj_.resize(lb_.size(), 0.0);
-    col_type_.resize(lb_.size(), 'C');
+        grow_to(obj_, lb_.size(), 0.0);
+    grow_to(col_type_, lb_.size(), 'C');
 }
 
 void Model::append_row_data(const RowBlock& block) {
@@ -161,7 +170,7 @@ void Model::set_col_type(int col, char type) {
     current = type;
     if (type == 'S' || type == 'R' || type == 'P')
         limits_[col] = lb_[at(col)] > -kInfinity ? lb_[at(col)] : 0.0;
-    else
+    else if (!limits_.empty())
         limits_.erase(col);
     if (type == 'B') {
         set_lb(col, std::max(lb_[at(col)], 0.0));

@@ -8,7 +8,7 @@
 namespace qlx {
 
 std::int64_t Names::reference(int index) const noexcept {
-    if (index < run_) return -2 - (run_number_ + index);
+    if (index < run_) return -2 - (run_number_ + index * run_step_);
     const auto place = static_cast<std::size_t>(index - run_);
     return place < reference_.size() ? reference_[place] : kNone;
 }
@@ -102,13 +102,19 @@ void Names::set(int index, std::string_view name) {
     put(index, offset);
 }
 
+bool Names::continues_run(int index, std::int64_t number) const noexcept {
+    if (index != run_ || !reference_.empty()) return false;
+    return run_ < 2 || number == run_number_ + run_ * run_step_;
+}
+
 void Names::set_number(int index, std::int64_t number) {
-    const bool follows = reference_.empty() && index == run_;
-    if (!follows || (run_ > 0 && number != run_number_ + run_)) {
+    if (!continues_run(index, number)) {
         put(index, -2 - number);
         return;
     }
+    // The first item sets the start, the second the step.
     if (run_ == 0) run_number_ = number;
+    if (run_ == 1) run_step_ = number - run_number_;
     ++run_;
     forget_lookups(index);
 }

@@ -31,6 +31,7 @@ class Names {
     // Writes a short text into buffer when the item has no stored one.
     [[nodiscard]] std::string_view text(int index, char (&buffer)[40]) const;
     [[nodiscard]] std::int64_t reference(int index) const noexcept;
+    [[nodiscard]] bool continues_run(int index, std::int64_t number) const noexcept;
     void put(int index, std::int64_t reference);
     void dissolve_run();
     void forget_lookups(int index);
@@ -39,9 +40,10 @@ class Names {
     void insert_into_table(int index);
 
     const char* prefix_;
-    // The leading items whose numbers follow each other; most models need nothing else.
+    // The leading items whose numbers lie at equal steps; most models need nothing else.
     int run_ = 0;
     std::int64_t run_number_ = 0;  // of item 0
+    std::int64_t run_step_ = 0;
     // Per item behind the run: an offset into the pool, kNone, or -2 - number.
     std::vector<std::int64_t> reference_;
     std::string pool_;

@@ -1,6 +1,8 @@
 // Compressed rows: appending, setting, deleting.
 #include "engine/data/row_matrix.hpp"
 
+#include "engine/data/growth.hpp"
+
 #include <algorithm>
 
 namespace qlx {
@@ -34,14 +36,9 @@ void RowMatrix::append_rows(int num_rows, const std::int64_t* start, const int* 
     const std::int64_t first = start[0];
     const std::int64_t count = start[num_rows] - first;
     const std::int64_t shift = start_.back() - first;
-    // Grow by doubling, also when rows come one at a time.
-    const auto room = [](auto& array, std::size_t more) {
-        if (array.size() + more > array.capacity())
-            array.reserve(std::max(array.size() + more, 2 * array.capacity()));
-    };
-    room(column_, slot(count));
-    room(value_, slot(count));
-    room(start_, slot(num_rows));
+    make_room(column_, slot(count));
+    make_room(value_, slot(count));
+    make_room(start_, slot(num_rows));
     bool zeros = false;
     for (std::int64_t k = first; k < first + count; ++k) zeros |= values[k] == 0;
     if (!zeros) {

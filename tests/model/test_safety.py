@@ -2,7 +2,9 @@
 
 import copy
 import gc
+import os
 import pickle
+import resource
 import sys
 import tracemalloc
 import weakref
@@ -253,3 +255,33 @@ def test_references_balance():
     tracemalloc.stop()
     assert [sys.getrefcount(v) for v in (x, y, z)] == before
     assert grown < 2000
+
+
+def resident_bytes():
+    with open("/proc/self/statm") as pages:
+        return int(pages.read().split()[1]) * resource.getpagesize()
+
+
+@pytest.mark.skipif("ASAN_OPTIONS" in os.environ, reason="the sanitizer keeps freed memory")
+def test_memory_of_many_variables_goes_back_and_is_used_again():
+    count, block = 300_000, sys.getsizeof(quilexlib.var())
+    before = resident_bytes()
+    for _ in range(3):
+        many = [quilexlib.var() for _ in range(count)]
+        assert resident_bytes() - before > count * block
+        survivors = many[:: count // 2]
+        del many
+        # Two survivors keep at most as many slabs of 2 MiB, beside the current one.
+        assert resident_bytes() - before < 10 << 20
+        again = [quilexlib.var(ub=k) for k in range(count // 10)]
+        assert resident_bytes() - before < 14 << 20
+        assert [x.ub for x in again] == list(map(float, range(count // 10)))
+        assert len({hash(x) for x in (*survivors, *again)}) == len(survivors) + len(again)
+        del survivors, again
+    assert resident_bytes() - before < 10 << 20
+
+
+def test_a_variable_is_one_cache_line():
+    """The slabs' own idea of the collector's header agrees with the interpreter's."""
+    assert sys.getsizeof(quilexlib.var()) == 64
+    assert not gc.is_tracked(quilexlib.var()) and gc.is_tracked(Named())

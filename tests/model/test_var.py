@@ -87,6 +87,27 @@ def test_attributes_are_written_as_they_are(xy):
         x.upper = 3
 
 
+def test_variables_made_alike_change_apart():
+    class Meddling:
+        def __float__(self):
+            twins.append(quilexlib.var(ub=5))
+            return 6.0
+
+    for name, value, attribute in (("a", -0.0, "lb"), (None, 7.0, "ub"), (None, 2, "vartype")):
+        twins = [quilexlib.var(ub=5) for _ in range(3)]
+        if name is not None:
+            twins[0].name = name
+        setattr(twins[0], attribute, value)
+        assert str(getattr(twins[0], attribute)) == str(value)
+        for other in (*twins[1:], quilexlib.var(ub=5)):
+            assert (str(other.lb), other.ub, other.vartype) == ("0.0", 5.0, 0)
+            assert other.name == f"C{hash(other)}"
+    twins[0].ub = Meddling()
+    assert [x.ub for x in twins] == [6.0, 5.0, 5.0, 5.0]
+    with pytest.raises(TypeError):
+        del twins[0].lb
+
+
 @pytest.mark.parametrize("zero", [0, 0.0, -0.0, False])
 def test_neutral_and_degenerate_operands(xy, zero):
     x, _ = xy

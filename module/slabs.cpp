@@ -1,0 +1,58 @@
+// Slabs: memory for the objects that exist by the million.
+#include "module/slabs.hpp"
+
+#include <sys/mman.h>
+
+#include <new>
+
+namespace quilex {
+
+// Goes on with a slab that has room, or a new one. The full one is found again through its blocks.
+void Slabs::change_slab() {
+    Slab* next = with_room_;
+    if (next != nullptr) {
+        unlist(next);
+    } else {
+        next = map_slab();
+    }
+    current_ = next;
+}
+
+void Slabs::keep_or_unmap(Slab* slab) noexcept {
+    if (slab->live > 0) {
+        if (!slab->is_listed) list(slab);
+        return;
+    }
+    if (slab->is_listed) unlist(slab);
+    munmap(slab, kSlabBytes);
+}
+
+void Slabs::list(Slab* slab) noexcept {
+    slab->previous = nullptr;
+    slab->next = with_room_;
+    if (with_room_ != nullptr) with_room_->previous = slab;
+    with_room_ = slab;
+    slab->is_listed = true;
+}
+
+void Slabs::unlist(Slab* slab) noexcept {
+    (slab->previous == nullptr ? with_room_ : slab->previous->next) = slab->next;
+    if (slab->next != nullptr) slab->next->previous = slab->previous;
+    slab->is_listed = false;
+}
+
+// Maps twice the size and gives back what lies beside the aligned part.
+Slabs::Slab* Slabs::map_slab() {
+    void* const mapping =
+        mmap(nullptr, 2 * kSlabBytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (mapping == MAP_FAILED) throw std::bad_alloc();
+    char* const first = static_cast<char*>(mapping);
+    const size_t before = (0 - reinterpret_cast<uintptr_t>(mapping)) & (kSlabBytes - 1);
+    if (before > 0) munmap(first, before);
+    munmap(first + before + kSlabBytes, kSlabBytes - before);
+    auto* const slab = new (first + before) Slab{};
+    slab->fresh = reinterpret_cast<char*>(slab + 1);
+    return slab;
+}
+
+}  // namespace quilex
