@@ -11,6 +11,7 @@
 
 #include "module/free_list.hpp"
 #include "module/live_counts.hpp"
+#include "module/pages.hpp"
 
 namespace quilex {
 
@@ -53,11 +54,15 @@ struct LogBuffer {
 
     // The same entries in a larger block; only for a buffer with one owner.
     static LogBuffer* grow(LogBuffer* buffer, size_t needed) {
-        // Large logs grow by an eighth, so that a kept expression wastes at most two bytes a term.
-        const size_t step = buffer->capacity < kLarge ? buffer->capacity : buffer->capacity / 8;
+        // Large logs grow by a sixteenth, so that a kept expression wastes at most a byte a term.
+        const bool is_large = buffer->capacity >= kLarge;
+        const size_t step = is_large ? buffer->capacity / 16 : buffer->capacity;
         const size_t capacity = std::max(needed, buffer->capacity + step);
         auto* grown = static_cast<LogBuffer*>(PyMem_Realloc(buffer, bytes(capacity)));
         if (grown == nullptr) throw std::bad_alloc();
+        if (is_large) {
+            fetch_pages(grown->entries() + grown->used, (capacity - grown->used) * sizeof(Entry));
+        }
         grown->capacity = capacity;
         return grown;
     }

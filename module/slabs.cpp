@@ -5,17 +5,24 @@
 
 #include <new>
 
+#include "module/pages.hpp"
+
 namespace quilex {
 
-// Goes on with a slab that has room, or a new one. The full one is found again through its blocks.
-void Slabs::change_slab() {
-    Slab* next = with_room_;
-    if (next != nullptr) {
-        unlist(next);
-    } else {
-        next = map_slab();
+// Goes on with what is left of the current slab, with one that has room, or with a new one. A full
+// slab is found again through its blocks.
+void Slabs::make_room() {
+    if (current_ == nullptr || current_->ready == current_->end()) {
+        if (with_room_ == nullptr) {
+            current_ = map_slab();
+        } else {
+            current_ = with_room_;
+            unlist(current_);
+        }
     }
-    current_ = next;
+    if (current_->has_room(block_bytes_)) return;
+    fetch_pages(current_->ready, kStepBytes);
+    current_->ready += kStepBytes;
 }
 
 void Slabs::keep_or_unmap(Slab* slab) noexcept {
@@ -52,6 +59,7 @@ Slabs::Slab* Slabs::map_slab() {
     munmap(first + before + kSlabBytes, kSlabBytes - before);
     auto* const slab = new (first + before) Slab{};
     slab->fresh = reinterpret_cast<char*>(slab + 1);
+    slab->ready = first + before + kStepBytes;
     return slab;
 }
 

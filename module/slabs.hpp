@@ -15,7 +15,7 @@ class Slabs {
     // A block of memory. Throws std::bad_alloc.
     void* take() {
         if (current_ == nullptr || !current_->has_room(block_bytes_)) [[unlikely]]
-            change_slab();
+            make_room();
         ++current_->live;
         if (FreeBlock* block = current_->unused) {
             current_->unused = block->next;
@@ -35,12 +35,14 @@ class Slabs {
 
   private:
     static constexpr size_t kSlabBytes = size_t{1} << 21;
+    static constexpr size_t kStepBytes = size_t{1} << 17;
 
     struct FreeBlock {
         FreeBlock* next;
     };
     struct alignas(64) Slab {
-        char* fresh;  // what lies from here to the end was never given out
+        char* fresh;  // what lies from here on was never given out
+        char* ready;  // up to here its pages are there already
         FreeBlock* unused;
         size_t live;
         // Neighbours among the slabs that have room and are not current.
@@ -50,7 +52,7 @@ class Slabs {
 
         char* end() noexcept { return reinterpret_cast<char*>(this) + kSlabBytes; }
         bool has_room(size_t bytes) noexcept {
-            return unused != nullptr || static_cast<size_t>(end() - fresh) >= bytes;
+            return unused != nullptr || static_cast<size_t>(ready - fresh) >= bytes;
         }
     };
 
@@ -58,7 +60,7 @@ class Slabs {
         return reinterpret_cast<Slab*>(reinterpret_cast<uintptr_t>(block) & ~(kSlabBytes - 1));
     }
 
-    void change_slab();
+    void make_room();
     void keep_or_unmap(Slab* slab) noexcept;
     void list(Slab* slab) noexcept;
     void unlist(Slab* slab) noexcept;
