@@ -11,10 +11,7 @@ namespace {
 // The modelling object at an index of the problem's list; -1 for a negative index.
 Ref object_at(Problem* problem, ObjectKind kind, int index) {
     if (index < 0) return require(PyLong_FromLong(-1));
-    if (index >= objects_of(problem, kind).size()) {
-        raise(PyExc_IndexError, "list index out of range");
-    }
-    return share(object_of(problem, kind, index));
+    return Ref::share(checked_object_of(problem, kind, index));
 }
 
 template <ElementKind Kind>

@@ -94,7 +94,7 @@ std::array<Ref, Count> parse_objects(PyObject* arguments, PyObject* keywords,
     std::array<Ref, Count> objects;
     for (size_t i = 0; i < Count; ++i) {
         if (missing != nullptr && (given[i] == nullptr || given[i] == Py_None)) {
-            raise_runtime_error(missing);
+            raise_runtime_error("%s", missing);
         }
         objects[i] = share(given[i]);
     }

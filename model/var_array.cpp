@@ -7,6 +7,7 @@
 
 #include "model/var.hpp"
 #include "module/numpy.hpp"
+#include "module/pending_exception.hpp"
 
 namespace quilex {
 
@@ -44,12 +45,8 @@ Shape parse_shape(PyObject* object) {
 
 // Replaces the pending exception by a ValueError that names the argument.
 [[noreturn]] void raise_for_argument(const char* name) {
-    PyObject *type, *value, *traceback;
-    PyErr_Fetch(&type, &value, &traceback);
-    const Ref held_type = Ref::steal(type);
-    const Ref held_value = Ref::steal(value);
-    const Ref held_traceback = Ref::steal(traceback);
-    raise(PyExc_ValueError, "argument '%s': %S", name, held_value ? held_value.get() : Py_None);
+    const Ref exception = take_exception();
+    raise(PyExc_ValueError, "argument '%s': %S", name, exception.get());
 }
 
 // An attribute's value for every element: one for all, or an array that broadcasts to the shape.

@@ -9,6 +9,7 @@
 
 #include "callbacks/branchobj.hpp"
 #include "module/environment.hpp"
+#include "module/pending_exception.hpp"
 #include "problem/problem.hpp"
 
 namespace quilex {
@@ -62,26 +63,14 @@ void raise_global_error(const char* message_of_failed_query) noexcept {
 bool callback_failed() noexcept {
     if (PyErr_Occurred()) return true;
     if (qlx_py_env.deferred_exception == nullptr) return false;
-    PyObject* const exception = std::exchange(qlx_py_env.deferred_exception, nullptr);
-    PyErr_Restore(share(Py_TYPE(exception)).release(), exception,
-                  PyException_GetTraceback(exception));
+    set_exception(Ref::steal(std::exchange(qlx_py_env.deferred_exception, nullptr)));
     return true;
 }
 
 void defer_pending_exception() noexcept {
-    PyObject* type = nullptr;
-    PyObject* value = nullptr;
-    PyObject* traceback = nullptr;
-    PyErr_Fetch(&type, &value, &traceback);
-    if (type == nullptr) return;
-    PyErr_NormalizeException(&type, &value, &traceback);
-    if (traceback != nullptr) PyException_SetTraceback(value, traceback);
-    Py_XDECREF(type);
-    Py_XDECREF(traceback);
+    Ref exception = take_exception();
     if (qlx_py_env.deferred_exception == nullptr) {
-        qlx_py_env.deferred_exception = value;
-    } else {
-        Py_XDECREF(value);
+        qlx_py_env.deferred_exception = exception.release();
     }
 }
 

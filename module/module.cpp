@@ -20,6 +20,7 @@
 #include "module/message_handlers.hpp"
 #include "module/numpy_comparisons.hpp"
 #include "module/numpy_interface.hpp"
+#include "module/pending_exception.hpp"
 #include "module/settings.hpp"
 #include "nonlinear/formula_inspection.hpp"
 #include "nonlinear/functions.hpp"
@@ -120,16 +121,12 @@ void release_environment() noexcept {
 // The module's release function, called at the interpreter's end and when start-up failed. Its own
 // failures have nobody to receive them, and an exception of the start-up stays pending.
 void quilexmod_freeModule(void*) noexcept {
-    PyObject* type = nullptr;
-    PyObject* value = nullptr;
-    PyObject* traceback = nullptr;
-    PyErr_Fetch(&type, &value, &traceback);
+    const PendingException kept;
     release_environment();
     if (restore_numpy_comparisons() != 0) PyErr_WriteUnraisable(nullptr);
     clear_modelling_pools();
     release_types();
     if (turnQLXoff(0) != 0) PyErr_WriteUnraisable(nullptr);
-    PyErr_Restore(type, value, traceback);
 }
 
 PyModuleDef module_definition = {

@@ -6,6 +6,7 @@
 #include "module/numpy.hpp"
 #include "module/numpy_comparison_ways.hpp"
 #include "module/numpy_model_ufuncs.hpp"
+#include "module/pending_exception.hpp"
 
 namespace quilex {
 
@@ -87,12 +88,10 @@ class WarningsIgnored {
         require(PyObject_CallMethod(warnings.get(), "simplefilter", "s", "ignore"));
     }
     ~WarningsIgnored() {
-        PyObject *type, *value, *traceback;
-        PyErr_Fetch(&type, &value, &traceback);
+        const PendingException kept;
         const Ref result = Ref::steal(
             PyObject_CallMethod(context_.get(), "__exit__", "OOO", Py_None, Py_None, Py_None));
         if (!result) PyErr_WriteUnraisable(nullptr);
-        PyErr_Restore(type, value, traceback);
     }
     WarningsIgnored(const WarningsIgnored&) = delete;
     WarningsIgnored& operator=(const WarningsIgnored&) = delete;

@@ -5,6 +5,7 @@
 
 #include "module/boundary.hpp"
 #include "module/numpy.hpp"
+#include "module/pending_exception.hpp"
 #include "nonlinear/node_internal.hpp"
 
 namespace quilex {
@@ -55,19 +56,6 @@ double complementary_error_function(double x) {
     return std::erfc(x);
 }
 
-// An exception taken from the interpreter for a while.
-struct Raised {
-    Ref type, value, traceback;
-
-    static Raised take() noexcept {
-        PyObject *type, *value, *traceback;
-        PyErr_Fetch(&type, &value, &traceback);
-        PyErr_NormalizeException(&type, &value, &traceback);
-        return {Ref::steal(type), Ref::steal(value), Ref::steal(traceback)};
-    }
-    void restore() noexcept { PyErr_Restore(type.release(), value.release(), traceback.release()); }
-};
-
 struct RecursionLeft {
     ~RecursionLeft() { Py_LeaveRecursiveCall(); }
 };
@@ -111,11 +99,11 @@ Ref element_result(PyObject* result) {
     if (!PyErr_ExceptionMatches(PyExc_Exception) || PyErr_ExceptionMatches(PyExc_MemoryError) ||
         PyErr_ExceptionMatches(PyExc_RecursionError))
         throw PythonFailure();
-    const Raised cause = Raised::take();
+    Ref cause = take_exception();
     PyErr_SetString(PyExc_RuntimeError, "Cannot compose operation");
-    Raised failure = Raised::take();
-    PyException_SetCause(failure.value.get(), Ref::share(cause.value.get()).release());
-    failure.restore();
+    Ref failure = take_exception();
+    PyException_SetCause(failure.get(), cause.release());
+    set_exception(std::move(failure));
     throw PythonFailure();
 }
 

@@ -2,6 +2,7 @@
 #include "problem/building.hpp"
 
 #include "module/boundary.hpp"
+#include "module/pending_exception.hpp"
 #include "problem/access.hpp"
 #include "problem/column_batch.hpp"
 #include "problem/row_batch.hpp"
@@ -18,14 +19,8 @@ void walk_and_flush(Problem* problem, ArgumentWalker& walker, PyObject* const* a
     try {
         walker.walk(arguments, count);
     } catch (const PythonFailure&) {
-        PyObject *type, *value, *traceback;
-        PyErr_Fetch(&type, &value, &traceback);
-        try {
-            flush_pending(problem);
-        } catch (const PythonFailure&) {
-            PyErr_Clear();  // the first failure is the one to report
-        }
-        PyErr_Restore(type, value, traceback);
+        const PendingException first;  // the one to report
+        guarded([&] { flush_pending(problem); });
         throw;
     }
     flush_pending(problem);

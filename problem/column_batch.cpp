@@ -3,7 +3,9 @@
 
 #include <algorithm>
 
+#include "module/boundary.hpp"
 #include "module/library_error.hpp"
+#include "module/pending_exception.hpp"
 #include "problem/number_text.hpp"
 #include "problem/object_list.hpp"
 
@@ -158,22 +160,17 @@ void ColumnBatch::flush(Problem* problem) {
 
 // Takes the batch's variables out of the problem; the pending exception stays.
 void ColumnBatch::undo(Problem* problem, bool added) noexcept {
-    PyObject *type, *value, *traceback;
-    PyErr_Fetch(&type, &value, &traceback);
+    const PendingException kept;
     const int first = problem->variables.size() - column_count();
     for (int i = 0; i < column_count(); ++i) {
         problem->var_index.erase_serial(
             reinterpret_cast<Variable*>(problem->variables[first + i])->index);
     }
-    try {
+    guarded([&] {
         const std::vector<int> columns = index_range(base_, column_count());
         if (added) QLXdelcols(problem->prob, column_count(), columns.data());
         problem->variables.truncate(first);
-    } catch (...) {
-        set_python_error_from_current_exception();
-        PyErr_Clear();
-    }
-    PyErr_Restore(type, value, traceback);
+    });
 }
 
 }  // namespace quilex

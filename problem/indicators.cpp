@@ -1,7 +1,9 @@
 // addIndicator: rows that hold only when a binary variable has a value.
 #include "model/constraint.hpp"
 #include "model/expression.hpp"
+#include "module/boundary.hpp"
 #include "module/library_error.hpp"
+#include "module/pending_exception.hpp"
 #include "problem/access.hpp"
 #include "problem/building.hpp"
 #include "problem/deletion.hpp"
@@ -69,14 +71,10 @@ void add_indicator(Problem* problem, PyObject* condition_object, PyObject* const
     }
     // A row without its condition would be another model: it goes.
     set_library_error(as_object(problem));
-    PyObject *type, *value, *traceback;
-    PyErr_Fetch(&type, &value, &traceback);
-    try {
-        delete_rows(problem, {&row, 1});
-    } catch (const PythonFailure&) {
-        PyErr_Clear();
+    {
+        const PendingException kept;
+        guarded([&] { delete_rows(problem, {&row, 1}); });
     }
-    PyErr_Restore(type, value, traceback);
     throw PythonFailure();
 }
 

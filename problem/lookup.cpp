@@ -75,9 +75,7 @@ Ref lookup_method(PyObject* self, PyObject* arguments, PyObject* keywords) {
         return list_of_objects(problem, Kind, 0, count);
     }
     if (is_integer(selection.index)) {
-        const int64_t index = int64_value(selection.index);
-        if (index < 0 || index >= count) raise(PyExc_IndexError, "list index out of range");
-        return Ref::share(object_of(problem, Kind, static_cast<int>(index)));
+        return Ref::share(checked_object_of(problem, Kind, int64_value(selection.index)));
     }
     LookupWalker walker(problem, Kind);
     walker.walk(&selection.index, 1);

@@ -5,7 +5,9 @@
 #include <algorithm>
 
 #include "model/constraint.hpp"
+#include "module/boundary.hpp"
 #include "module/library_error.hpp"
+#include "module/pending_exception.hpp"
 #include "nonlinear/node_internal.hpp"
 #include "problem/access.hpp"
 #include "problem/column_batch.hpp"
@@ -55,18 +57,13 @@ void send_row(Problem* problem, RowEntries& entries, int row) {
 
 // Takes back what was added from these sizes on; the pending exception stays.
 void take_back(Problem* problem, int rows, int columns) noexcept {
-    PyObject *type, *value, *traceback;
-    PyErr_Fetch(&type, &value, &traceback);
-    try {
+    const PendingException kept;
+    guarded([&] {
         int row_count = 0;
         QLXgetintattrib(problem->prob, QLX_ATTRIB_ROWS, &row_count);
         if (row_count > rows) QLXdelrows(problem->prob, 1, &rows);
         if (problem->variables.size() > columns) delete_columns(problem, {&columns, 1});
-    } catch (...) {
-        set_python_error_from_current_exception();
-        PyErr_Clear();
-    }
-    PyErr_Restore(type, value, traceback);
+    });
 }
 
 }  // namespace

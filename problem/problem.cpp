@@ -4,6 +4,7 @@
 #include "module/boundary.hpp"
 #include "module/library_error.hpp"
 #include "module/live_counts.hpp"
+#include "module/pending_exception.hpp"
 #include "module/static_type.hpp"
 #include "problem/access.hpp"
 #include "problem/column_batch.hpp"
@@ -47,11 +48,9 @@ void destroy_library_problems(Problem* problem) noexcept {
     if (problem->slpprob != nullptr) status = QSLPdestroyprob(problem->slpprob);
     if (status == 0 && problem->prob != nullptr) status = QLXdestroyprob(problem->prob);
     if (status != 0) {
-        PyObject *type, *value, *traceback;
-        PyErr_Fetch(&type, &value, &traceback);
+        const PendingException kept;
         set_library_error(as_object(problem));
         PyErr_WriteUnraisable(as_object(problem));
-        PyErr_Restore(type, value, traceback);
     }
     problem->slpprob = nullptr;
     problem->prob = nullptr;
@@ -155,10 +154,10 @@ void problem_dealloc(PyObject* self) noexcept {
     PyTypeObject* const type = Py_TYPE(self);
     PyObject_GC_UnTrack(self);
     if (problem->weak_references != nullptr) PyObject_ClearWeakRefs(self);
-    PyObject *error_type, *error_value, *error_traceback;
-    PyErr_Fetch(&error_type, &error_value, &error_traceback);
-    problem_clear(self);
-    PyErr_Restore(error_type, error_value, error_traceback);
+    {
+        const PendingException kept;
+        problem_clear(self);
+    }
     delete problem->rows;
     delete problem->columns;
     delete problem->results;

@@ -6,6 +6,7 @@
 #include "model/var.hpp"
 #include "module/boundary.hpp"
 #include "module/library_error.hpp"
+#include "module/pending_exception.hpp"
 #include "problem/access.hpp"
 #include "problem/selection.hpp"
 #include "problem/walker.hpp"
@@ -53,12 +54,8 @@ int copy_nonlinear(Problem* problem, ResultKind kind, double* values) {
 // The kind's own message, followed by the library's.
 [[noreturn]] void raise_no_result(Problem* problem, ResultKind kind) {
     set_library_error(as_object(problem));
-    PyObject *type, *value, *traceback;
-    PyErr_Fetch(&type, &value, &traceback);
-    const Ref held_type = Ref::steal(type);
-    const Ref held_value = Ref::steal(value);
-    const Ref held_traceback = Ref::steal(traceback);
-    raise_runtime_error("%s: %S", text_of(kind).failure, held_value ? held_value.get() : Py_None);
+    const Ref exception = take_exception();
+    raise_runtime_error("%s: %S", text_of(kind).failure, exception.get());
 }
 
 int nonlinear_result_length(Problem* problem, ResultKind kind) {

@@ -1,7 +1,9 @@
 // The pending batch of rows.
 #include "problem/row_batch.hpp"
 
+#include "module/boundary.hpp"
 #include "module/library_error.hpp"
+#include "module/pending_exception.hpp"
 #include "nonlinear/convert.hpp"
 #include "problem/dormant_constraints.hpp"
 #include "problem/nonlinear_part.hpp"
@@ -156,9 +158,8 @@ void RowBatch::restore_pending_bodies(Problem* problem) const {
 
 // Takes the batch's constraints out of the problem; the pending exception stays.
 void RowBatch::undo(Problem* problem, bool added) noexcept {
-    PyObject *type, *value, *traceback;
-    PyErr_Fetch(&type, &value, &traceback);
-    try {
+    const PendingException kept;
+    guarded([&] {
         restore_pending_bodies(problem);
         const int first = problem->constraints.size() - row_count();
         for (int row = 0; row < row_count(); ++row) {
@@ -168,11 +169,7 @@ void RowBatch::undo(Problem* problem, bool added) noexcept {
         const std::vector<int> rows = index_range(base_, row_count());
         if (added) QLXdelrows(problem->prob, row_count(), rows.data());
         problem->constraints.truncate(first);
-    } catch (...) {
-        set_python_error_from_current_exception();
-        PyErr_Clear();
-    }
-    PyErr_Restore(type, value, traceback);
+    });
 }
 
 }  // namespace quilex

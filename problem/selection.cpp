@@ -13,6 +13,13 @@ PyObject* object_of(Problem* problem, ObjectKind kind, int index) {
     return objects_of(problem, kind)[index];
 }
 
+PyObject* checked_object_of(Problem* problem, ObjectKind kind, int64_t index) {
+    if (index < 0 || index >= objects_of(problem, kind).size()) {
+        raise(PyExc_IndexError, "list index out of range");
+    }
+    return object_of(problem, kind, static_cast<int>(index));
+}
+
 int index_in_problem(const Problem* problem, PyObject* object, bool* known) noexcept {
     *known = true;
     if (is_variable(object)) {

@@ -23,6 +23,9 @@ inline ObjectList& objects_of(Problem* problem, ObjectKind kind) noexcept {
 // An object of the problem, borrowed from it.
 PyObject* object_of(Problem* problem, ObjectKind kind, int index);
 
+// The same for an index that may be any number; IndexError for one that is out of range.
+PyObject* checked_object_of(Problem* problem, ObjectKind kind, int64_t index);
+
 // Index of an object in the map of its own kind. IndexMap::kMissing for an object that is not in
 // the problem and, with *known false, for one that is of no such kind.
 int index_in_problem(const Problem* problem, PyObject* object, bool* known) noexcept;

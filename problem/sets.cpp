@@ -3,6 +3,7 @@
 #include "model/sos.hpp"
 #include "model/var.hpp"
 #include "module/library_error.hpp"
+#include "module/pending_exception.hpp"
 #include "problem/access.hpp"
 #include "problem/building.hpp"
 #include "problem/name_batch.hpp"
@@ -68,6 +69,15 @@ int add_to_library(QLXprob prob, const Members& members, char type, const NameBa
     return names.send(prob, QLX_NAMES_SET, index);
 }
 
+// Takes the set with this index out again, as far as it is there; the pending exception stays.
+void take_back(Problem* problem, int index) noexcept {
+    const PendingException kept;
+    int count = 0;
+    QLXgetintattrib(problem->prob, QLX_ATTRIB_SETMEMBERS_SETS, &count);
+    if (count > index) QLXdelsets(problem->prob, 1, &index);
+    problem->sos.truncate(index);
+}
+
 void add_set(Problem* problem, PyObject* object) {
     if (!is_special_ordered_set(object)) raise_runtime_error("Object added is not a SOS");
     auto* const set = reinterpret_cast<SpecialOrderedSet*>(object);
@@ -91,13 +101,7 @@ void add_set(Problem* problem, PyObject* object) {
         problem->sos.append(object);
         if (add_to_library(problem->prob, members, set->type == 2 ? '2' : '1', names, index) != 0) {
             set_library_error(as_object(problem));
-            PyObject *type, *value, *traceback;
-            PyErr_Fetch(&type, &value, &traceback);
-            int count = 0;
-            QLXgetintattrib(problem->prob, QLX_ATTRIB_SETMEMBERS_SETS, &count);
-            if (count > index) QLXdelsets(problem->prob, 1, &index);
-            problem->sos.truncate(index);
-            PyErr_Restore(type, value, traceback);
+            take_back(problem, index);
             throw PythonFailure();
         }
     } catch (...) {

@@ -23,6 +23,14 @@ def pytest_collection_modifyitems(items):
 
 
 @pytest.fixture
+def p():
+    """A silent problem."""
+    problem = quilexlib.problem("test")
+    problem.controls.outputlog = 0
+    return problem
+
+
+@pytest.fixture
 def left_alive(request):
     """Counts that have grown since the session began, by name; skips where nothing is counted."""
     if not COUNTS_AT_START:

@@ -118,28 +118,7 @@ class TokenList {
 // Values that a formula leaves on the stack, which its end multiplies.
 int values_left(const Formula& formula) {
     int left = 0;
-    for (std::size_t k = 0; k < formula.length; ++k) {
-        const Instruction instruction = formula.instructions[k];
-        switch (instruction.operation) {
-            case Operation::kConstant:
-            case Operation::kColumn:
-                ++left;
-                break;
-            case Operation::kPower:
-            case Operation::kMultiply:
-            case Operation::kDivide:
-            case Operation::kAdd:
-            case Operation::kSubtract:
-                --left;
-                break;
-            case Operation::kMin:
-            case Operation::kMax:
-                left -= instruction.argument - 1;
-                break;
-            default:
-                break;
-        }
-    }
+    for (std::size_t k = 0; k < formula.length; ++k) left += stack_change(formula.instructions[k]);
     return left;
 }
 

@@ -72,9 +72,7 @@ def test_wrong_arguments(arguments, error, text):
         quilexlib.vararray(**arguments)
 
 
-def test_solved_as_an_array():
-    p = quilexlib.problem()
-    p.controls.outputlog = 0
+def test_solved_as_an_array(p):
     cost = np.array([[4.0, 1, 3], [2, 0, 5], [3, 2, 2]])
     x = quilexlib.vararray(cost.shape, "x", vartype=quilexlib.binary)
     p.addVariable(x)

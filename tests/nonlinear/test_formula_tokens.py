@@ -25,13 +25,6 @@ NAMES = "xyzwuv"
 
 
 @pytest.fixture
-def p():
-    problem = quilex.problem()
-    problem.controls.outputlog = 0
-    return problem
-
-
-@pytest.fixture
 def variables(p):
     objects = {name: quilex.var(name=name) for name in NAMES}
     p.addVariable(objects)

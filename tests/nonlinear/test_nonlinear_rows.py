@@ -10,13 +10,6 @@ from quilex import exp, sin
 
 
 @pytest.fixture
-def p():
-    problem = quilex.problem()
-    problem.controls.outputlog = 0
-    return problem
-
-
-@pytest.fixture
 def xs(p):
     variables = [quilex.var(name=f"x{k}", lb=-5, ub=5) for k in range(5)]
     p.addVariable(variables)

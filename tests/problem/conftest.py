@@ -11,14 +11,6 @@ sys.path.insert(0, str(Path(__file__).resolve().parent))
 
 
 @pytest.fixture
-def p():
-    """A silent problem."""
-    problem = quilex.problem("test")
-    problem.controls.outputlog = 0
-    return problem
-
-
-@pytest.fixture
 def xs(p):
     """Six variables of the problem `p`."""
     variables = [quilex.var(name=f"x{k}", ub=10) for k in range(6)]

@@ -11,7 +11,7 @@ enum class Operation : std::uint8_t {
     kConstant,  // the formula's next constant
     kColumn,    // argument: the column
     kNegate,
-    kPower,
+    kPower,  // from here to kSubtract: operators of two values
     kMultiply,
     kDivide,
     kAdd,
@@ -38,6 +38,23 @@ struct Instruction {
     Operation operation;
     std::int32_t argument;
 };
+
+// By how many values an instruction lengthens the stack.
+constexpr int stack_change(Instruction instruction) noexcept {
+    switch (instruction.operation) {
+        case Operation::kConstant:
+        case Operation::kColumn:
+            return 1;
+        case Operation::kMin:
+        case Operation::kMax:
+            return 1 - instruction.argument;
+        default: {
+            const bool is_binary = instruction.operation >= Operation::kPower &&
+                                   instruction.operation <= Operation::kSubtract;
+            return is_binary ? -1 : 0;
+        }
+    }
+}
 
 // One formula within the arrays that many share. Values that are left on the stack at the end are
 // multiplied; the formula without any value is 1.
