@@ -32,8 +32,7 @@ struct LogBuffer {
         const size_t capacity = size_class < kClasses ? kSmallest << size_class : needed;
         LogBuffer* buffer = size_class < kClasses ? unused_[size_class].pop() : nullptr;
         if (buffer == nullptr) {
-            buffer = static_cast<LogBuffer*>(PyMem_Malloc(bytes(capacity)));
-            if (buffer == nullptr) throw std::bad_alloc();
+            buffer = obtain(capacity);
             buffer->capacity = capacity;
         }
         buffer->owners = 1;
@@ -49,19 +48,21 @@ struct LogBuffer {
             unused_[size_class].push(buffer)) {
             return;
         }
-        PyMem_Free(buffer);
+        give_back(buffer);
     }
 
     // The same entries in a larger block; only for a buffer with one owner.
     static LogBuffer* grow(LogBuffer* buffer, size_t needed) {
+        const size_t old = buffer->capacity;
         // Large logs grow by a sixteenth, so that a kept expression wastes at most a byte a term.
-        const bool is_large = buffer->capacity >= kLarge;
-        const size_t step = is_large ? buffer->capacity / 16 : buffer->capacity;
-        const size_t capacity = std::max(needed, buffer->capacity + step);
-        auto* grown = static_cast<LogBuffer*>(PyMem_Realloc(buffer, bytes(capacity)));
+        const size_t capacity = std::max(needed, old + (is_mapped(old) ? old / 16 : old));
+        if (!is_mapped(old) && is_mapped(capacity)) return move_to_pages(buffer, capacity);
+        auto* const grown =
+            static_cast<LogBuffer*>(is_mapped(old) ? grow_pages(buffer, bytes(old), bytes(capacity))
+                                                   : PyMem_Realloc(buffer, bytes(capacity)));
         if (grown == nullptr) throw std::bad_alloc();
-        if (is_large) {
-            fetch_pages(grown->entries() + grown->used, (capacity - grown->used) * sizeof(Entry));
+        if (is_mapped(old)) {
+            fetch_pages(grown->entries() + old, (capacity - old) * sizeof(Entry));
         }
         grown->capacity = capacity;
         return grown;
@@ -69,14 +70,38 @@ struct LogBuffer {
 
     static void clear_unused() noexcept {
         for (auto& list : unused_) {
-            while (LogBuffer* buffer = list.pop()) PyMem_Free(buffer);
+            while (LogBuffer* buffer = list.pop()) give_back(buffer);
         }
     }
 
   private:
     static constexpr size_t kSmallest = 8;
     static constexpr int kClasses = 3;
-    static constexpr size_t kLarge = size_t{1} << 15;
+
+    // Large buffers have pages of their own: they grow often, and copying them would take as long
+    // as filling them.
+    static bool is_mapped(size_t capacity) noexcept { return capacity >= size_t{1} << 16; }
+    static LogBuffer* obtain(size_t capacity) {
+        void* const memory =
+            is_mapped(capacity) ? map_pages(bytes(capacity)) : PyMem_Malloc(bytes(capacity));
+        if (memory == nullptr) throw std::bad_alloc();
+        return static_cast<LogBuffer*>(memory);
+    }
+    static void give_back(LogBuffer* buffer) noexcept {
+        if (is_mapped(buffer->capacity)) {
+            unmap_pages(buffer, bytes(buffer->capacity));
+        } else {
+            PyMem_Free(buffer);
+        }
+    }
+    static LogBuffer* move_to_pages(LogBuffer* buffer, size_t capacity) {
+        LogBuffer* const moved = obtain(capacity);
+        fetch_pages(moved, bytes(capacity));
+        std::memcpy(static_cast<void*>(moved), buffer, bytes(buffer->used));
+        moved->capacity = capacity;
+        give_back(buffer);
+        return moved;
+    }
 
     static size_t bytes(size_t capacity) {
         if (capacity > (size_t{1} << 56) / sizeof(Entry)) throw std::bad_alloc();

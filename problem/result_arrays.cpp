@@ -5,6 +5,7 @@
 #include "model/var.hpp"
 #include "module/boundary.hpp"
 #include "module/numpy.hpp"
+#include "module/pages.hpp"
 #include "problem/access.hpp"
 #include "problem/results.hpp"
 #include "problem/selection.hpp"
@@ -23,7 +24,9 @@ double* data_of(const Ref& array) noexcept {
 }
 
 Ref new_array(int dimensions, const npy_intp* shape) {
-    return require(PyArray_SimpleNew(dimensions, const_cast<npy_intp*>(shape), NPY_DOUBLE));
+    Ref array = require(PyArray_SimpleNew(dimensions, const_cast<npy_intp*>(shape), NPY_DOUBLE));
+    fetch_pages(data_of(array), static_cast<size_t>(PyArray_NBYTES(as_array(array))));
+    return array;
 }
 
 double checked_value(std::span<const double> values, int64_t index) {
@@ -55,7 +58,7 @@ int64_t index_of(const Problem* problem, PyObject* object) {
 
 template <ResultKind Kind>
 Ref values_of_objects(const Problem* problem, const Ref& objects, std::span<const double> values) {
-    constexpr npy_intp kAhead = 16;  // objects lie anywhere in memory
+    constexpr npy_intp kAhead = 32;  // objects lie anywhere in memory
     Ref result = new_array(PyArray_NDIM(as_array(objects)), PyArray_DIMS(as_array(objects)));
     auto* const* items = static_cast<PyObject* const*>(PyArray_DATA(as_array(objects)));
     double* const out = data_of(result);

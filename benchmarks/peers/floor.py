@@ -10,6 +10,7 @@ import tempfile
 from importlib.util import find_spec
 
 import data
+import numpy as np
 
 BATCH = 1
 _here = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
@@ -81,3 +82,20 @@ def modify(n, clock, steps=200):
     _lib.modify(n, a.nnz, *p[:5], steps, *p[5:], t)
     clock.put("iter", t[0] / steps)
     return t[2]
+
+
+def query(n, clock):
+    """What Python itself takes: one call per value that makes a float, in a list."""
+    values = [float(k) for k in range(n)]
+    clock(None)
+    v = [abs(value) for value in values]
+    clock("read", n)
+    return sum(v)
+
+
+def query_vec(n, clock):
+    """What numpy itself takes: a new array, written once."""
+    clock(None)
+    v = np.ones(n)
+    clock("read", n)
+    return float(v.sum())

@@ -27,22 +27,31 @@ def _settled_bytes():
 
 
 def linearity(n, clock):
-    """Seconds per term of four ways to add n distinct variables, each from a clean start.
+    """Seconds per term of four ways to add up n, n/2, n/4 and n/8 distinct variables.
 
-    Every way is timed three times, each from fresh memory, and its least time counts: a single one
-    of these sums is long enough to meet the other users of the machine, and a ratio of two doubles
-    what they do.
+    The lengths take turns, each sum starts from fresh memory, and the least of five times counts: a
+    sum is long enough to meet the other users of the machine, who must not meet one length only.
     """
     x = [quilex.var() for _ in range(n)]
-    array = np.empty(n, dtype=object)
-    array[:] = x
-    for name, build, over in (
-        ("Sum", lambda x: quilex.Sum(2.0 * v for v in x), x),
-        ("+=", _by_plain_increments, x),
-        ("chain", _by_chain, x),
-        ("numpy sum", np.sum, array),
+    lengths = [n // part for part in (8, 4, 2, 1)]
+    for name, build, collect in (
+        ("Sum", lambda x: quilex.Sum(2.0 * v for v in x), list),
+        ("+=", _by_plain_increments, list),
+        ("chain", _by_chain, list),
+        ("numpy sum", np.sum, _object_array),
     ):
-        clock.put(name, min(_thread_seconds(build, over) for _ in range(3)) / n)
+        over = {length: collect(x[:length]) for length in lengths}
+        least = dict.fromkeys(lengths, float("inf"))
+        for length in 5 * lengths:
+            least[length] = min(least[length], _thread_seconds(build, over[length]))
+        for length in lengths:
+            clock.put(f"{name} {length}", least[length] / length)
+
+
+def _object_array(x):
+    array = np.empty(len(x), dtype=object)
+    array[:] = x
+    return array
 
 
 def _thread_seconds(build, x):
