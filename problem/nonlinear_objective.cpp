@@ -37,7 +37,7 @@ Owned<Constraint> new_transfer_constraint(PyObject* objective, Variable* variabl
 
 void send_row(Problem* problem, RowEntries& entries, int row) {
     PyObject* const self = as_object(problem);
-    const QLXprob prob = problem->prob;
+    QLXprob prob = problem->prob;
     const auto count = static_cast<int64_t>(entries.columns.size());
     const int64_t starts[] = {0, count};
     const char type = 'E';

@@ -108,7 +108,7 @@ int RowBatch::send_quadratic(QLXprob prob) const {
 }
 
 int RowBatch::send(Problem* problem, bool* added) const {
-    const QLXprob prob = problem->prob;
+    QLXprob prob = problem->prob;
     const int status =
         QLXaddrows64(prob, row_count(), starts_.back(), types_.data(), rhs_.data(), ranges_.data(),
                      starts_.data(), entries_.columns.data(), entries_.coefficients.data());

@@ -14,7 +14,9 @@ LiveCounts& live_counts() noexcept {
 }
 
 Environment& environment() noexcept {
-    // Never destroyed: handles may outlive static destruction.
+    // Never destroyed: handles may outlive static destruction. A process without the memory for it
+    // ends here.
+    // NOLINTNEXTLINE(bugprone-unhandled-exception-at-new)
     static Environment& record = *new Environment;
     return record;
 }

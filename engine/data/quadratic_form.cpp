@@ -37,7 +37,7 @@ double QuadraticForm::at(int col1, int col2) const {
     return found == terms_.end() || before(key, *found) ? 0.0 : found->coefficient;
 }
 
-void QuadraticForm::merge(std::vector<QuadraticTerm> given, bool replace) {
+void QuadraticForm::merge(const std::vector<QuadraticTerm>& given, bool replace) {
     std::vector<QuadraticTerm> merged;
     merged.reserve(terms_.size() + given.size());
     auto old = terms_.begin();

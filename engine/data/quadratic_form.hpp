@@ -31,7 +31,7 @@ class QuadraticForm {
     void add_gradient(const double* x, double factor, double* gradient) const noexcept;
 
   private:
-    void merge(std::vector<QuadraticTerm> given, bool replace);
+    void merge(const std::vector<QuadraticTerm>& given, bool replace);
 
     std::vector<QuadraticTerm> terms_;
 };
