@@ -19,10 +19,14 @@ def _resident_bytes(field="VmRSS"):
     raise OSError(f"no {field} in /proc/self/status")
 
 
-def _settled_bytes():
-    """Resident bytes with the allocator's free pages given back."""
-    gc.collect()
+def _give_free_pages_back():
     ctypes.CDLL(None).malloc_trim(0)
+
+
+def _settled_bytes():
+    """Resident bytes without garbage and the allocator's free pages."""
+    gc.collect()
+    _give_free_pages_back()
     return _resident_bytes()
 
 
@@ -55,7 +59,7 @@ def _object_array(x):
 
 
 def _thread_seconds(build, x):
-    _settled_bytes()
+    _give_free_pages_back()
     began = time.thread_time()
     e = build(x)
     seconds = time.thread_time() - began
