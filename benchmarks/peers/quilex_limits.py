@@ -5,6 +5,7 @@ import gc
 import subprocess
 import sys
 import time
+from statistics import median
 
 import numpy as np
 
@@ -33,8 +34,9 @@ def _settled_bytes():
 def linearity(n, clock):
     """Seconds per term of four ways to add up n, n/2, n/4 and n/8 distinct variables.
 
-    The lengths take turns, each sum starts from fresh memory, and the least of five times counts: a
-    sum is long enough to meet the other users of the machine, who must not meet one length only.
+    The lengths take turns, each sum from fresh memory. Of the times per term the least of seven
+    counts. How much longer 2n terms take than n is the median over the turns, as a machine that
+    others use changes its pace, but seldom between two neighbouring sums.
     """
     x = [quilex.var() for _ in range(n)]
     lengths = [n // part for part in (8, 4, 2, 1)]
@@ -45,11 +47,11 @@ def linearity(n, clock):
         ("numpy sum", np.sum, _object_array),
     ):
         over = {length: collect(x[:length]) for length in lengths}
-        least = dict.fromkeys(lengths, float("inf"))
-        for length in 5 * lengths:
-            least[length] = min(least[length], _thread_seconds(build, over[length]))
-        for length in lengths:
-            clock.put(f"{name} {length}", least[length] / length)
+        turns = [[_thread_seconds(build, over[length]) for length in lengths] for _ in range(7)]
+        for length, seconds in zip(lengths, zip(*turns)):
+            clock.put(f"{name} {length}", min(seconds) / length)
+        for k, length in enumerate(lengths[1:]):
+            clock.put(f"{name} doubling to {length}", median(t[k + 1] / t[k] for t in turns))
 
 
 def _object_array(x):
