@@ -5,20 +5,11 @@
 #include "bridge/conversion.hpp"
 
 #include "module/numpy.hpp"
+#include "module/numpy_interface.hpp"
 
 namespace quilex {
 
 namespace {
-
-// A masked array keeps the values under its mask: they must not reach the library as numbers.
-void refuse_masked(PyObject* array) {
-    if (PyArray_CheckExact(array) || !PyObject_HasAttrString(array, "mask")) return;
-    const Ref mask = require(PyObject_GetAttrString(array, "mask"));
-    const Ref any = require(PyObject_CallMethod(mask.get(), "any", nullptr));
-    if (require_status(PyObject_IsTrue(any.get())) != 0) {
-        raise_runtime_error("Masked elements in an array argument");
-    }
-}
 
 // Copies the elements, of type From in memory, checking that integers fit.
 template <class From, class To>
@@ -88,7 +79,8 @@ bool convert_numpy_buffer(PyObject* object, ConvertedArray<Kind>& result) {
         raise_runtime_error("Invalid sequence of objects: an array of %d dimensions",
                             PyArray_NDIM(array));
     }
-    refuse_masked(object);
+    // The values under a mask must not reach the library as numbers.
+    if (has_masked_elements(object)) raise_runtime_error("Masked elements in an array argument");
     if (PyArray_ISCOMPLEX(array)) {
         raise_runtime_error("Invalid sequence of objects: an array of complex numbers");
     }

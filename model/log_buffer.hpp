@@ -26,10 +26,7 @@ struct LogBuffer {
         const int size_class = class_of(needed);
         const size_t capacity = size_class < kClasses ? kSmallest << size_class : needed;
         LogBuffer* buffer = size_class < kClasses ? unused_[size_class].pop() : nullptr;
-        if (buffer == nullptr) {
-            buffer = obtain(capacity);
-            buffer->capacity = capacity;
-        }
+        if (buffer == nullptr) buffer = obtain(capacity);
         buffer->owners = 1;
         buffer->used = 0;
         count_created(Counted::kEntryLog);
@@ -80,7 +77,10 @@ struct LogBuffer {
         void* const memory =
             is_mapped(capacity) ? map_pages(bytes(capacity)) : PyMem_Malloc(bytes(capacity));
         if (memory == nullptr) throw std::bad_alloc();
-        return static_cast<LogBuffer*>(memory);
+        if (is_mapped(capacity)) fetch_pages(memory, bytes(capacity));
+        auto* const buffer = static_cast<LogBuffer*>(memory);
+        buffer->capacity = capacity;
+        return buffer;
     }
     static void give_back(LogBuffer* buffer) noexcept {
         if (is_mapped(buffer->capacity)) {
@@ -91,7 +91,6 @@ struct LogBuffer {
     }
     static LogBuffer* move_to_pages(LogBuffer* buffer, size_t capacity) {
         LogBuffer* const moved = obtain(capacity);
-        fetch_pages(moved, bytes(capacity));
         std::memcpy(static_cast<void*>(moved), buffer, bytes(buffer->used));
         moved->capacity = capacity;
         give_back(buffer);

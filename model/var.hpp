@@ -42,6 +42,9 @@ inline bool is_variable(PyObject* object) noexcept {
 // may happen between taking a stamp and the last look at it.
 uint64_t next_merge_stamp() noexcept;
 
+// Refuses a name that is neither str nor bytes.
+void require_variable_name(PyObject* name);
+
 // Cuts the bounds of a binary variable to [0, 1].
 void restrict_to_binary(Domain& domain) noexcept;
 

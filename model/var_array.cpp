@@ -7,6 +7,7 @@
 
 #include "model/var.hpp"
 #include "module/numpy.hpp"
+#include "module/numpy_interface.hpp"
 #include "module/pending_exception.hpp"
 
 namespace quilex {
@@ -43,8 +44,12 @@ Shape parse_shape(PyObject* object) {
     return shape;
 }
 
-// Replaces the pending exception by a ValueError that names the argument.
+// Replaces numpy's refusal of a value by a ValueError that names the argument; other exceptions
+// stay as they are.
 [[noreturn]] void raise_for_argument(const char* name) {
+    if (!PyErr_ExceptionMatches(PyExc_TypeError) && !PyErr_ExceptionMatches(PyExc_ValueError)) {
+        throw PythonFailure();
+    }
     const Ref exception = take_exception();
     raise(PyExc_ValueError, "argument '%s': %S", name, exception.get());
 }
@@ -57,7 +62,9 @@ class Attribute {
 
     void parse(PyObject* argument, const Shape& shape) {
         if (argument == nullptr) return;
-        require_unmasked(argument);
+        // Values under a mask must not become bounds.
+        if (has_masked_elements(argument))
+            raise(PyExc_ValueError, "argument '%s': a masked array", name_);
         Ref given = Ref::steal(PyArray_FROM_OF(argument, NPY_ARRAY_ENSUREARRAY));
         // Numbers with a fraction are no types of variables; a cast would cut it off.
         if (given && std::is_integral_v<T> && !PyArray_ISINTEGER(as_array(given))) {
@@ -80,14 +87,6 @@ class Attribute {
     }
 
   private:
-    // A masked array keeps values under its mask, which must not become bounds.
-    void require_unmasked(PyObject* argument) const {
-        if (!PyArray_Check(argument) || PyArray_CheckExact(argument)) return;
-        if (PyObject_HasAttrString(argument, "mask") != 0) {
-            raise(PyExc_ValueError, "argument '%s': a masked array", name_);
-        }
-    }
-
     const char* name_;
     T constant_;
     Ref spread_;
@@ -101,7 +100,8 @@ class ElementNames {
     ElementNames(PyObject* name, const Shape& shape) : shape_(shape) {
         if (name == nullptr || name == Py_None) return;
         if (!PyUnicode_Check(name)) raise_runtime_error("Invalid variable name (must be a string)");
-        const char* const text = require_text(name);
+        const char* const text = PyUnicode_AsUTF8(name);
+        if (text == nullptr) throw PythonFailure();
         prefix_ = text;
         named_ = true;
     }
@@ -120,11 +120,6 @@ class ElementNames {
     }
 
   private:
-    static const char* require_text(PyObject* name) {
-        const char* const text = PyUnicode_AsUTF8(name);
-        if (text == nullptr) throw PythonFailure();
-        return text;
-    }
     void advance() noexcept {
         for (int k = shape_.dimensions - 1; k >= 0; --k) {
             const auto axis = static_cast<size_t>(k);

@@ -50,12 +50,6 @@ void show_to_collector(Variable* variable) noexcept {
     PyObject_GC_Track(variable);
 }
 
-void require_name(PyObject* name) {
-    if (!PyUnicode_Check(name) && !PyBytes_Check(name)) {
-        raise_runtime_error("Invalid variable name (must be a string)");
-    }
-}
-
 // An instance of the public type or of a subclass, which the collector sees from the start: its
 // attributes may refer to anything.
 Ref new_instance(PyTypeObject* type) {
@@ -88,7 +82,12 @@ PyObject* constructed(const Construct& construct) noexcept {
 
 }  // namespace
 
-// Keeps any object; null for the default name.
+void require_variable_name(PyObject* name) {
+    if (!PyUnicode_Check(name) && !PyBytes_Check(name)) {
+        raise_runtime_error("Invalid variable name (must be a string)");
+    }
+}
+
 void set_variable_name(Variable* variable, PyObject* name) {
     if (name == variable->domain->name) return;
     Domain* const domain = variable->domain = own_domain(variable->domain);
@@ -115,7 +114,7 @@ int var_init(PyObject* self, PyObject* arguments, PyObject* keywords) {
     }
     domain.vartype = static_cast<int32_t>(vartype);
     restrict_to_binary(domain);
-    if (name != nullptr) require_name(name);
+    if (name != nullptr) require_variable_name(name);
     replace_domain(variable, find_domain(domain));
     set_variable_name(variable, name);  // null: the default name of the new serial number
     return 0;

@@ -19,4 +19,12 @@ void import_numpy() {
     }
 }
 
+bool has_masked_elements(PyObject* object) {
+    if (!PyArray_Check(object) || PyArray_CheckExact(object)) return false;
+    if (!PyObject_HasAttrString(object, "mask")) return false;
+    const Ref mask = require(PyObject_GetAttrString(object, "mask"));
+    const Ref any = require(PyObject_CallMethod(mask.get(), "any", nullptr));
+    return require_status(PyObject_IsTrue(any.get())) != 0;
+}
+
 }  // namespace quilex

@@ -1,8 +1,6 @@
 // Slabs: memory for the objects that exist by the million.
 #include "module/slabs.hpp"
 
-#include <sys/mman.h>
-
 #include <new>
 
 #include "module/pages.hpp"
@@ -31,7 +29,7 @@ void Slabs::keep_or_unmap(Slab* slab) noexcept {
         return;
     }
     if (slab->is_listed) unlist(slab);
-    munmap(slab, kSlabBytes);
+    unmap_pages(slab, kSlabBytes);
 }
 
 void Slabs::list(Slab* slab) noexcept {
@@ -50,13 +48,11 @@ void Slabs::unlist(Slab* slab) noexcept {
 
 // Maps twice the size and gives back what lies beside the aligned part.
 Slabs::Slab* Slabs::map_slab() {
-    void* const mapping =
-        mmap(nullptr, 2 * kSlabBytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    if (mapping == MAP_FAILED) throw std::bad_alloc();
-    char* const first = static_cast<char*>(mapping);
-    const size_t before = (0 - reinterpret_cast<uintptr_t>(mapping)) & (kSlabBytes - 1);
-    if (before > 0) munmap(first, before);
-    munmap(first + before + kSlabBytes, kSlabBytes - before);
+    auto* const first = static_cast<char*>(map_pages(2 * kSlabBytes));
+    if (first == nullptr) throw std::bad_alloc();
+    const size_t before = (0 - reinterpret_cast<uintptr_t>(first)) & (kSlabBytes - 1);
+    if (before > 0) unmap_pages(first, before);
+    unmap_pages(first + before + kSlabBytes, kSlabBytes - before);
     auto* const slab = new (first + before) Slab{};
     slab->fresh = reinterpret_cast<char*>(slab + 1);
     slab->ready = first + before + kStepBytes;

@@ -60,14 +60,6 @@ void require_sound_bounds(const Variable* variable, char type) {
     }
 }
 
-void require_name(PyObject* name) {
-    if (name == nullptr) return;
-    if (!PyUnicode_Check(name) && !PyBytes_Check(name)) {
-        raise_runtime_error("Invalid variable name (must be a string)");
-    }
-    require_valid_name(name, "variable");
-}
-
 }  // namespace
 
 void ColumnBatch::append_column(const Variable* variable, char type) {
@@ -108,7 +100,10 @@ void ColumnBatch::collect(Problem* problem, PyObject* object) {
     }
     const char type = column_type(*variable->domain);
     require_sound_bounds(variable, type);
-    require_name(variable->domain->name);
+    if (PyObject* const name = variable->domain->name) {
+        require_variable_name(name);
+        require_valid_name(name, "variable");
+    }
     if (empty()) {
         all_continuous_ = true;
         require_library(as_object(problem),

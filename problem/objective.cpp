@@ -37,25 +37,13 @@ void set_linear_part(Problem* problem, const RowEntries& entries) {
     if (count > 0) {
         require_library(as_object(problem), QLXgetobj(problem->prob, values.data(), 0, count - 1));
     }
-    std::vector<int> columns;  // those with an old coefficient
+    for (const int column : entries.columns) values[static_cast<size_t>(column)] = 0.0;
+    std::vector<int> vacated;  // columns with an old coefficient and no new one
     for (int column = 0; column < count; ++column) {
-        double& value = values[static_cast<size_t>(column)];
-        if (value == 0.0) continue;
-        value = 0.0;
-        columns.push_back(column);
+        if (values[static_cast<size_t>(column)] != 0.0) vacated.push_back(column);
     }
     change_objective(problem, {&kConstant, 1}, {&entries.constant, 1});
-    if (!columns.empty()) {
-        for (size_t i = 0; i < entries.columns.size(); ++i) {
-            values[static_cast<size_t>(entries.columns[i])] = entries.coefficients[i];
-        }
-        std::vector<double> coefficients;
-        coefficients.reserve(columns.size());
-        for (const int column : columns) {
-            coefficients.push_back(values[static_cast<size_t>(column)]);
-        }
-        change_objective(problem, columns, coefficients);
-    }
+    change_objective(problem, vacated, std::vector<double>(vacated.size()));
     change_objective(problem, entries.columns, entries.coefficients);
 }
 

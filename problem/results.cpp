@@ -149,8 +149,13 @@ class ResultWalker final : public ArgumentWalker {
     Ref list_;
 };
 
-Ref all_values(std::span<const double> values) {
-    Ref list = require(PyList_New(static_cast<Py_ssize_t>(values.size())));
+Ref all_values(Problem* problem, ResultKind kind) {
+    // A new list may run the collector, and that any code: the view is taken afterwards.
+    Ref list = require(PyList_New(static_cast<Py_ssize_t>(result_vector(problem, kind).size())));
+    const std::span<const double> values = result_vector(problem, kind);
+    if (static_cast<Py_ssize_t>(values.size()) != PyList_GET_SIZE(list.get())) {
+        raise_runtime_error("The problem changed while its results were read");
+    }
     for (size_t i = 0; i < values.size(); ++i) {
         PyList_SET_ITEM(list.get(), static_cast<Py_ssize_t>(i),
                         require(PyFloat_FromDouble(values[i])).release());
@@ -184,7 +189,7 @@ Ref result_method(PyObject* self, PyObject* const* arguments, Py_ssize_t count) 
     }
     // Refused here where there is no solution, before any argument is looked at.
     const std::span<const double> values = result_vector(problem, Kind);
-    if (count == 0) return all_values(values);
+    if (count == 0) return all_values(problem, Kind);
     if (count == 1 && !ArgumentWalker::is_container(arguments[0])) {
         return require(
             PyFloat_FromDouble(values[result_position(problem, arguments[0], values.size())]));

@@ -16,12 +16,6 @@ namespace {
 // Objects lie anywhere in memory; what is this far ahead is fetched while others are looked at.
 constexpr Py_ssize_t kAhead = 8;
 
-void prefetch(PyObject* object) noexcept {
-    constexpr size_t kNextLine = 64;
-    __builtin_prefetch(object, 1);
-    __builtin_prefetch(reinterpret_cast<char*>(object) + kNextLine);
-}
-
 bool is_text(PyObject* object) noexcept {
     return PyUnicode_Check(object) || PyBytes_Check(object);
 }
@@ -70,7 +64,8 @@ void ArgumentWalker::visit_list(PyObject* list, int budget) {
     // The size is read again each time, and the item held: a generator deeper in the arguments may
     // change the list.
     for (Py_ssize_t i = 0; i < PyList_GET_SIZE(list); ++i) {
-        if (i + kAhead < PyList_GET_SIZE(list)) prefetch(PyList_GET_ITEM(list, i + kAhead));
+        if (i + kAhead < PyList_GET_SIZE(list))
+            __builtin_prefetch(PyList_GET_ITEM(list, i + kAhead), 1);
         const Ref item = Ref::share(PyList_GET_ITEM(list, i));
         visit(item.get(), budget);
     }
@@ -95,7 +90,7 @@ void ArgumentWalker::visit_array(PyObject* object, int budget) {
     const npy_intp count = PyArray_SIZE(array);
     const int dimensions = PyArray_NDIM(array);
     for (npy_intp i = 0; i < count; ++i) {
-        if (i + kAhead < count) prefetch(items[i + kAhead]);
+        if (i + kAhead < count) __builtin_prefetch(items[i + kAhead], 1);
         const Ref item = Ref::share(items[i]);
         visit(item.get(), dimensions > 1 ? budget - dimensions + 1 : budget);
     }

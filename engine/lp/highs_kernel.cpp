@@ -17,6 +17,17 @@ bool accepted(HighsStatus status) {
     return status != HighsStatus::kError;
 }
 
+// The ray that get(found, values) writes, empty where there is none. Asked for values that it does
+// not have, HiGHS would solve once more, past our limits.
+template <class Get>
+std::vector<double> ray(HighsInt length, const Get& get) {
+    bool found = false;
+    if (!accepted(get(found, nullptr)) || !found) return {};
+    std::vector<double> values(static_cast<std::size_t>(length));
+    if (!accepted(get(found, values.data())) || !found) return {};
+    return values;
+}
+
 KernelOutcome outcome_of(HighsModelStatus status) {
     switch (status) {
         case HighsModelStatus::kOptimal:
@@ -278,23 +289,16 @@ const std::vector<double>& LpKernel::row_dual() const {
     return live_->highs.getSolution().row_dual;
 }
 
-// Asked for values that it does not have, HiGHS would solve once more, past our limits.
 std::vector<double> LpKernel::dual_ray() {
     Highs& highs = live_->highs;
-    bool found = false;
-    if (!accepted(highs.getDualRay(found)) || !found) return {};
-    std::vector<double> ray(static_cast<std::size_t>(highs.getNumRow()));
-    if (!accepted(highs.getDualRay(found, ray.data())) || !found) return {};
-    return ray;
+    return ray(highs.getNumRow(),
+               [&](bool& found, double* values) { return highs.getDualRay(found, values); });
 }
 
 std::vector<double> LpKernel::primal_ray() {
     Highs& highs = live_->highs;
-    bool found = false;
-    if (!accepted(highs.getPrimalRay(found)) || !found) return {};
-    std::vector<double> ray(static_cast<std::size_t>(highs.getNumCol()));
-    if (!accepted(highs.getPrimalRay(found, ray.data())) || !found) return {};
-    return ray;
+    return ray(highs.getNumCol(),
+               [&](bool& found, double* values) { return highs.getPrimalRay(found, values); });
 }
 
 }  // namespace qlx
