@@ -130,6 +130,36 @@ class Limit:
 
 
 @dataclass(frozen=True)
+class PacedLimit:
+    """A limit in ns that was set on another machine, on which a peer took `reference` ns.
+
+    Our time counts in units of the peer's: what it would be where the peer takes its reference.
+    """
+
+    workload: str
+    figure: str
+    limit: float
+    peer: str
+    reference: dict  # size -> ns
+
+    def outcomes(self, results):
+        for size in results.sizes(self.workload):
+            if size not in self.reference:
+                continue
+            there = self.reference[size]
+            figure = f"{self.workload} {size} {self.figure}, ns where {self.peer} takes {there:g}"
+            target = f"at most {self.limit:g}"
+            ours = results.least(self.workload, size, OURS, self.figure)
+            theirs = results.least(self.workload, size, self.peer, self.figure)
+            if ours is None or theirs is None:
+                yield Outcome(figure, target)
+                continue
+            paced = there * ours / theirs
+            detail = f"{show(ours)}, {self.peer} {show(theirs)}"
+            yield Outcome(figure, target, paced, paced <= self.limit, detail)
+
+
+@dataclass(frozen=True)
 class Doubling:
     """2n terms take at most `factor` times the time of n, the worst of the doublings' medians."""
 
@@ -188,6 +218,8 @@ TARGETS = (
     Share("modify", "iter", "highspy_scalar", 1.1),
     Limit("query", "read", 30, "ns per value", 1e9),
     Limit("query_vec", "read", 5, "ns per value", 1e9),
+    PacedLimit("query", "read", 30, "poi", {100_000: 46.2, 1_000_000: 48.1}),
+    PacedLimit("query_vec", "read", 5, "poi", {100_000: 38.2, 1_000_000: 37.7}),
     *(Doubling(figure, 2.1) for figure in ("Sum", "+=", "chain", "numpy sum")),
     *(Limit("term_bytes", figure, 18, "bytes per term", 1, LIMITS) for figure in ("Sum", "+=")),
     Limit("dot", "product", 20, "ns per product", 1e9, LIMITS),

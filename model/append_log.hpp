@@ -66,6 +66,19 @@ class AppendLog {
         if (!is_inline()) buffer()->used = count_;
     }
 
+    // Appends the entries that `next(i, entry)` writes, until it returns false, `most` are written
+    // or the room ends. Gives their number.
+    template <class Next>
+    size_t push_while(size_t most, Next&& next) noexcept {
+        Entry* const end = entries_ + count_;
+        most = std::min(most, room());
+        size_t taken = 0;
+        for (; taken < most && next(taken, end[taken]); ++taken) end[taken].retain();
+        count_ += taken;
+        if (!is_inline()) buffer()->used = count_;
+        return taken;
+    }
+
     [[gnu::always_inline]] void append(const Entry& entry) {
         reserve(1);
         push(entry);
@@ -126,6 +139,12 @@ class AppendLog {
     bool fits(size_t extra) const noexcept {
         if (is_inline()) return count_ + extra <= kInline;
         return buffer()->used == count_ && count_ + extra <= buffer()->capacity;
+    }
+
+    // How many entries fit.
+    size_t room() const noexcept {
+        if (is_inline()) return kInline - count_;
+        return buffer()->used == count_ ? buffer()->capacity - count_ : 0;
     }
 
     [[gnu::noinline]] static void drop(Buffer* buffer) noexcept {

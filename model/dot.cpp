@@ -34,8 +34,9 @@ struct FactorRows {
     npy_intp length;
     bool is_constant;
 
-    const double* numbers(npy_intp row) const noexcept {
-        return static_cast<const double*>(PyArray_DATA(as_array(array.get()))) + row * length;
+    std::span<const double> numbers(npy_intp row) const noexcept {
+        return {static_cast<const double*>(PyArray_DATA(as_array(array.get()))) + row * length,
+                static_cast<size_t>(length)};
     }
     PyObject* const* objects(npy_intp row) const noexcept {
         return static_cast<PyObject* const*>(PyArray_DATA(as_array(array.get()))) + row * length;
@@ -60,10 +61,8 @@ Ref summed_axis_last(PyObject* right) {
 }
 
 Ref cell(const FactorRows& left, npy_intp row, const FactorRows& right, npy_intp column) {
-    if (left.is_constant)
-        return sum_of_multiples(left.numbers(row), right.objects(column), left.length);
-    if (right.is_constant)
-        return sum_of_multiples(right.numbers(column), left.objects(row), left.length);
+    if (left.is_constant) return sum_of_multiples(left.numbers(row), right.objects(column));
+    if (right.is_constant) return sum_of_multiples(right.numbers(column), left.objects(row));
     return sum_of_products(left.objects(row), right.objects(column), left.length);
 }
 

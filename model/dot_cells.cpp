@@ -28,11 +28,23 @@ class CellSum {
   public:
     explicit CellSum(size_t expected) : sum_(new_expression()) { sum_->linear.reserve(expected); }
 
+    // Adds the leading products of plain variables and nonzero numbers, by far the commonest ones,
+    // as far as there is room. Gives their number.
+    size_t add_plain_multiples(std::span<const double> coefficients, PyObject* const* operands) {
+        return sum_->linear.push_while(coefficients.size(),
+                                       [=](size_t i, LinearLogEntry& entry) noexcept {
+                                           if (coefficients[i] == 0.0 || operands[i] == nullptr ||
+                                               Py_TYPE(operands[i]) != &var_type) {
+                                               return false;
+                                           }
+                                           entry.variable = as_variable(operands[i]);
+                                           entry.coefficient = coefficients[i];
+                                           return entry.variable->may_close_cycle == 0;
+                                       });
+    }
+
     void add_multiple(double coefficient, PyObject* object) {
         if (coefficient == 0.0) return;
-        // By far the commonest product; room was made for it.
-        if (Py_TYPE(object) == &var_type)
-            return add_linear(sum_.get(), as_variable(object), coefficient);
         const Ref operand = Ref::share(object);
         const OperandKind kind = kind_of(operand.get());
         if (kind != kNonlinear)
@@ -86,13 +98,15 @@ class CellSum {
 
 }  // namespace
 
-Ref sum_of_multiples(const double* coefficients, PyObject* const* operands, Py_ssize_t count) {
-    const auto zeros = std::count(coefficients, coefficients + count, 0.0);
-    CellSum sum(static_cast<size_t>(count - zeros));
-    for (Py_ssize_t i = 0; i < count; ++i) {
+Ref sum_of_multiples(std::span<const double> coefficients, PyObject* const* operands) {
+    const auto zeros = std::count(coefficients.begin(), coefficients.end(), 0.0);
+    CellSum sum(coefficients.size() - static_cast<size_t>(zeros));
+    for (size_t i = 0; i < coefficients.size(); ++i) {
+        i += sum.add_plain_multiples(coefficients.subspan(i), operands + i);
+        if (i == coefficients.size()) break;
         // A zero coefficient does not excuse an operand that cannot be multiplied.
         if (coefficients[i] == 0.0) {
-            if (quick_kind(operands[i]) == kInvalid) kind_of(operands[i]);
+            if (operands[i] == nullptr || quick_kind(operands[i]) == kInvalid) kind_of(operands[i]);
             continue;
         }
         sum.add_multiple(coefficients[i], operands[i]);

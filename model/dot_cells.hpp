@@ -6,7 +6,7 @@
 namespace quilex {
 
 // The sum of coefficients[i] * operands[i]. An expression, or a nonlinear node.
-Ref sum_of_multiples(const double* coefficients, PyObject* const* operands, Py_ssize_t count);
+Ref sum_of_multiples(std::span<const double> coefficients, PyObject* const* operands);
 
 // The sum of left[i] * right[i]. An expression, or a nonlinear node.
 Ref sum_of_products(PyObject* const* left, PyObject* const* right, Py_ssize_t count);

@@ -137,7 +137,7 @@ class ResultWalker final : public ArgumentWalker {
     void leaf(PyObject* object) override {
         const std::span<const double> values = result_vector(problem_, kind_);
         const double value = values[result_position(problem_, object, values.size())];
-        const Ref item = require(PyFloat_FromDouble(value));
+        const Ref item = problem_->results->floats.make(value);
         require_status(PyList_Append(list_.get(), item.get()));
     }
     bool is_plain_leaf(PyTypeObject* type) const noexcept override {
@@ -158,7 +158,7 @@ Ref all_values(Problem* problem, ResultKind kind) {
     }
     for (size_t i = 0; i < values.size(); ++i) {
         PyList_SET_ITEM(list.get(), static_cast<Py_ssize_t>(i),
-                        require(PyFloat_FromDouble(values[i])).release());
+                        problem->results->floats.make(values[i]).release());
     }
     return list;
 }
@@ -166,7 +166,8 @@ Ref all_values(Problem* problem, ResultKind kind) {
 // The value of an object of exactly the kind's own type, when it is at hand; else empty.
 template <ResultKind Kind>
 Ref value_at_hand(const Problem* problem, PyObject* object) {
-    if (!problem->results->valid[static_cast<int>(Kind)]) return Ref();
+    Results& results = *problem->results;
+    if (!results.valid[static_cast<int>(Kind)]) return Ref();
     int index = IndexMap::kMissing;
     if constexpr (is_by_column(Kind)) {
         if (Py_TYPE(object) != &var_type) return Ref();
@@ -175,9 +176,9 @@ Ref value_at_hand(const Problem* problem, PyObject* object) {
         if (Py_TYPE(object) != &constraint_type) return Ref();
         index = problem->con_index.find(reinterpret_cast<Constraint*>(object)->index);
     }
-    const std::span<const double> values = problem->results->values[static_cast<int>(Kind)];
+    const std::span<const double> values = results.values[static_cast<int>(Kind)];
     if (static_cast<size_t>(index) >= values.size()) return Ref();
-    return require(PyFloat_FromDouble(values[static_cast<size_t>(index)]));
+    return results.floats.make(values[static_cast<size_t>(index)]);
 }
 
 template <ResultKind Kind>
@@ -191,8 +192,8 @@ Ref result_method(PyObject* self, PyObject* const* arguments, Py_ssize_t count) 
     const std::span<const double> values = result_vector(problem, Kind);
     if (count == 0) return all_values(problem, Kind);
     if (count == 1 && !ArgumentWalker::is_container(arguments[0])) {
-        return require(
-            PyFloat_FromDouble(values[result_position(problem, arguments[0], values.size())]));
+        return problem->results->floats.make(
+            values[result_position(problem, arguments[0], values.size())]);
     }
     ResultWalker walker(problem, Kind);
     walker.walk(arguments, count);

@@ -1,6 +1,7 @@
 // The vectors of the last solve: values, slacks, duals and reduced costs.
 #pragma once
 
+#include "module/recent_floats.hpp"
 #include "problem/problem.hpp"
 
 namespace quilex {
@@ -18,6 +19,7 @@ struct Results {
     std::span<const double> values[kResultKinds];  // the library's own, or the copies
     std::vector<double> copies[kResultKinds];      // of the nonlinear solver's, which has no views
     bool valid[kResultKinds] = {};
+    RecentFloats floats;
 
     void drop() noexcept {
         for (bool& flag : valid) flag = false;

@@ -5,6 +5,7 @@ import gc
 import subprocess
 import sys
 import time
+from itertools import pairwise
 from statistics import median
 
 import numpy as np
@@ -34,9 +35,9 @@ def _settled_bytes():
 def linearity(n, clock):
     """Seconds per term of four ways to add up n, n/2, n/4 and n/8 distinct variables.
 
-    The lengths take turns, each sum from fresh memory. Of the times per term the least of seven
-    counts. How much longer 2n terms take than n is the median over the turns, as a machine that
-    others use changes its pace, but seldom between two neighbouring sums.
+    Each sum starts from fresh memory. Of the times per term the least counts. How much longer 2n
+    terms take than n is the median of five comparisons of one sum of 2n with the mean of the sums
+    of n right before and after it, as a machine that others use changes its pace all the time.
     """
     x = [quilex.var() for _ in range(n)]
     lengths = [n // part for part in (8, 4, 2, 1)]
@@ -47,11 +48,19 @@ def linearity(n, clock):
         ("numpy sum", np.sum, _object_array),
     ):
         over = {length: collect(x[:length]) for length in lengths}
-        turns = [[_thread_seconds(build, over[length]) for length in lengths] for _ in range(7)]
-        for length, seconds in zip(lengths, zip(*turns)):
+        times = {length: [] for length in lengths}
+        for short, long in pairwise(lengths):
+            ratios = []
+            for _ in range(5):
+                before, twice, after = (
+                    _thread_seconds(build, over[length]) for length in (short, long, short)
+                )
+                ratios.append(2 * twice / (before + after))
+                times[short] += before, after
+                times[long].append(twice)
+            clock.put(f"{name} doubling to {long}", median(ratios))
+        for length, seconds in times.items():
             clock.put(f"{name} {length}", min(seconds) / length)
-        for k, length in enumerate(lengths[1:]):
-            clock.put(f"{name} doubling to {length}", median(t[k + 1] / t[k] for t in turns))
 
 
 def _object_array(x):

@@ -1,5 +1,7 @@
 """Dot: shapes, kinds of elements, output argument, against numpy and against sums of products."""
 
+import gc
+
 import numpy
 import pytest
 
@@ -81,6 +83,29 @@ def test_constants_of_every_layout(dtype):
         array, point = model_array(range(4), "v")
         result = quilex.Dot(layout, array)
         assert [value(item, point) for item in result] == list(layout.astype(float) @ range(4))
+
+
+class Tagged(quilex.var):
+    """A variable that may be part of a reference cycle."""
+
+
+@pytest.mark.parametrize("seed", range(20))
+def test_long_rows_of_mixed_elements_are_plain_sums(seed):
+    # Runs of plain variables are added together; whatever stands between them must not disturb.
+    rng = numpy.random.default_rng(seed)
+    x = [quilex.var(name=f"x{k}") for k in range(40)] + [Tagged(f"t{k}") for k in range(3)]
+    items = numpy.empty(120, object)
+    for i in range(items.size):
+        v = x[rng.integers(len(x))]
+        items[i] = [v, v, v, v, 3 * v, quilex.Sum(x[:5]) - 1, v * v, 2.0][rng.integers(8)]
+    coefficients = rng.integers(-2, 3, items.size).astype(float)
+    point = {v.name: float(k) for k, v in enumerate(x)}
+    expected = sum(c * value(1 * item, point) for c, item in zip(coefficients, items))
+    product = quilex.Dot(coefficients, items)
+    assert value(product, point) == expected
+    assert gc.is_tracked(product) or not any(
+        c and type(i) is Tagged for c, i in zip(coefficients, items)
+    )
 
 
 def test_chains_and_constants():

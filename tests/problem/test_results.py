@@ -108,6 +108,18 @@ def test_arrays_have_the_shape_of_their_argument(solved):
     assert p.getSolution() == pytest.approx([1, 3])
 
 
+def test_every_way_to_a_value_gives_the_same_bits(p):
+    # Equal values may be one float; values that are alike, as 0.0 and -0.0, may not.
+    bounds = [0.0, -0.0, 1 / 3, 1.0, 2 / 3, 0.0] * 3 + [k / 7 for k in range(200)] * 2
+    xs = [quilex.var(lb=b, ub=b) for b in bounds]
+    p.addVariable(xs)
+    p.solve()
+    wanted = p.getSolutionArray()
+    np.testing.assert_allclose(wanted, bounds)
+    for values in ([p.getSolution(x) for x in xs], p.getSolution(), p.getSolution(xs)):
+        assert np.array(values).tobytes() == wanted.tobytes()
+
+
 GETTERS = ["getSolution", "getSlack", "getDual", "getRCost"]
 
 
