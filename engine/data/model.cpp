@@ -120,7 +120,7 @@ void Model::append_rows(const RowBlock& block, const std::int64_t* start, const 
 
 void Model::clear() {
     Model fresh;
-    fresh.changes_.rebuild();
+    fresh.changes_.replace();
     *this = std::move(fresh);
 }
 
@@ -238,7 +238,7 @@ void Model::delete_rows(const std::vector<int>& new_index) {
     renumber(delayed_rows_, new_index);
     renumber(model_cuts_, new_index);
     row_names_.delete_items(new_index);
-    changes_.rebuild();
+    changes_.delete_rows(new_index);
 }
 
 void Model::delete_columns(const std::vector<int>& new_index) {
@@ -268,7 +268,7 @@ void Model::delete_columns(const std::vector<int>& new_index) {
     }
     for (auto& [row, indicator] : indicators_) indicator.column = new_index[at(indicator.column)];
     col_names_.delete_items(new_index);
-    changes_.rebuild();
+    changes_.delete_columns(new_index);
 }
 
 void Model::delete_sets(const std::vector<int>& new_index) {

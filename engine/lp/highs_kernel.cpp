@@ -60,6 +60,38 @@ KernelOutcome outcome_of(HighsModelStatus status) {
     }
 }
 
+BasisStatus status_of(HighsBasisStatus status) {
+    switch (status) {
+        case HighsBasisStatus::kBasic:
+            return BasisStatus::kBasic;
+        case HighsBasisStatus::kUpper:
+            return BasisStatus::kUpper;
+        case HighsBasisStatus::kZero:
+            return BasisStatus::kFree;
+        default:
+            return BasisStatus::kLower;
+    }
+}
+
+HighsBasisStatus highs_status_of(BasisStatus status) {
+    switch (status) {
+        case BasisStatus::kBasic:
+            return HighsBasisStatus::kBasic;
+        case BasisStatus::kUpper:
+            return HighsBasisStatus::kUpper;
+        case BasisStatus::kFree:
+            return HighsBasisStatus::kZero;
+        default:
+            return HighsBasisStatus::kLower;
+    }
+}
+
+template <class From, class To>
+void translate(const std::vector<From>& from, std::vector<To>& to, To (*one)(From)) {
+    to.resize(from.size());
+    std::transform(from.begin(), from.end(), to.begin(), one);
+}
+
 KernelProgress progress_of(int event, const HighsCallbackOutput& output) {
     KernelProgress progress;
     progress.seconds = output.running_time;
@@ -244,6 +276,25 @@ bool LpKernel::set_start(const double* x, int num_cols) {
     solution.col_value.assign(x, x + num_cols);
     solution.value_valid = true;
     return accepted(live_->highs.setSolution(solution));
+}
+
+KernelBasis LpKernel::basis() const {
+    const Highs& highs = live_->highs;
+    const HighsBasis& held = highs.getBasis();
+    const bool was_tree = highs.getLp().isMip() && !live_->applied.relax;
+    if (!held.valid || was_tree) return {};
+    KernelBasis out;
+    translate(held.col_status, out.columns, &status_of);
+    translate(held.row_status, out.rows, &status_of);
+    return out;
+}
+
+bool LpKernel::set_basis(const KernelBasis& basis) {
+    HighsBasis wanted;
+    wanted.valid = true;
+    translate(basis.columns, wanted.col_status, &highs_status_of);
+    translate(basis.rows, wanted.row_status, &highs_status_of);
+    return accepted(live_->highs.setBasis(wanted));
 }
 
 void LpKernel::forget_basis() {

@@ -33,6 +33,16 @@ void relax_bounds(const Model& model, int first, std::vector<double>& lower,
     }
 }
 
+// Nothing rests at an infinite bound.
+BasisStatus possible_status(BasisStatus status, const Sides& sides) {
+    const bool has_lower = sides.lower > -kInfinity;
+    const bool has_upper = sides.upper < kInfinity;
+    if (status == BasisStatus::kBasic || (status == BasisStatus::kUpper && has_upper))
+        return status;
+    if (has_lower) return BasisStatus::kLower;
+    return has_upper ? BasisStatus::kUpper : BasisStatus::kFree;
+}
+
 // The terms are sorted by first and second column, which is the lower triangle by columns.
 void state_hessian(KernelModel& out, const Model& model) {
     const auto& terms = model.quadratic_objective().terms();
@@ -136,8 +146,33 @@ void LiveModel::hand_over_quadratic(Model& model, double matrix_tolerance) {
 }
 
 void LiveModel::hand_over(Model& model, double matrix_tolerance) {
+    const KernelBasis basis = surviving_basis(model);
     require(kernel_.load(kernel_model(model), matrix_tolerance), "the model");
     has_hessian_ = false;
+    // A refusal costs iterations only.
+    if (!basis.columns.empty()) kernel_.set_basis(basis);
+}
+
+// New columns rest at a bound, new rows are basic.
+KernelBasis LiveModel::surviving_basis(Model& model) const {
+    const ChangeLog& changes = model.changes();
+    if (changes.replaced() || has_hessian_) return {};
+    const KernelBasis known = kernel_.basis();
+    if (known.columns.size() != at(num_cols_) || known.rows.size() != at(num_rows_)) return {};
+    KernelBasis basis;
+    for (int col = 0; col < model.num_cols(); ++col) {
+        const int origin = changes.columns().of(col);
+        const bool is_new = origin < 0 || origin >= num_cols_;
+        basis.columns.push_back(possible_status(
+            is_new ? BasisStatus::kLower : known.columns[at(origin)], model.relaxed_bounds(col)));
+    }
+    for (int row = 0; row < model.num_rows(); ++row) {
+        const int origin = changes.rows().of(row);
+        const bool is_new = origin < 0 || origin >= num_rows_;
+        basis.rows.push_back(possible_status(is_new ? BasisStatus::kBasic : known.rows[at(origin)],
+                                             model.relaxed_sides(row)));
+    }
+    return basis;
 }
 
 void LiveModel::forward(Model& model) {

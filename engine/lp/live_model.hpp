@@ -10,8 +10,9 @@ namespace qlx {
 // types, sets, indicators and quadratic rows are not in it.
 class LiveModel {
   public:
-    // Small changes since the last call are forwarded, so that the basis is kept; else the model is
-    // handed over whole. Throws Error when the kernel refuses.
+    // Small changes since the last call are forwarded; else the model is handed over whole. The
+    // basis is kept either way, as far as its columns and rows still exist. Throws Error when the
+    // kernel refuses.
     void synchronise(Model& model, double matrix_tolerance);
     // The whole model with its quadratic objective, for which the kernel is not asked to solve it.
     void hand_over_quadratic(Model& model, double matrix_tolerance);
@@ -19,6 +20,7 @@ class LiveModel {
 
   private:
     void hand_over(Model& model, double matrix_tolerance);
+    [[nodiscard]] KernelBasis surviving_basis(Model& model) const;
     void forward(Model& model);
     void forward_columns(Model& model);
     void forward_rows(Model& model);

@@ -24,6 +24,12 @@ struct KernelModel {
     bool maximise = false;
 };
 
+enum class BasisStatus : char { kBasic, kLower, kUpper, kFree };
+
+struct KernelBasis {
+    std::vector<BasisStatus> columns, rows;
+};
+
 enum class KernelMethod { kAutomatic, kDualSimplex, kPrimalSimplex, kInteriorPoint, kFirstOrder };
 
 struct KernelOptions {
@@ -124,6 +130,11 @@ class LpKernel {
     [[nodiscard]] bool change_integrality(const std::vector<char>& integer);
     // A complete point to start the next tree search from.
     [[nodiscard]] bool set_start(const double* x, int num_cols);
+    // Of the last solve as an LP; empty where there is none.
+    [[nodiscard]] KernelBasis basis() const;
+    // Columns and rows to start the next solve from, completed where they do not make a basis.
+    // False when HiGHS refuses.
+    bool set_basis(const KernelBasis& basis);
     void forget_basis();
 
     [[nodiscard]] KernelResult solve(const KernelOptions& options, KernelEvents& events);
