@@ -6,6 +6,7 @@
 #include "module/boundary.hpp"
 #include "module/library_error.hpp"
 #include "module/text.hpp"
+#include "problem/name_batch.hpp"
 
 #include "bridge/integers.hpp"
 
@@ -40,6 +41,7 @@ int index_of_object(Problem* problem, PyObject* object, int kind) {
 }
 
 int index_of_name(Problem* problem, PyObject* name, int kind) {
+    require_valid_name(name, kind == kRowIndex ? "constraint" : "variable");
     const Block<char> text = Block<char>::adopt(pyStrToStr(name));
     if (!text) {
         if (!PyErr_Occurred()) throw std::bad_alloc();

@@ -14,6 +14,7 @@
 #include "bridge/integers.hpp"
 #include "module/boundary.hpp"
 #include "problem/access.hpp"
+#include "problem/released_body.hpp"
 
 namespace quilex {
 
@@ -24,6 +25,7 @@ namespace quilex {
 template <ElementKind Kind>
 struct Array {
     static constexpr bool is_array = true;
+    static constexpr ElementKind kind = Kind;
     const char* keyword;
     InputArray<Kind> convert(Problem* problem, PyObject* object, TiedLength& length) const {
         return InputArray<Kind>(problem, object, length);
@@ -34,6 +36,7 @@ struct Array {
 template <ElementKind Kind>
 struct Index {
     static constexpr bool is_array = false;
+    static constexpr ElementKind kind = Kind;
     const char* keyword;
     int convert(Problem* problem, PyObject* object, TiedLength&) const {
         return require_index(problem, object, Kind);
@@ -42,6 +45,7 @@ struct Index {
 
 struct Real {
     static constexpr bool is_array = false;
+    static constexpr ElementKind kind = kDouble;
     const char* keyword;
     double convert(Problem*, PyObject* object, TiedLength&) const {
         const double value = PyFloat_AsDouble(object);
@@ -52,6 +56,7 @@ struct Real {
 
 struct Integer {
     static constexpr bool is_array = false;
+    static constexpr ElementKind kind = kInt32;
     const char* keyword;
     int convert(Problem*, PyObject* object, TiedLength&) const {
         const Ref number = require(PyNumber_Index(object));
@@ -72,6 +77,8 @@ struct LibraryCall {
 
     static constexpr size_t kCount = sizeof...(Forms);
     static constexpr bool kHasArrays = (Forms::is_array || ...);
+    // A function of rows and columns changes coefficients, one of rows alone their sides.
+    static constexpr bool kHasColumns = ((Forms::kind == kColumnIndex) || ...);
 };
 
 // The arguments of a method that takes `count` objects, by position or keyword. The references are
@@ -101,6 +108,18 @@ std::array<Ref, Count> parse_objects(PyObject* arguments, PyObject* keywords,
     return objects;
 }
 
+// The rows that a converted argument names.
+template <class Form, class Value>
+std::span<const int> rows_in(const Value& value) noexcept {
+    if constexpr (Form::kind != kRowIndex) {
+        return {};
+    } else if constexpr (Form::is_array) {
+        return value.elements();
+    } else {
+        return {&value, 1};
+    }
+}
+
 // The method of a stated call. It changes the model and returns None.
 template <const auto& Call>
 Ref library_method(PyObject* self, PyObject* arguments, PyObject* keywords) {
@@ -120,6 +139,11 @@ Ref library_method(PyObject* self, PyObject* arguments, PyObject* keywords) {
                 std::get<I>(Call.forms).convert(problem, objects[I].get(), length)...};
         // A conversion may have run Python code that used the problem.
         changing(self);
+        (settle_constraints(
+             problem,
+             rows_in<std::remove_cvref_t<decltype(std::get<I>(Call.forms))>>(std::get<I>(values)),
+             Stated::kHasColumns),
+         ...);
         if constexpr (Stated::kHasArrays) {
             require_library(self,
                             Call.function(problem->prob, length.count(), std::get<I>(values)...));

@@ -4,6 +4,7 @@
 #include "callbacks/handles.hpp"
 #include "module/boundary.hpp"
 #include "module/text.hpp"
+#include "problem/name_batch.hpp"
 
 #include "module/numpy.hpp"
 
@@ -73,12 +74,22 @@ Ref as_sequence(PyObject* object) {
     return share(object);
 }
 
+// An array's own length: a subclass may say another than what its buffer holds.
+Py_ssize_t length_of(PyObject* sequence) {
+    if (PyArray_Check(sequence)) {
+        auto* const array = reinterpret_cast<PyArrayObject*>(sequence);
+        if (PyArray_NDIM(array) > 0) return PyArray_DIM(array, 0);
+    }
+    const Py_ssize_t length = PySequence_Size(sequence);
+    if (length < 0) raise_runtime_error("Invalid sequence of objects");
+    return length;
+}
+
 template <ElementKind Kind>
 void append_sequence(Problem* problem, int64_t* count, PyObject* object,
                      ConvertedArray<Kind>& result) {
     const Ref sequence = as_sequence(object);
-    const Py_ssize_t length = PySequence_Size(sequence.get());
-    if (length < 0) raise_runtime_error("Invalid sequence of objects");
+    const Py_ssize_t length = length_of(sequence.get());
     check_length(count, length);
     if (PyArray_Check(sequence.get()) && convert_numpy_buffer<Kind>(sequence.get(), result)) return;
     append_items<Kind>(problem, static_cast<size_t>(length), result, [&](Py_ssize_t i) {
@@ -114,6 +125,7 @@ Element<Kind> convert_element(Problem* problem, PyObject* item) {
     } else if constexpr (Kind == kInt8) {
         return int8_value(item);
     } else if constexpr (Kind == kString) {
+        if (PyUnicode_Check(item) || PyBytes_Check(item)) require_valid_name(item, "row or column");
         char* const text = pyStrToStr(item);
         if (text != nullptr) return text;
         if (PyErr_Occurred()) throw PythonFailure();

@@ -111,6 +111,22 @@ Ref constraint_of(PyObject* a, OperandKind kind_a, PyObject* b, OperandKind kind
 
 }  // namespace
 
+namespace {
+
+// An equality that a foreign array may take over. Without an answer of its own Python would compare
+// addresses, and a constraint be lost as False.
+Ref compare_with_foreign_array(PyObject* a, PyObject* b, int op) {
+    if (op != Py_EQ && op != Py_NE) return Ref::share(Py_NotImplemented);
+    const richcmpfunc compare = Py_TYPE(b)->tp_richcompare;
+    if (compare != nullptr && compare != PyBaseObject_Type.tp_richcompare) {
+        Ref result = require(compare(b, a, op));
+        if (result.get() != Py_NotImplemented) return result;
+    }
+    raise_runtime_error("Invalid object in operation");
+}
+
+}  // namespace
+
 Ref make_one_constraint(PyObject* a, PyObject* b, int op) {
     const OperandKind kind_a = require_kind(a);
     const OperandKind kind_b = require_kind(b);
@@ -128,7 +144,8 @@ Ref make_constraint(PyObject* a, PyObject* b, int op) {
     if (kind_a != kInvalid) {
         // An array's own comparison would turn the sides round; a subclass keeps its type that way.
         if (PyArray_CheckExact(b)) return compare_with_array(a, b, op);
-        if (is_numpy_array(b) || is_foreign_array(b)) return Ref::share(Py_NotImplemented);
+        if (is_numpy_array(b)) return Ref::share(Py_NotImplemented);
+        if (is_foreign_array(b)) return compare_with_foreign_array(a, b, op);
     }
     raise_runtime_error("Invalid object in operation");
 }

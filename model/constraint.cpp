@@ -4,6 +4,7 @@
 #include "model/constraint_arguments.hpp"
 #include "model/cumulative.hpp"
 #include "model/lazy_tracking.hpp"
+#include "model/operators.hpp"
 #include "model/var.hpp"
 #include "module/boundary.hpp"
 #include "module/environment.hpp"
@@ -147,6 +148,7 @@ PyNumberMethods constraint_number = [] {
 PyMethodDef constraint_methods[] = {
     {"copy", method<copy_method>, METH_NOARGS,
      "copy()\n--\n\nReturn a copy of the constraint as a new object"},
+    QUILEX_REFUSED_PICKLING,
     {nullptr, nullptr, 0, nullptr},
 };
 

@@ -24,6 +24,9 @@ class Accumulator {
     void add(PyObject* item) {
         if (item == Py_None) return;
         total_ = step_(total_ ? total_.get() : Py_None, item);
+        // A zero plus a node is the node itself, which is not ours to grow.
+        if (total_.get() == item && (is_nonlinear(item) || is_expression(item)))
+            total_ = general_copy(item, 1.0);
     }
     Ref take() noexcept { return std::move(total_); }
 
@@ -61,10 +64,7 @@ void add_sequence(Accumulator& total, PyObject* collection) {
         }
     }
     const Py_ssize_t size = PySequence_Size(collection);
-    if (size < 0) {
-        PyErr_Clear();
-        raise_runtime_error("Invalid sequence of objects");
-    }
+    if (size < 0) raise_runtime_error("Invalid sequence of objects");
     for (Py_ssize_t i = 0; i < size; ++i) {
         total.add(require(PySequence_GetItem(collection, i)).get());
     }

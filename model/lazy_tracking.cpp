@@ -4,9 +4,25 @@
 #include "model/expression.hpp"
 #include "model/linterm.hpp"
 #include "model/quadterm.hpp"
-#include "nonlinear/node.hpp"
+#include "nonlinear/node_internal.hpp"
 
 namespace quilex {
+
+namespace {
+
+// An operand that was made for this one use has a reference of its caller's and one of the holder
+// or of the frame in between. With more, somebody else has it and may grow it.
+constexpr Py_ssize_t kReferencesOfPassedOperand = 2;
+
+// Whether in-place operators may add operands to the object itself.
+bool grows_in_place(PyObject* object) noexcept {
+    if (Py_TYPE(object) == &expression_type) return true;
+    if (Py_TYPE(object) != &nonlinear_type) return false;
+    const int op = as_node(object)->op;
+    return op == kSum || op == kProduct || op == kQuotient || op == kPower;
+}
+
+}  // namespace
 
 bool may_close_cycle(PyObject* object) noexcept {
     PyTypeObject* const type = Py_TYPE(object);
@@ -14,7 +30,8 @@ bool may_close_cycle(PyObject* object) noexcept {
     const bool tracked_when_needed = type == &var_type || type == &linterm_type ||
                                      type == &quadterm_type || type == &expression_type ||
                                      type == &nonlinear_type;
-    return !tracked_when_needed || PyObject_GC_IsTracked(object);
+    if (!tracked_when_needed || PyObject_GC_IsTracked(object)) return true;
+    return grows_in_place(object) && Py_REFCNT(object) > kReferencesOfPassedOperand;
 }
 
 }  // namespace quilex

@@ -9,8 +9,9 @@
 
 namespace quilex {
 
-// Whether holding the object could close a cycle: it is seen by the collector, or it is of a
-// foreign type that the collector may see later (an empty dict, for example).
+// Whether holding the object could close a cycle: it is seen by the collector, it is of a foreign
+// type that the collector may see later (an empty dict, for example), or it can still grow in
+// somebody else's hands.
 bool may_close_cycle(PyObject* object) noexcept;
 
 inline void track(PyObject* object) noexcept {

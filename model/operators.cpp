@@ -22,15 +22,26 @@ using ArrayRule = Ref (*)(PyObject* a, PyObject* array);
 Ref array_sum(PyObject* a, PyObject* array) {
     return require(PyNumber_Add(array, a));
 }
+// The array with its numbers as doubles: types of its own would wrap at a negation or round a
+// quotient, and booleans have no negation.
+Ref as_doubles(PyObject* array) {
+    const int type = PyArray_TYPE(reinterpret_cast<PyArrayObject*>(array));
+    const bool is_narrow = type == NPY_HALF || type == NPY_FLOAT;
+    if (!is_narrow && !PyTypeNum_ISBOOL(type) && !PyTypeNum_ISINTEGER(type))
+        return Ref::share(array);
+    return require(PyObject_CallMethod(array, "astype", "s", "float64"));
+}
 Ref array_difference(PyObject* a, PyObject* array) {
-    return require(PyNumber_Add(require(PyNumber_Negative(array)).get(), a));
+    const Ref negated = require(PyNumber_Negative(as_doubles(array).get()));
+    return require(PyNumber_Add(negated.get(), a));
 }
 Ref array_product(PyObject* a, PyObject* array) {
     return require(PyNumber_Multiply(array, a));
 }
 Ref array_quotient(PyObject* a, PyObject* array) {
     const Ref one = python_float(1.0);
-    return require(PyNumber_Multiply(require(PyNumber_TrueDivide(one.get(), array)).get(), a));
+    const Ref inverse = require(PyNumber_TrueDivide(one.get(), as_doubles(array).get()));
+    return require(PyNumber_Multiply(inverse.get(), a));
 }
 Ref array_power(PyObject*, PyObject*) {
     raise_runtime_error(kVectorExponent);
@@ -75,12 +86,6 @@ Ref refuse_operator(PyObject*, PyObject* b) {
         return Ref::share(Py_NotImplemented);
     }
     raise_invalid_object();
-}
-
-Ref refuse_pickling(PyObject* self, PyObject*) {
-    raise(PyExc_TypeError,
-          "cannot pickle '%s' object: modelling objects belong to the process that made them",
-          Py_TYPE(self)->tp_name);
 }
 
 // The texts for running out of memory while a result is built, by the richest operand.
@@ -240,8 +245,14 @@ PyObject* refuse_construction(PyTypeObject* type, PyObject*, PyObject*) noexcept
                         type->tp_name);
 }
 
+Ref refuse_pickling(PyObject* self, PyObject*) {
+    raise(PyExc_TypeError,
+          "cannot pickle '%s' object: modelling objects belong to the process that made them",
+          Py_TYPE(self)->tp_name);
+}
+
 PyMethodDef modelling_methods[] = {
-    {"__reduce__", method<refuse_pickling>, METH_NOARGS, nullptr},
+    QUILEX_REFUSED_PICKLING,
     {nullptr, nullptr, 0, nullptr},
 };
 

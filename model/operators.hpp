@@ -12,8 +12,11 @@ namespace quilex {
 
 extern PyNumberMethods modelling_number_methods;
 
-// __reduce__, which refuses.
+// __reduce__, which refuses; alone in a table, and as an entry for others.
+Ref refuse_pickling(PyObject* self, PyObject*);
 extern PyMethodDef modelling_methods[];
+#define QUILEX_REFUSED_PICKLING \
+    { "__reduce__", method<refuse_pickling>, METH_NOARGS, nullptr }
 
 // __array_priority__: below numpy's arrays and above its scalars, so that arrays apply operators
 // element by element and scalars leave them to the modelling type.

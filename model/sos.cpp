@@ -1,5 +1,6 @@
 // quilex.SOS: a special ordered set of variables.
 #include "model/sos.hpp"
+#include "model/operators.hpp"
 
 #include "module/boundary.hpp"
 #include "module/environment.hpp"
@@ -126,6 +127,7 @@ Ref sos_copy(PyObject* self, PyObject*) {
 PyMethodDef sos_methods[] = {
     {"copy", method<sos_copy>, METH_NOARGS,
      "copy()\n--\n\nReturn a copy of the SOS as a new object"},
+    QUILEX_REFUSED_PICKLING,
     {nullptr, nullptr, 0, nullptr},
 };
 

@@ -5,6 +5,16 @@
 
 namespace quilex {
 
+namespace {
+
+// Interrupts, exits and the end of memory reach the user as they are, whatever else they cause.
+bool outranks_errors(PyObject* exception) noexcept {
+    return !PyErr_GivenExceptionMatches(exception, PyExc_Exception) ||
+           PyErr_GivenExceptionMatches(exception, PyExc_MemoryError);
+}
+
+}  // namespace
+
 void raise(PyObject* type, const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);
@@ -14,6 +24,8 @@ void raise(PyObject* type, const char* format, ...) {
 }
 
 void raise_runtime_error(const char* format, ...) {
+    PyObject* const pending = PyErr_Occurred();
+    if (pending != nullptr && outranks_errors(pending)) throw PythonFailure();
     va_list arguments;
     va_start(arguments, format);
     PyErr_FormatV(PyExc_RuntimeError, format, arguments);

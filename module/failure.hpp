@@ -15,7 +15,7 @@ class PythonFailure {
 [[noreturn]] void raise(PyObject* type, const char* format, ...);
 
 // Sets a RuntimeError with PyErr_Format's formats, and throws. The module's own errors are of this
-// type.
+// type. It takes the place of a pending error, but not of an interrupt or a MemoryError.
 [[noreturn]] void raise_runtime_error(const char* format, ...);
 
 // Takes over a new reference returned by the C API; null means that an exception is set.

@@ -66,12 +66,15 @@ PyMethodDef modelling_functions[] = {
      "broadcasts to the shape. The element [2, 0] of an array named x has the name \"x(2,0)\"."},
     {"Sum", method<quilexmod_Sum>, METH_FASTCALL,
      "Sum(*terms)\n--\n\n"
-     "The sum of numbers and modelling objects, given one by one or as one list, tuple, dict\n"
-     "(its values), iterator or numpy array. None is skipped."},
+     "Alternative sum operator for an arbitrary number of objects created by\n"
+     "a Python list, tuple, generator, NumPy array, dictionary, etc.\n\n"
+     "Takes numbers and modelling objects one by one, or one collection of them (a dict's "
+     "values).\n"
+     "None is skipped."},
     {"Prod", method<quilexmod_Prod>, METH_FASTCALL,
      "Prod(*factors)\n--\n\n"
-     "The product of numbers and modelling objects, given one by one or as one list, tuple, dict\n"
-     "(its values), iterator or numpy array. None is skipped; the product of nothing is 0.0."},
+     "Returns the product of a sequence of one or more expressions.\n\n"
+     "Takes numbers and modelling objects as Sum does. The product of nothing is 0.0."},
     {"Dot", method<quilexmod_Dot>, METH_FASTCALL | METH_KEYWORDS,
      "Dot(*arrays, out=None)\n--\n\n"
      "The product of two or more arrays of numbers and modelling objects, from left to right, by\n"

@@ -157,7 +157,7 @@ void replace_operand(PyObject* node, Py_ssize_t position, PyObject* operand) {
 }
 
 void match_tracking(PyObject* node, PyObject* other) noexcept {
-    if (PyObject_GC_IsTracked(other)) track(node);
+    if (PyObject_GC_IsTracked(other)) show_to_collector(as_node(node));
 }
 
 bool contains_node(PyObject* tree, PyObject* node) {

@@ -75,6 +75,7 @@ bool multiply_second_operand(PyObject* node, PyObject* b) {
     if (is_product(second) && PyList_GET_SIZE(as_node(second)->args) > 0) {
         if (contains_node(b, second) || would_close_cycle(node, b)) return false;
         insert_operand(second, PyList_GET_SIZE(as_node(second)->args) - 1, b);
+        match_tracking(node, second);
         return true;
     }
     if (would_close_cycle(node, b)) return false;

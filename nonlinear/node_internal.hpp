@@ -55,7 +55,7 @@ inline void append_operand(PyObject* node, PyObject* operand) {
 Ref remove_operand(PyObject* node, Py_ssize_t position);
 void replace_operand(PyObject* node, Py_ssize_t position, PyObject* operand);
 
-// Tracks the node when the other one, whose container it takes over, is tracked.
+// Tracks the node and its container when the other node, which became part of it, is tracked.
 void match_tracking(PyObject* node, PyObject* other) noexcept;
 
 // Whether `tree` contains `node`, so that putting `tree` into `node` would close a cycle.

@@ -2,6 +2,7 @@
 #include "problem/column_batch.hpp"
 
 #include <algorithm>
+#include <cmath>
 
 #include "module/boundary.hpp"
 #include "module/library_error.hpp"
@@ -57,6 +58,12 @@ void require_sound_bounds(const Variable* variable, char type) {
         raise_runtime_error(
             "Incorrect semi-continuous, semi-integer, or partially integer variable; check that "
             "its threshold is between its lower and upper bounds");
+    }
+    if (has_limit(type) && !(std::fabs(domain.threshold) < kInfinity)) {
+        const Ref name = variable_name(variable);
+        raise_runtime_error(
+            "Invalid threshold of variable %S: %s, must be less than 1e20 in magnitude", name.get(),
+            number_text(domain.threshold).c_str());
     }
 }
 

@@ -117,8 +117,10 @@ std::vector<int> converted(Problem* problem, PyObject* object) {
 
 // Sets have no array conversion of their own: their indices are converted one by one.
 std::vector<int> converted_sets(Problem* problem, PyObject* object) {
-    const Ref items = Ref::steal(PySequence_Fast(object, ""));
-    if (!items) raise_runtime_error("Invalid sequence of objects");
+    if (!PySequence_Check(object) && !PyIter_Check(object)) {
+        raise_runtime_error("Invalid sequence of objects");
+    }
+    const Ref items = require(PySequence_Fast(object, "Invalid sequence of objects"));
     std::vector<int> indices;
     for (Py_ssize_t i = 0; i < PySequence_Fast_GET_SIZE(items.get()); ++i) {
         indices.push_back(
@@ -170,8 +172,9 @@ PyMethodDef deletion_methods[] = {
     {"delVariable", method<delete_method<ObjectKind::kVariable, delete_columns>>,
      METH_VARARGS | METH_KEYWORDS,
      "delVariable(index=None, first=-1, last=-1)\n--\n\n"
-     "Delete variables: `index` is an index, a variable, a name, or a list of them; `first` and\n"
-     "`last` give a range instead. A variable that has entries in constraints, in the objective\n"
+     "Delete variables: `index` is an index, a variable, or a list of indices, variables and\n"
+     "names; `first` and `last` give a range instead. A variable that has entries in constraints, "
+     "in the objective\n"
      "or in sets disappears from them in the library; the constraints' bodies still show it."},
     {"delConstraint", method<delete_method<ObjectKind::kConstraint, delete_rows>>,
      METH_VARARGS | METH_KEYWORDS,

@@ -71,7 +71,7 @@ Ref lookup_method(PyObject* self, PyObject* arguments, PyObject* keywords) {
         return range_of_objects(problem, Kind, selection);
     }
     const int count = objects_of(problem, Kind).size();
-    if (selection.index == nullptr || selection.index == Py_None) {
+    if (selection.index == nullptr) {
         return list_of_objects(problem, Kind, 0, count);
     }
     if (is_integer(selection.index)) {

@@ -79,6 +79,14 @@ void restore_bodies(Problem* problem, std::span<const int> rows, bool only_held)
     }
 }
 
+void settle_constraints(Problem* problem, std::span<const int> rows, bool coefficients) {
+    for (const int row : rows) {
+        if (row < 0 || row >= problem->constraints.size()) continue;
+        Constraint* const constraint = constraint_at(problem, row);
+        if (coefficients && is_released_to(constraint, problem)) rebuild(problem, constraint, row);
+    }
+}
+
 void restore_bodies_with_columns(Problem* problem, std::span<const int> columns) {
     std::vector<int> rows;
     for (const int column : columns) {

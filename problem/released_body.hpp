@@ -32,7 +32,11 @@ void restore_body(Problem* problem, Constraint* constraint);
 void restore_bodies(Problem* problem, std::span<const int> rows, bool only_held);
 // The same for all rows that have an entry in one of the columns.
 void restore_bodies_with_columns(Problem* problem, std::span<const int> columns);
-// The same for every constraint that somebody else holds: the problem is going away.
+// Makes the constraints of rows that are about to change independent of them, so that they keep
+// what they were made with: their bounds and, where `coefficients` change, their bodies. Indices
+// out of range are left to the library.
+void settle_constraints(Problem* problem, std::span<const int> rows, bool coefficients);
+// Rebuilds the body of every constraint that somebody else holds: the problem is going away.
 void restore_all_held_bodies(Problem* problem);
 // Cuts the link of every constraint whose body is still released: nobody can ask for it any more.
 void forget_released_bodies(Problem* problem) noexcept;

@@ -1,6 +1,8 @@
 // The pending batch of rows.
 #include "problem/row_batch.hpp"
 
+#include <cmath>
+
 #include "module/boundary.hpp"
 #include "module/library_error.hpp"
 #include "module/pending_exception.hpp"
@@ -39,6 +41,20 @@ void require_sound_bounds(Constraint* constraint) {
         name.get(), number_text(lower).c_str(), number_text(upper).c_str());
 }
 
+// A side that is infinite on the wrong side of zero can never hold.
+void require_possible_side(Constraint* constraint, const RowSide& side) {
+    const bool wrong = std::isnan(side.rhs) || (side.type == 'L' && side.rhs <= -kInfinity) ||
+                       (side.type == 'G' && side.rhs >= kInfinity) ||
+                       ((side.type == 'E' || side.type == 'R') && std::fabs(side.rhs) >= kInfinity);
+    if (!wrong) return;
+    const Ref name = constraint_name(constraint);
+    raise_runtime_error(
+        "Invalid value in constraint %S: the right-hand side, a bound minus the body's constant, "
+        "is "
+        "%s, must be less than 1e20 in magnitude",
+        name.get(), number_text(side.rhs).c_str());
+}
+
 }  // namespace
 
 void RowBatch::append_row(const Problem* problem, Constraint* constraint) {
@@ -48,6 +64,7 @@ void RowBatch::append_row(const Problem* problem, Constraint* constraint) {
     entries_.end_row();
     entries_.formulas.end_row(base_ + row_count());
     const RowSide side = getRhsSense(constraint->lb, constraint->ub, -entries_.constant);
+    require_possible_side(constraint, side);
     rhs_.push_back(side.rhs);
     ranges_.push_back(side.range);
     starts_.push_back(static_cast<int64_t>(entries_.columns.size()));

@@ -42,6 +42,7 @@ Selection parse_selection(PyObject* arguments, PyObject* keywords) {
                                      &selection.index, &selection.first, &selection.last)) {
         throw PythonFailure();
     }
+    if (selection.index == Py_None) selection.index = nullptr;
     return selection;
 }
 

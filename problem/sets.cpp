@@ -37,10 +37,23 @@ int member_column(const Problem* problem, PyObject* member) {
     return static_cast<int>(column);
 }
 
+// The weights as numbers. They may run any Python code on the way.
+std::vector<double> weights_of(const SpecialOrderedSet* set) {
+    std::vector<double> weights;
+    for (Py_ssize_t i = 0; i < PyList_GET_SIZE(set->weights); ++i) {
+        const Ref weight = Ref::share(PyList_GET_ITEM(set->weights, i));
+        const double value = PyFloat_AsDouble(weight.get());
+        if (value == -1.0 && PyErr_Occurred()) throw PythonFailure();
+        weights.push_back(value);
+    }
+    return weights;
+}
+
 // Columns and weights of a set; without weights the members count 1, 2, 3, ...
-Members members_of(const Problem* problem, const SpecialOrderedSet* set) {
+Members members_of(const Problem* problem, const SpecialOrderedSet* set,
+                   std::vector<double> weights) {
     const Py_ssize_t count = PyList_GET_SIZE(set->indices);
-    const Py_ssize_t weight_count = PyList_GET_SIZE(set->weights);
+    const auto weight_count = static_cast<Py_ssize_t>(weights.size());
     if (weight_count != 0 && weight_count != count) {
         raise_runtime_error("SOS %S has %zd weights for %zd members", set->name, weight_count,
                             count);
@@ -48,14 +61,9 @@ Members members_of(const Problem* problem, const SpecialOrderedSet* set) {
     Members members;
     for (Py_ssize_t i = 0; i < count; ++i) {
         members.columns.push_back(member_column(problem, PyList_GET_ITEM(set->indices, i)));
-        if (weight_count == 0) members.weights.push_back(static_cast<double>(i + 1));
+        if (weight_count == 0) weights.push_back(static_cast<double>(i + 1));
     }
-    for (Py_ssize_t i = 0; i < PyList_GET_SIZE(set->weights); ++i) {
-        const Ref weight = Ref::share(PyList_GET_ITEM(set->weights, i));
-        const double value = PyFloat_AsDouble(weight.get());
-        if (value == -1.0 && PyErr_Occurred()) throw PythonFailure();
-        members.weights.push_back(value);
-    }
+    members.weights = std::move(weights);
     return members;
 }
 
@@ -78,19 +86,23 @@ void take_back(Problem* problem, int index) noexcept {
     problem->sos.truncate(index);
 }
 
+void require_new(const Problem* problem, const SpecialOrderedSet* set) {
+    if (problem->sos_index.find(set->index) != IndexMap::kMissing) {
+        raise_runtime_error("SOS already added to problem");
+    }
+}
+
 void add_set(Problem* problem, PyObject* object) {
     if (!is_special_ordered_set(object)) raise_runtime_error("Object added is not a SOS");
     auto* const set = reinterpret_cast<SpecialOrderedSet*>(object);
     if (set->indices == nullptr || set->weights == nullptr) {
         raise_runtime_error("The SOS has no members: it was not initialised");
     }
-    if (problem->sos_index.find(set->index) != IndexMap::kMissing) {
-        raise_runtime_error("SOS already added to problem");
-    }
-    const Members members = members_of(problem, set);
-    if (members.weights.size() != members.columns.size()) {
-        raise_runtime_error("The weights of SOS %S changed while they were read", set->name);
-    }
+    require_new(problem, set);
+    std::vector<double> weights = weights_of(set);
+    reading(as_object(problem));
+    require_new(problem, set);
+    const Members members = members_of(problem, set, std::move(weights));
     NameBatch names;
     names.add_name(set->name, "SOS", PY_SSIZE_T_MAX);
     int index = 0;

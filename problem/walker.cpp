@@ -2,6 +2,7 @@
 #include "problem/walker.hpp"
 
 #include "module/numpy.hpp"
+#include "module/numpy_interface.hpp"
 
 namespace quilex {
 
@@ -75,6 +76,8 @@ void ArgumentWalker::visit_list(PyObject* list, int budget) {
 // one level of depth.
 void ArgumentWalker::visit_array(PyObject* object, int budget) {
     auto* array = reinterpret_cast<PyArrayObject*>(object);
+    // What lies under a mask must not enter a model.
+    if (has_masked_elements(object)) raise_runtime_error("Masked elements in an array argument");
     if (PyArray_TYPE(array) != NPY_OBJECT || !PyArray_IS_C_CONTIGUOUS(array) ||
         !PyArray_ISALIGNED(array)) {
         if (PyArray_NDIM(array) == 0) {

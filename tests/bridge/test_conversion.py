@@ -55,6 +55,13 @@ class Labelled:
 
 FLOATS = [1.5, -2.0, 1e300]
 WIDE = np.arange(40, dtype=np.float64).reshape(4, 10)
+
+
+class Longer(np.ndarray):
+    def __len__(self):
+        return 3
+
+
 CONVERTED = {
     "list": ([1, 2.5, True], DOUBLE, [1.0, 2.5, 1.0]),
     "tuple": ((1, 2), INT, [1, 2]),
@@ -129,6 +136,9 @@ REFUSED = {
     "wide text": ("L\u0142", CHARACTER, "ASCII character expected"),
     "bytes for characters": (b"LE", CHARACTER, "Character expected"),
     "a number for a string": (["a", 5], STRING, "String expected, found 5"),
+    "no ASCII": (["a", "\xe9"], STRING, "name '\xe9' .must be ASCII"),
+    "cut by a NUL": (["a\0b"], STRING, "name 'a.x00b' .must not hold a NUL"),
+    "an array that says it is longer": (np.ones(2).view(Longer), DOUBLE, "expected 3, found 2", 3),
     "no cut": ([5], CUT, "quilex.poolcut object expected"),
     "no object": ([object()], OBJECT, "quilex.qlxobject object expected"),
     "no array kind": ([1], SET, "kind 2"),
@@ -136,10 +146,11 @@ REFUSED = {
 }
 
 
-@pytest.mark.parametrize(("values", "kind", "message"), REFUSED.values(), ids=REFUSED)
-def test_containers_that_are_refused(values, kind, message):
+@pytest.mark.parametrize("case", REFUSED)
+def test_containers_that_are_refused(case):
+    values, kind, message, *expected = REFUSED[case]
     with pytest.raises(RuntimeError, match=message):
-        convert(values, kind)
+        convert(values, kind, None, *expected)
 
 
 def test_errors_of_elements_pass_through():
@@ -151,8 +162,16 @@ def test_errors_of_elements_pass_through():
         convert([1.0, Failing()], DOUBLE)
     with pytest.raises(TypeError):
         convert([None], DOUBLE)
-    with pytest.raises(UnicodeEncodeError):
-        convert(["a", "\xe9"], STRING)
+
+    class Interrupted:
+        def __len__(self):
+            raise KeyboardInterrupt
+
+        __getitem__ = __len__
+
+    for operation in (lambda: convert(Interrupted(), DOUBLE), lambda: quilexlib.Sum(Interrupted())):
+        with pytest.raises(KeyboardInterrupt):
+            operation()
 
 
 def test_none_is_no_array():

@@ -83,6 +83,18 @@ def test_operands_are_not_changed(names):
     assert list(a) == [1.0, 2.0]
 
 
+def test_a_sum_that_begins_with_zero_does_not_grow_its_terms(names):
+    x, y, _ = names.values()
+    s = quilexlib.sin(x) + quilexlib.cos(y)
+    before = str(s)
+    for terms in ([0, s, y, s], [0 * x, s, y, s], (t for t in (x, -1 * x, s, y, s))):
+        assert str(Sum(terms)).count("sin (x)") == 2
+        assert str(s) == before
+    total = Sum({"a": 0, "b": s})
+    total += 1
+    assert str(s) == before
+
+
 def test_rows_of_arrays_are_added_element_by_element(names):
     x, y, z = names.values()
     rows = numpy.array([[x, y], [y, z]], dtype=object)

@@ -139,6 +139,20 @@ def element_result(name, obj, value):
     }[name.removeprefix("i")]()
 
 
+@pytest.mark.parametrize("dtype", ["u1", "u4", "u8", "i1", "i8", "?", "f2", "f4"])
+def test_arrays_of_any_number_type_neither_wrap_nor_round(dtype):
+    x = quilexlib.var(name="x")
+    info = numpy.iinfo(dtype) if dtype[0] in "ui" else None
+    array = numpy.array([1, info.min if info else 3], dtype)
+    for result, value in zip(x - array, array.tolist()):
+        assert quilexlib._parts(1 * result)[0] == -value
+    e = x + 1
+    e -= array
+    assert [quilexlib._parts(item)[0] for item in e] == [1.0 - v for v in array.tolist()]
+    third = x / numpy.array([3], dtype)
+    assert quilexlib._parts(third[0])[1][0][1] == 1 / float(numpy.array([3], dtype)[0])
+
+
 def test_zero_dimensional_arrays():
     x = quilexlib.var(name="x")
     for array in (numpy.array(3.0), numpy.array(3)):
@@ -160,6 +174,23 @@ class Frame:
 class UfuncFrame(Frame):
     __array_priority__ = None
     __array_ufunc__ = None
+
+
+class SilentFrame:
+    __array_priority__ = 1000
+
+
+class ShruggingFrame(SilentFrame):
+    def __eq__(self, other):
+        return NotImplemented
+
+
+@pytest.mark.parametrize("frame", [SilentFrame(), ShruggingFrame()])
+def test_a_constraint_is_not_lost_to_a_foreign_array_without_an_answer(frame):
+    for obj in operands().values():
+        for operation in (operator.eq, operator.ne):
+            with pytest.raises(RuntimeError, match=r"^Invalid object in operation$"):
+                operation(obj, frame)
 
 
 @pytest.mark.parametrize("frame", [Frame(), UfuncFrame()])

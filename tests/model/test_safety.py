@@ -55,6 +55,40 @@ def test_cycles_are_collected():
         assert died() is None, kind
 
 
+def test_cycles_through_what_grows_later_are_collected():
+    x, y = quilexlib.var(), quilexlib.var()
+
+    def denominator(v):
+        q = x / (x * y * quilexlib.sin(x))
+        q /= v
+        return q
+
+    def grown_behind(hold, make):
+        def build(v):
+            inner = make()
+            holder = hold(inner)
+            inner += v
+            return holder
+
+        return build
+
+    expression, nonlinear = lambda: x + y, lambda: quilexlib.sin(x) + y
+    for build in (
+        denominator,
+        grown_behind(lambda e: quilexlib.constraint(body=e, lb=1), expression),
+        grown_behind(quilexlib.sin, expression),
+        grown_behind(lambda e: x / e, expression),
+        grown_behind(lambda s: s <= 0, nonlinear),
+        grown_behind(quilexlib.exp, nonlinear),
+    ):
+        v = Named()
+        died = weakref.ref(v)
+        v.holder = build(v)
+        del v
+        gc.collect()
+        assert died() is None
+
+
 def test_a_name_may_close_a_cycle():
     class Mark:
         pass
@@ -72,7 +106,8 @@ def test_a_name_may_close_a_cycle():
 
 def test_ordinary_models_cost_the_collector_nothing():
     x, y = quilexlib.var(), quilexlib.var()
-    for obj in (x, 2 * x, x * y, x + y, x * y + x, Sum([x, y, x] * 20)):
+    nonlinear = quilexlib.sin(x) * y + quilexlib.exp(x)
+    for obj in (x, 2 * x, x * y, x + y, x * y + x, Sum([x, y, x] * 20), nonlinear):
         assert not gc.is_tracked(obj)
     assert gc.is_tracked(Named() + 1)
 
@@ -101,12 +136,15 @@ def test_subclasses_behave_like_variables():
     assert Overriding() + 1 == "mine"
 
 
-@pytest.mark.parametrize("kind", ["self", "linterm", "quadterm", "expression", "nonlinear"])
+@pytest.mark.parametrize(
+    "kind", ["self", "linterm", "quadterm", "expression", "nonlinear", "constraint"]
+)
 def test_pickling_is_refused(kind):
     obj = terms_of(quilexlib.var())[kind]
     for attempt in (pickle.dumps, copy.copy, copy.deepcopy):
         with pytest.raises(
-            TypeError, match=f"cannot pickle '{type(obj).__module__}.{type(obj).__name__}'"
+            TypeError,
+            match=f"cannot pickle '{type(obj).__module__}.{type(obj).__name__}' object: modelling",
         ):
             attempt(obj)
 

@@ -2,6 +2,7 @@
 
 import math
 
+import numpy as np
 import pytest
 
 import quilex
@@ -42,6 +43,14 @@ BAD_CONSTRAINTS = {
     "bool": (lambda x: 3 <= 4, "Invalid constraint"),
     "text": (lambda x: "row", "Invalid constraint"),
     "nan constant": (lambda x: quilex.constraint(body=x[0] + NAN, ub=3), "the constant is nan"),
+    "side beyond infinity": (
+        lambda x: quilex.constraint(body=x[0] + 9e19, ub=-9e19),
+        "constraint R[0-9]+: the right-hand side, .* is -1.8e\\+20",
+    ),
+    "masked": (
+        lambda x: np.ma.array(np.array([x[0], x[1]], dtype=object), mask=[0, 1]) <= 1,
+        "Masked elements",
+    ),
 }
 
 

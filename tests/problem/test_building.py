@@ -83,6 +83,10 @@ BAD_VARIABLES = {
         lambda: quilex.var(ub=5, threshold=7, vartype=quilex.semicontinuous),
         "check that its threshold is between its lower and upper bounds",
     ),
+    "infinite threshold": (
+        lambda: quilex.var("v", threshold=1e20, vartype=quilex.semicontinuous),
+        "threshold of variable v: 1e\\+20",
+    ),
     "inverted": (lambda: quilex.var("v", lb=2, ub=1), "variable v: lower bound 2.0, upper bound 1"),
     "nan": (lambda: quilex.var("v", lb=float("nan")), "variable v: lower bound nan"),
     "infinite lower": (lambda: quilex.var("v", lb=1e20), "variable v: lower bound 1e\\+20"),

@@ -45,6 +45,28 @@ def test_comes_back_as_it_was(make, lower, upper, text):
     assert p.getIndex(again) == 0
 
 
+@pytest.mark.parametrize("held", [True, False])
+def test_constraints_keep_what_they_were_made_with_when_rows_change(held):
+    p, x = problem_of()
+    rows = [x[0] + x[1] <= 4, x[1] - x[2] >= 1, quilex.constraint(body=x[0] + x[2], lb=1, ub=3)]
+    wanted = [(str(c.body), c.lb, c.ub) for c in rows]
+    p.addConstraint(rows)
+    if not held:
+        del rows
+    p.chgcoef(0, x[0], 100.0)
+    p.chgmcoef([1, 1], [x[0], x[1]], [2, 0])
+    p.chgrhs([0, 1], [9, 9])
+    p.chgrowtype([2], "N")
+    assert [(str(c.body), c.lb, c.ub) for c in p.getConstraint()] == wanted
+    q = quilex.problem()
+    q.controls.outputlog = 0
+    q.addVariable(x)
+    q.addConstraint(p.getConstraint(0))
+    q.setObjective(x[0], sense=quilex.maximize)
+    q.solve()
+    assert q.getObjVal() == pytest.approx(4)
+
+
 def test_a_held_constraint_stays_itself():
     p, x = problem_of()
     held = [x[0] + k * x[1] <= k for k in range(3)]

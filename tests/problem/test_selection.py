@@ -106,11 +106,20 @@ def test_delete(full, consistent, kind, case):
 
 def test_refused_deletions_change_nothing(full, consistent):
     p, _ = full
-    for bad in (99, [0, 0], [0, 99], quilex.var(), [quilex.var()], "nothing", 2.5, [1.5]):
+    for bad in (
+        *(99, [0, 0], [0, 99], quilex.var(), [quilex.var()], "nothing", 2.5, [1.5]),
+        *(None, {0: 1}, ["x0\0y"], ["\xe9"]),
+    ):
         with pytest.raises(RuntimeError):
             p.delVariable(bad)
         with pytest.raises(RuntimeError):
             p.delConstraint(bad)
+        with pytest.raises(RuntimeError):
+            p.delSOS(bad)
+    for delete in (p.delVariable, p.delSOS):
+        with pytest.raises(ZeroDivisionError):
+            delete(1 / 0 for _ in range(1))
+    assert len(p.getVariable(None, 0, 1)) == 2
     assert (p.attributes.cols, p.attributes.rows) == (6, 4)
     assert consistent()
 

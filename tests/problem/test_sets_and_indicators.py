@@ -28,6 +28,27 @@ BAD_SETS = {
 }
 
 
+def test_a_weight_may_use_the_problem(p, xs, consistent):
+    class Weight:
+        def __init__(self, action):
+            self.action = action
+
+        def __float__(self):
+            action, self.action = self.action, lambda: None
+            action()
+            return 1.0
+
+    twice = quilex.sos(xs[1:3], [Weight(lambda: p.addSOS(twice)), 2])
+    with pytest.raises(RuntimeError, match="SOS already added to problem"):
+        p.addSOS(twice)
+    p.addSOS(quilex.sos(xs[1:3], [Weight(lambda: p.delVariable(0)), 2]))
+    p.addConstraint(quilex.Sum(xs[1:]) <= 100)
+    p.setObjective(quilex.Sum(xs[1:]), sense=quilex.maximize)
+    p.solve()
+    assert 0.0 in p.getSolution(xs[1:3])
+    assert consistent()
+
+
 @pytest.mark.parametrize("case", BAD_SETS)
 def test_bad_sets(p, xs, consistent, case):
     make, message = BAD_SETS[case]
