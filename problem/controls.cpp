@@ -240,7 +240,10 @@ int problem_setControl_single(Problem* problem, int id, int type, int solver, Py
     require_status(check_setCtrl(type, value));
     const bool optimizer = solver == kOptimizer;
     if (type == kDoubleParameter) {
-        const Ref number = require(PyNumber_Float(value));
+        const Ref number = Ref::steal(PyNumber_Float(value));
+        if (!number && PyErr_ExceptionMatches(PyExc_OverflowError))
+            raise_runtime_error("Value is beyond the range of a floating-point control");
+        if (!number) throw PythonFailure();
         const double converted = PyFloat_AS_DOUBLE(number.get());
         return optimizer ? QLXsetdblcontrol(problem->prob, id, converted)
                          : QSLPsetdblcontrol(problem->slpprob, id, converted);
@@ -252,11 +255,12 @@ int problem_setControl_single(Problem* problem, int id, int type, int solver, Py
                          : QSLPsetstrcontrol(problem->slpprob, id, text.get());
     }
     const Ref number = require(PyNumber_Long(value));
-    const long converted = PyLong_AsLong(number.get());
+    int overflow = 0;
+    const long converted = PyLong_AsLongAndOverflow(number.get(), &overflow);
     if (converted == -1 && PyErr_Occurred()) throw PythonFailure();
-    if (converted != static_cast<int>(converted)) {
-        raise_runtime_error("Value %ld is beyond the 32-bit range of an integer control",
-                            converted);
+    if (overflow != 0 || converted != static_cast<int>(converted)) {
+        raise_runtime_error("Value %S is beyond the 32-bit range of an integer control",
+                            number.get());
     }
     return optimizer ? QLXsetintcontrol(problem->prob, id, static_cast<int>(converted))
                      : QSLPsetintcontrol(problem->slpprob, id, static_cast<int>(converted));

@@ -78,6 +78,9 @@ Ref problem_setObjective(PyObject* self, PyObject* arguments, PyObject* keywords
     long sense = kMinimize;
     if (!PyArg_ParseTupleAndKeywords(arguments, keywords, "O|l", const_cast<char**>(names),
                                      &objective, &sense)) {
+        // A number that no sense can be; other failures keep their own words.
+        if (PyErr_ExceptionMatches(PyExc_OverflowError))
+            raise_runtime_error("Invalid optimization sense");
         throw PythonFailure();
     }
     if (sense != kMinimize && sense != kMaximize) raise_runtime_error("Invalid optimization sense");

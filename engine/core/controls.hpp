@@ -28,7 +28,7 @@ namespace qlx {
     INTEGER(8011, nodelimit, 2147483647, 0, 2147483647, "engine/core/kernel_options.cpp", \
             "Nodes that one tree search may explore") \
     INTEGER(8012, sollimit, 2147483647, 1, 2147483647, "engine/core/kernel_options.cpp", \
-            "Improving integer solutions after which a tree search stops") \
+            "Improving integer solutions after which a tree search is told to stop; a few more may come in") \
     INTEGER(8013, outputlog, 0, 0, 1, "engine/core/messages.cpp", \
             "Messages on the console: 1 yes, 0 no; callbacks and log files get them anyway") \
     INTEGER(8035, loadlog, 0, 0, 1, "engine/api/load.cpp", \
@@ -47,7 +47,7 @@ namespace qlx {
          "Absolute gap between bound and solution at which a tree search ends") \
     REAL(7007, mipabscutoff, 1e20, -1e20, 1e20, "engine/core/kernel_options.cpp", \
          "Only integer solutions better than this are looked for; 1e20 (minimising) or -1e20: no cutoff") \
-    REAL(7008, matrixtol, 1e-9, 1e-12, 1e-3, "engine/core/kernel_options.cpp", \
+    REAL(7008, matrixtol, 1e-12, 1e-12, 1e-3, "engine/core/kernel_options.cpp", \
          "Coefficients of at most this magnitude count as 0 when a model is solved") \
     REAL(7009, indbigm, 1e7, 1, 1e12, "engine/reformulate", \
          "Largest bound that a set, indicator or partial integer may be stated with")

@@ -54,7 +54,6 @@ KernelOptions kernel_options(const Controls& controls, const char* flags) {
     options.integrality_tolerance = controls.inttol;
     options.relative_gap = controls.miprelgap;
     options.absolute_gap = controls.mipabsgap;
-    options.cutoff = controls.mipabscutoff;
     options.matrix_tolerance = controls.matrixtol;
     return options;
 }

@@ -4,6 +4,7 @@
 #include <limits>
 #include <new>
 
+#include "engine/core/cutoff.hpp"
 #include "engine/core/kernel_options.hpp"
 #include "engine/core/point_check.hpp"
 #include "engine/core/recovery.hpp"
@@ -44,12 +45,15 @@ class MipWatch final : public KernelWatch {
     void solution(const double* x, int num_cols) noexcept override {
         try {
             take(x, num_cols);
+            if (problem_.results.solutions_found >= problem_.controls.sollimit)
+                problem_.interrupt(QLX_STOP_SOLLIMIT);
         } catch (const std::bad_alloc&) {
             problem_.interrupt(QLX_STOP_USER);
         }
     }
 
-    // The kernel's columns begin with the model's. True when the point passed.
+    // The kernel's columns begin with the model's. True when the point passed the check, also where
+    // it does not beat the best one or the cutoff.
     bool take(const double* x, int num_cols) {
         Model& model = problem_.model;
         if (num_cols < model.num_cols()) return false;
@@ -65,7 +69,7 @@ class MipWatch final : public KernelWatch {
         Results& results = problem_.results;
         const bool better = !results.mip.valid || model.sense() * solution.objective <
                                                       model.sense() * results.mip.objective;
-        if (!better) return true;
+        if (!better || !beats_cutoff(problem_, solution.objective)) return true;
         for (std::size_t row = 0; row < solution.slack.size(); ++row)
             solution.slack[row] = model.rhs()[row] - solution.slack[row];
         solution.valid = true;
@@ -76,16 +80,20 @@ class MipWatch final : public KernelWatch {
     }
 };
 
-// An infeasible relaxation of the question "infeasible or unbounded": without its objective the
-// model is unbounded only if it has a point.
-bool has_a_point(Problem& problem, KernelModel model, KernelOptions options) {
+// Decides between infeasible and unbounded: without its objective the model has a point or not.
+// Where a limit ends that solve the question stays open.
+int infeasible_or_unbounded(Problem& problem, KernelModel model, const KernelOptions& options) {
     std::fill(model.cost.begin(), model.cost.end(), 0.0);
     model.constant = 0;
-    options.cutoff = kInfinity;
     LpKernel kernel;
-    if (!kernel.load(std::move(model), options.matrix_tolerance)) return false;
+    if (!kernel.load(std::move(model), options.matrix_tolerance))
+        fail(QLX_ERROR_SOLVER, "the solver refused the model without its objective");
     KernelWatch watch(problem);
-    return kernel.solve(options, watch).outcome == KernelOutcome::kOptimal;
+    const KernelResult result = kernel.solve(options, watch);
+    problem.results.nodes += result.nodes;
+    problem.results.stop_status = stop_of(problem, result);
+    if (result.outcome == KernelOutcome::kOptimal || result.has_point) return QLX_MIP_UNBOUNDED;
+    return result.outcome == KernelOutcome::kInfeasible ? QLX_MIP_INFEAS : QLX_MIP_NO_SOL_FOUND;
 }
 
 // Whether bound and objective are as far apart as an optimal result's may not be.
@@ -131,16 +139,24 @@ const char* describe(int status) {
     }
 }
 
-// The kernel with the model in it: the live one, or one of its own for a reformulated model.
+KernelModel whole_model(Problem& problem) {
+    return needs_reformulation(problem.model) ? reformulate(problem.model, problem.controls.indbigm)
+                                              : kernel_model(problem.model);
+}
+
+// The kernel with the model in it: the live one, or one of its own for what has more rows or
+// columns.
 class LoadedKernel {
   public:
     LoadedKernel(Problem& problem, double matrix_tolerance) {
-        if (!needs_reformulation(problem.model)) {
+        if (!needs_reformulation(problem.model) && !has_cutoff(problem)) {
             problem.live_model().synchronise(problem.model, matrix_tolerance);
             kernel_ = &problem.live_model().kernel();
             return;
         }
-        if (!own_.load(reformulate(problem.model, problem.controls.indbigm), matrix_tolerance))
+        KernelModel model = whole_model(problem);
+        if (has_cutoff(problem)) add_cutoff_row(model, problem.controls.mipabscutoff);
+        if (!own_.load(std::move(model), matrix_tolerance))
             fail(QLX_ERROR_SOLVER, "the solver refused the reformulated model");
         kernel_ = &own_;
     }
@@ -151,11 +167,6 @@ class LoadedKernel {
     LpKernel* kernel_ = nullptr;
 };
 
-KernelModel feasibility_model(Problem& problem) {
-    return needs_reformulation(problem.model) ? reformulate(problem.model, problem.controls.indbigm)
-                                              : kernel_model(problem.model);
-}
-
 // HiGHS' presolve calls some feasible models infeasible, so its claim gets a second look without
 // presolve, of bounded effort. True when that look refutes the claim.
 bool is_feasible_without_presolve(LpKernel& kernel, KernelOptions options, KernelEvents& watch,
@@ -163,6 +174,7 @@ bool is_feasible_without_presolve(LpKernel& kernel, KernelOptions options, Kerne
     constexpr int kNodes = 2000;
     if (!options.presolve) return false;
     options.presolve = false;
+    options.method = KernelMethod::kAutomatic;
     options.node_limit = std::min(options.node_limit, kNodes);
     kernel.forget_basis();
     const KernelResult second = kernel.solve(options, watch);
@@ -172,7 +184,7 @@ bool is_feasible_without_presolve(LpKernel& kernel, KernelOptions options, Kerne
 }
 
 // One step of the ladder; -1 when the next one is to be climbed.
-int run_once(Problem& problem, LpKernel& kernel, const KernelOptions& options) {
+int run_once(Problem& problem, const SolveScope& scope, LpKernel& kernel, KernelOptions options) {
     Results& results = problem.results;
     MipWatch watch(problem);
     KernelResult result = kernel.solve(options, watch);
@@ -192,9 +204,12 @@ int run_once(Problem& problem, LpKernel& kernel, const KernelOptions& options) {
     if (result.outcome == KernelOutcome::kOptimal &&
         (!passed || (results.mip.valid && leaves_gap(results, options))))
         return -1;
-    if (result.outcome == KernelOutcome::kInfeasibleOrUnbounded)
-        return has_a_point(problem, feasibility_model(problem), options) ? QLX_MIP_UNBOUNDED
-                                                                         : QLX_MIP_INFEAS;
+    if (result.outcome == KernelOutcome::kInfeasibleOrUnbounded) {
+        options.time_limit = scope.seconds_left();
+        return infeasible_or_unbounded(problem, whole_model(problem), options);
+    }
+    const bool beaten = result.outcome == KernelOutcome::kOptimal && !results.mip.valid;
+    if (beaten && has_cutoff(problem)) return QLX_MIP_INFEAS;
     return status_of(results, result.outcome);
 }
 
@@ -230,7 +245,7 @@ void solve_mip(Problem& problem, const SolveScope& scope, const char* flags) {
             problem.send(
                 QLX_MSG_WARNING, message::kRecovery,
                 join("the solver's result did not stand the check; solving again ", recovery.name));
-        status = run_once(problem, kernel.get(), options);
+        status = run_once(problem, scope, kernel.get(), options);
         if (status >= 0) break;
     }
     finish(problem, status);

@@ -30,8 +30,11 @@ void grow_to(std::vector<T>& array, std::size_t count, T value) {
 template <class T>
 void compress(std::vector<T>& array, const std::vector<int>& new_index) {
     std::size_t kept = 0;
-    for (std::size_t k = 0; k < array.size(); ++k)
-        if (new_index[k] >= 0) array[kept++] = std::move(array[k]);
+    for (std::size_t k = 0; k < array.size(); ++k) {
+        if (new_index[k] < 0) continue;
+        if (kept != k) array[kept] = std::move(array[k]);  // a move to itself would empty a set
+        ++kept;
+    }
     array.resize(kept);
 }
 

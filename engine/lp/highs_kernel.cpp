@@ -86,6 +86,12 @@ HighsBasisStatus highs_status_of(BasisStatus status) {
     }
 }
 
+bool has_free_row(const HighsLp& lp) {
+    for (std::size_t row = 0; row < lp.row_lower_.size(); ++row)
+        if (lp.row_lower_[row] <= -kHighsInf && lp.row_upper_[row] >= kHighsInf) return true;
+    return false;
+}
+
 template <class From, class To>
 void translate(const std::vector<From>& from, std::vector<To>& to, To (*one)(From)) {
     to.resize(from.size());
@@ -159,12 +165,10 @@ void LpKernel::Live::call_back(int event, const HighsCallbackOutput* output,
 void LpKernel::Live::apply(const KernelOptions& options) {
     if (applied_once && options == applied) return;
     static const char* const kSolvers[] = {"choose", "simplex", "simplex", "ipm", "pdlp"};
-    const bool tree = !options.relax;
     highs.setOptionValue("solver", kSolvers[static_cast<int>(options.method)]);
     highs.setOptionValue("simplex_strategy", options.method == KernelMethod::kPrimalSimplex
                                                  ? HighsInt{kSimplexStrategyPrimal}
                                                  : HighsInt{kSimplexStrategyDual});
-    highs.setOptionValue("presolve", options.presolve ? "choose" : "off");
     highs.setOptionValue("run_crossover", options.crossover ? "on" : "off");
     highs.setOptionValue("solve_relaxation", options.relax);
     highs.setOptionValue("simplex_iteration_limit", options.iteration_limit);
@@ -182,8 +186,6 @@ void LpKernel::Live::apply(const KernelOptions& options) {
     highs.setOptionValue("mip_rel_gap", options.relative_gap);
     highs.setOptionValue("mip_abs_gap", options.absolute_gap);
     highs.setOptionValue("small_matrix_value", options.matrix_tolerance);
-    const bool cut = tree && std::fabs(options.cutoff) < 1e20;
-    highs.setOptionValue("objective_bound", cut ? options.cutoff : kHighsInf);
     applied = options;
     applied_once = true;
 }
@@ -304,6 +306,11 @@ void LpKernel::forget_basis() {
 KernelResult LpKernel::solve(const KernelOptions& options, KernelEvents& events) {
     Highs& highs = live_->highs;
     live_->apply(options);
+    // Its interior point method writes past its arrays where free rows reach it; presolve takes
+    // these out.
+    const bool hides_free_rows =
+        options.method == KernelMethod::kInteriorPoint && has_free_row(highs.getLp());
+    highs.setOptionValue("presolve", options.presolve || hides_free_rows ? "choose" : "off");
     prepare_scheduler(options.threads);
     highs.zeroAllClocks();
     live_->events = &events;

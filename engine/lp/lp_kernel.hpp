@@ -50,8 +50,7 @@ struct KernelOptions {
     double integrality_tolerance = 1e-6;
     double relative_gap = 1e-6;
     double absolute_gap = 1e-9;
-    double cutoff = 1e20;  // only better objective values are of interest; beyond 1e20: none
-    double matrix_tolerance = 1e-9;
+    double matrix_tolerance = 1e-12;
 
     bool operator==(const KernelOptions&) const = default;
 };

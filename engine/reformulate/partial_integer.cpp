@@ -18,6 +18,10 @@ void state(Builder& builder, int col) {
     const double top = std::floor(limit);
     const double bottom = std::ceil(builder.finite_lower(col, "a partial integer"));
     const double most = builder.finite_upper(col, "a partial integer");
+    if (most < limit) {  // by what the rows imply
+        builder.set_integer(col);
+        return;
+    }
     if (bottom > top) {  // no integer below the limit is within bounds
         builder.set_bounds(col, limit, builder.upper(col));
         return;

@@ -1,0 +1,122 @@
+// Integer programs: what a search may claim under cutoffs and limits.
+#include "tests/engine/support.hpp"
+
+namespace {
+
+using qlx::test::kInf;
+using qlx::test::Random;
+using qlx::test::TestProblem;
+
+// max or min +-(6a + 8b + 3c + 10d + 4.5e): the optimum is 43 away from 0, with 5a + 7b + ...
+// <= 37.
+void build_knapsack(const TestProblem& p, int sense) {
+    for (const double profit : {6.0, 8.0, 3.0, 10.0, 4.5}) p.column(-sense * profit, 0, 4, 'I');
+    p.row('L', 37, {0, 1, 2, 3, 4}, {5, 7, 3, 9, 4});
+    ASSERT_EQ(QLXchgobjsense(p, sense), 0);
+}
+
+TEST(MipClaims, OnlySolutionsBetterThanTheCutoff) {
+    struct Case {
+        double cutoff;  // in terms of the profit
+        int status;
+    };
+    for (const int sense : {1, -1}) {
+        for (const Case c : {Case{50, QLX_MIP_INFEAS}, Case{43, QLX_MIP_INFEAS},
+                             Case{42.5, QLX_MIP_OPTIMAL}, Case{0, QLX_MIP_OPTIMAL}}) {
+            SCOPED_TRACE(sense * c.cutoff);
+            TestProblem p;
+            build_knapsack(p, sense);
+            p.control("mipabscutoff", -sense * c.cutoff);
+            ASSERT_EQ(QLXmipoptimize(p, ""), 0) << p.error();
+            EXPECT_EQ(p.integer("mipstatus"), c.status);
+            EXPECT_EQ(p.integer("mipsols") > 0, c.status == QLX_MIP_OPTIMAL);
+            if (c.status == QLX_MIP_OPTIMAL) {
+                EXPECT_NEAR(p.real(QLX_ATTRIB_MIPOBJVAL), -43.0 * sense, 1e-9);
+            }
+            p.control("mipabscutoff", sense * kInf);  // and without it again
+            ASSERT_EQ(QLXmipoptimize(p, ""), 0) << p.error();
+            EXPECT_NEAR(p.real(QLX_ATTRIB_MIPOBJVAL), -43.0 * sense, 1e-9);
+        }
+    }
+}
+
+TEST(MipClaims, ASolutionLimitStopsTheSearch) {
+    Random random(3);
+    TestProblem p;
+    std::vector<int> cols;
+    for (int col = 0; col < 40; ++col) {
+        p.column(random.whole(10, 90), 0, 3, 'I');
+        cols.push_back(col);
+    }
+    for (int row = 0; row < 5; ++row) {
+        std::vector<double> weights;
+        for (int col = 0; col < 40; ++col) weights.push_back(random.whole(10, 90));
+        p.row('L', 1400, cols, weights);
+    }
+    ASSERT_EQ(QLXchgobjsense(p, -1), 0);
+    p.control("sollimit", 1);
+    ASSERT_EQ(QLXmipoptimize(p, ""), 0) << p.error();
+    EXPECT_EQ(p.integer("mipstatus"), QLX_MIP_SOLUTION);
+    EXPECT_EQ(p.integer("stopstatus"), QLX_STOP_SOLLIMIT);
+}
+
+// Equal-sum rows with a planted point, and a column that improves forever.
+TEST(MipClaims, ALimitLeavesInfeasibleOrUnboundedOpen) {
+    Random random(1);
+    TestProblem p;
+    std::vector<int> cols;
+    std::vector<int> planted;
+    for (int col = 0; col < 50; ++col) {
+        p.column(0, 0, 1, 'B');
+        cols.push_back(col);
+        planted.push_back(random.whole(0, 1));
+    }
+    p.column(-1, 0, kInf);
+    for (int row = 0; row < 4; ++row) {
+        std::vector<double> weights;
+        double sum = 0;
+        for (int col = 0; col < 50; ++col) {
+            weights.push_back(random.whole(0, 99));
+            sum += weights.back() * planted[static_cast<std::size_t>(col)];
+        }
+        p.row('E', sum, cols, weights);
+    }
+    p.control("nodelimit", 1);
+    ASSERT_EQ(QLXmipoptimize(p, ""), 0) << p.error();
+    EXPECT_NE(p.integer("mipstatus"), QLX_MIP_INFEAS);
+    if (p.integer("mipstatus") == QLX_MIP_NO_SOL_FOUND) {
+        EXPECT_EQ(p.integer("stopstatus"), QLX_STOP_NODELIMIT);
+    }
+}
+
+TEST(MipClaims, DeletedSetsLeaveTheOthersWhole) {
+    for (const int deleted : {0, 1, 2}) {
+        SCOPED_TRACE(deleted);
+        TestProblem p;
+        for (int col = 0; col < 6; ++col) p.column(1, 0, 3);
+        const std::int64_t start[] = {0, 2, 4, 6};
+        const int cols[] = {0, 1, 2, 3, 4, 5};
+        const double weights[] = {1, 2, 1, 2, 1, 2};
+        ASSERT_EQ(QLXaddsets64(p, 3, 6, "111", start, cols, weights), 0) << p.error();
+        ASSERT_EQ(QLXdelsets(p, 1, &deleted), 0) << p.error();
+        EXPECT_EQ(p.integer("setmembers"), 4);
+        ASSERT_EQ(QLXchgobjsense(p, -1), 0);
+        ASSERT_EQ(QLXmipoptimize(p, ""), 0) << p.error();
+        EXPECT_NEAR(p.real(QLX_ATTRIB_MIPOBJVAL), 12, 1e-9);
+    }
+}
+
+TEST(MipClaims, APartialIntegerThatRowsKeepBelowItsLimit) {
+    for (const double upper : {20.0, 1e6, 1e9, kInf}) {
+        SCOPED_TRACE(upper);
+        TestProblem p;
+        p.column(1, 0, upper, 'P', 9.5);
+        p.row('L', 7.5, {0}, {2});
+        ASSERT_EQ(QLXchgobjsense(p, -1), 0);
+        ASSERT_EQ(QLXmipoptimize(p, ""), 0) << p.error();
+        ASSERT_EQ(p.integer("mipstatus"), QLX_MIP_OPTIMAL);
+        EXPECT_NEAR(p.real(QLX_ATTRIB_MIPOBJVAL), 3, 1e-9);
+    }
+}
+
+}  // namespace
