@@ -68,9 +68,8 @@ PyMethodDef modelling_functions[] = {
      "Sum(*terms)\n--\n\n"
      "Alternative sum operator for an arbitrary number of objects created by\n"
      "a Python list, tuple, generator, NumPy array, dictionary, etc.\n\n"
-     "Takes numbers and modelling objects one by one, or one collection of them (a dict's "
-     "values).\n"
-     "None is skipped."},
+     "Takes numbers and modelling objects one by one, or one collection of them (of a dict its\n"
+     "values). None is skipped."},
     {"Prod", method<quilexmod_Prod>, METH_FASTCALL,
      "Prod(*factors)\n--\n\n"
      "Returns the product of a sequence of one or more expressions.\n\n"

@@ -173,9 +173,9 @@ PyMethodDef deletion_methods[] = {
      METH_VARARGS | METH_KEYWORDS,
      "delVariable(index=None, first=-1, last=-1)\n--\n\n"
      "Delete variables: `index` is an index, a variable, or a list of indices, variables and\n"
-     "names; `first` and `last` give a range instead. A variable that has entries in constraints, "
-     "in the objective\n"
-     "or in sets disappears from them in the library; the constraints' bodies still show it."},
+     "names; `first` and `last` give a range instead. A variable that has entries in\n"
+     "constraints, in the objective or in sets disappears from them in the library; the\n"
+     "constraints' bodies still show it."},
     {"delConstraint", method<delete_method<ObjectKind::kConstraint, delete_rows>>,
      METH_VARARGS | METH_KEYWORDS,
      "delConstraint(index=None, first=-1, last=-1)\n--\n\n"

@@ -35,9 +35,8 @@ void require_sound_bounds(Constraint* constraint) {
     if (lower <= upper && lower < kInfinity && upper > -kInfinity) return;
     const Ref name = constraint_name(constraint);
     raise_runtime_error(
-        "Invalid bounds of constraint %S: lower bound %s, upper bound %s; the lower bound must be "
-        "at "
-        "most the upper bound, and each on its own side of infinity",
+        "Invalid bounds of constraint %S: lower bound %s, upper bound %s; the lower bound must "
+        "be at most the upper bound, and each on its own side of infinity",
         name.get(), number_text(lower).c_str(), number_text(upper).c_str());
 }
 
@@ -50,8 +49,7 @@ void require_possible_side(Constraint* constraint, const RowSide& side) {
     const Ref name = constraint_name(constraint);
     raise_runtime_error(
         "Invalid value in constraint %S: the right-hand side, a bound minus the body's constant, "
-        "is "
-        "%s, must be less than 1e20 in magnitude",
+        "is %s, must be less than 1e20 in magnitude",
         name.get(), number_text(side.rhs).c_str());
 }
 

@@ -60,30 +60,18 @@ KernelOutcome outcome_of(HighsModelStatus status) {
     }
 }
 
+static_assert(static_cast<int>(BasisStatus::kLower) == static_cast<int>(HighsBasisStatus::kLower) &&
+              static_cast<int>(BasisStatus::kBasic) == static_cast<int>(HighsBasisStatus::kBasic) &&
+              static_cast<int>(BasisStatus::kUpper) == static_cast<int>(HighsBasisStatus::kUpper) &&
+              static_cast<int>(BasisStatus::kFree) == static_cast<int>(HighsBasisStatus::kZero));
+
 BasisStatus status_of(HighsBasisStatus status) {
-    switch (status) {
-        case HighsBasisStatus::kBasic:
-            return BasisStatus::kBasic;
-        case HighsBasisStatus::kUpper:
-            return BasisStatus::kUpper;
-        case HighsBasisStatus::kZero:
-            return BasisStatus::kFree;
-        default:
-            return BasisStatus::kLower;
-    }
+    return status == HighsBasisStatus::kNonbasic ? BasisStatus::kLower
+                                                 : static_cast<BasisStatus>(status);
 }
 
 HighsBasisStatus highs_status_of(BasisStatus status) {
-    switch (status) {
-        case BasisStatus::kBasic:
-            return HighsBasisStatus::kBasic;
-        case BasisStatus::kUpper:
-            return HighsBasisStatus::kUpper;
-        case BasisStatus::kFree:
-            return HighsBasisStatus::kZero;
-        default:
-            return HighsBasisStatus::kLower;
-    }
+    return static_cast<HighsBasisStatus>(status);
 }
 
 bool has_free_row(const HighsLp& lp) {

@@ -24,7 +24,7 @@ struct KernelModel {
     bool maximise = false;
 };
 
-enum class BasisStatus : char { kBasic, kLower, kUpper, kFree };
+enum class BasisStatus : char { kLower, kBasic, kUpper, kFree };
 
 struct KernelBasis {
     std::vector<BasisStatus> columns, rows;
