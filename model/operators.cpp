@@ -88,27 +88,44 @@ Ref refuse_operator(PyObject*, PyObject* b) {
     raise_invalid_object();
 }
 
-// The texts for running out of memory while a result is built, by the richest operand.
-void set_allocation_error(PyObject* a, PyObject* b) noexcept {
-    const int richest = std::max<int>(classify(a), classify(b));
-    const char* text = richest == kExpression      ? "Error adding expressions"
-                       : richest == kQuadraticTerm ? "Error setting quadratic expression"
-                       : richest == kLinearTerm    ? "Error creating expression"
-                                                : "Could not allocate an object of type Variable";
-    PyErr_Clear();
-    PyErr_SetString(PyExc_RuntimeError, text);
+enum class Operation { kSum, kProduct };
+
+// What is said when memory runs out while a result is built: by the operation and both kinds.
+const char* allocation_text(Operation operation, OperandKind ka, OperandKind kb) noexcept {
+    const bool is_sum = operation == Operation::kSum;
+    const OperandKind other = std::min(ka, kb);
+    switch (std::max(ka, kb)) {
+        case kExpression:
+            return is_sum ? "Error adding expressions" : "Error multiplying expressions";
+        case kQuadraticTerm:
+            if (is_sum && other == kQuadraticTerm)
+                return "Error creating expression as sum of two quadratic terms";
+            if (is_sum && other == kLinearTerm)
+                return "Error creating expression as sum of linear term and quadratic term";
+            if (is_sum && other == kVariable)
+                return "Error creating expression as sum of quadratic term and variable";
+            return "Error setting quadratic expression";
+        case kLinearTerm:
+            if (is_sum && other == kLinearTerm)
+                return "Error creating expression as sum of two linear terms";
+            if (is_sum && other == kVariable)
+                return "Error creating expression as sum of linear term and variable";
+            return "Error creating expression";
+        default:
+            return "Could not allocate an object of type Variable";
+    }
 }
 
-template <auto Function>
+template <auto Function, Operation Kind>
 struct OperatorBoundary;
 
-template <class... Modulus, Ref (*Function)(PyObject*, PyObject*, Modulus...)>
-struct OperatorBoundary<Function> {
+template <class... Modulus, Ref (*Function)(PyObject*, PyObject*, Modulus...), Operation Kind>
+struct OperatorBoundary<Function, Kind> {
     static PyObject* call(PyObject* a, PyObject* b, Modulus... modulus) noexcept {
         try {
             return Function(a, b, modulus...).release();
         } catch (const std::bad_alloc&) {
-            set_allocation_error(a, b);
+            PyErr_SetString(PyExc_RuntimeError, allocation_text(Kind, classify(a), classify(b)));
             return nullptr;
         } catch (...) {
             set_python_error_from_current_exception();
@@ -118,7 +135,9 @@ struct OperatorBoundary<Function> {
 };
 
 template <auto Function>
-inline constexpr auto operator_slot = &OperatorBoundary<Function>::call;
+inline constexpr auto sum_slot = &OperatorBoundary<Function, Operation::kSum>::call;
+template <auto Function>
+inline constexpr auto product_slot = &OperatorBoundary<Function, Operation::kProduct>::call;
 
 }  // namespace
 
@@ -262,21 +281,21 @@ PyGetSetDef modelling_attributes[] = {
 };
 
 PyNumberMethods modelling_number_methods = {
-    .nb_add = operator_slot<add_any>,
-    .nb_subtract = operator_slot<subtract_any>,
-    .nb_multiply = operator_slot<multiply_any>,
+    .nb_add = sum_slot<add_any>,
+    .nb_subtract = sum_slot<subtract_any>,
+    .nb_multiply = product_slot<multiply_any>,
     .nb_remainder = slot<refuse_operator>,
     .nb_divmod = slot<refuse_operator>,
-    .nb_power = operator_slot<power_any>,
+    .nb_power = product_slot<power_any>,
     .nb_negative = slot<negate_any>,
     .nb_absolute = slot<absolute_any>,
-    .nb_inplace_add = operator_slot<add_in_place_any>,
-    .nb_inplace_subtract = operator_slot<subtract_in_place_any>,
-    .nb_inplace_multiply = operator_slot<multiply_in_place_any>,
-    .nb_inplace_power = operator_slot<power_in_place_any>,
+    .nb_inplace_add = sum_slot<add_in_place_any>,
+    .nb_inplace_subtract = sum_slot<subtract_in_place_any>,
+    .nb_inplace_multiply = product_slot<multiply_in_place_any>,
+    .nb_inplace_power = product_slot<power_in_place_any>,
     .nb_floor_divide = slot<refuse_operator>,
-    .nb_true_divide = operator_slot<divide_any>,
-    .nb_inplace_true_divide = operator_slot<divide_in_place_any>,
+    .nb_true_divide = product_slot<divide_any>,
+    .nb_inplace_true_divide = product_slot<divide_in_place_any>,
 };
 
 }  // namespace quilex

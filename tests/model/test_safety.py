@@ -2,6 +2,7 @@
 
 import copy
 import gc
+import operator
 import os
 import pickle
 import resource
@@ -209,9 +210,9 @@ def test_containers_in_themselves_end_in_an_error():
     table = {}
     table["t"] = table
     for container in (loop, table, (loop,)):
-        for operator in (Sum, Prod):
+        for accumulate in (Sum, Prod):
             with pytest.raises((RuntimeError, RecursionError)):
-                operator(container)
+                accumulate(container)
     x = quilexlib.var()
     x.name = [x]
     with pytest.raises(TypeError):
@@ -258,6 +259,38 @@ def test_failed_operators_leave_the_operands():
             with pytest.raises((RuntimeError, OverflowError)):
                 getattr(e, operation)(bad)
     assert str(e) == "  x + y"
+
+
+def expression_of(variables):
+    return Sum(variables) + variables[0]
+
+
+@pytest.mark.parametrize(
+    ("operation", "make", "text"),
+    [
+        (operator.add, lambda x: (expression_of(x), expression_of(x)), "Error adding expressions"),
+        (operator.mul, lambda x: (x[0], expression_of(x)), "Error multiplying expressions"),
+        (operator.sub, lambda x: (x[0] * x[1], x[0]), "sum of quadratic term and variable"),
+        (operator.add, lambda x: (x[0] * x[1], 2 * x[2]), "sum of linear term and quadratic term"),
+        (operator.add, lambda x: (x[0] * x[1], x[0] ** 2), "sum of two quadratic terms"),
+    ],
+)
+def test_the_end_of_memory_names_the_operation(operation, make, text):
+    hooks = pytest.importorskip("_testcapi")
+    x = [quilexlib.var() for _ in range(40)]
+    for allocation in range(12):
+        operands = make(x)
+        hoard = [expression_of(x) for _ in range(300)]  # empties the free lists
+        hooks.set_nomemory(allocation, allocation + 1)
+        try:
+            operation(*operands)
+        except RuntimeError as error:
+            failure = error
+            break
+        finally:
+            hooks.remove_mem_hooks()
+        del hoard
+    assert text in str(failure)
 
 
 def test_references_balance():
