@@ -19,4 +19,8 @@ void solve_lp(Problem& problem, const SolveScope& scope, const char* flags);
 void solve_quadratic(Problem& problem, const SolveScope& scope);
 void solve_mip(Problem& problem, const SolveScope& scope, const char* flags);
 
+// Keeps a point of all columns as the integer solution if it is better than the one held. False
+// when it does not stand the check.
+bool take_integer_point(Problem& problem, const double* x);
+
 }  // namespace qlx

@@ -8,6 +8,7 @@
 #include "engine/core/kernel_options.hpp"
 #include "engine/core/point_check.hpp"
 #include "engine/core/recovery.hpp"
+#include "engine/core/semicontinuous_search.hpp"
 #include "engine/core/solve.hpp"
 #include "engine/core/solve_scope.hpp"
 #include "engine/lp/live_model.hpp"
@@ -43,6 +44,7 @@ class MipWatch final : public KernelWatch {
   public:
     using KernelWatch::KernelWatch;
     void solution(const double* x, int num_cols) noexcept override {
+        if (problem_.outer != nullptr) problem_.outer->solution(x, num_cols);
         try {
             take(x, num_cols);
             if (problem_.results.solutions_found >= problem_.controls.sollimit)
@@ -227,9 +229,16 @@ void finish(Problem& problem, int status) {
 
 }  // namespace
 
+bool take_integer_point(Problem& problem, const double* x) {
+    return MipWatch(problem).take(x, problem.model.num_cols());
+}
+
 void solve_mip(Problem& problem, const SolveScope& scope, const char* flags) {
     const KernelOptions asked = kernel_options(problem.controls, flags);
     send_start(problem, "MIP");
+    if (const auto columns = unbounded_semicontinuous(problem.model, problem.controls.indbigm);
+        !columns.empty())
+        return finish(problem, search_semicontinuous(problem, scope, flags, columns));
     LoadedKernel kernel(problem, asked.matrix_tolerance);
     if (asked.iteration_limit == 0) {
         problem.results.stop_status = QLX_STOP_ITERLIMIT;

@@ -29,6 +29,7 @@ double SolveScope::seconds_left() const noexcept {
 }
 
 void KernelWatch::progress(const KernelProgress& progress) noexcept {
+    if (problem_.outer != nullptr) return problem_.outer->progress(progress);
     if (progress.seconds < next_line_) return;
     next_line_ = progress.seconds + std::max(1.0, progress.seconds / 10);
     try {

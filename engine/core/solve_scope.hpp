@@ -32,6 +32,7 @@ class KernelWatch : public KernelEvents {
   public:
     explicit KernelWatch(Problem& problem) : problem_(problem) {}
     bool stop() noexcept override {
+        if (problem_.outer != nullptr) return problem_.outer->stop();
         problem_.look_for_interrupt();
         return problem_.stop_reason() != 0;
     }
