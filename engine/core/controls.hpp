@@ -50,7 +50,8 @@ namespace qlx {
     REAL(7008, matrixtol, 1e-12, 1e-12, 1e-3, "engine/core/kernel_options.cpp", \
          "Coefficients of at most this magnitude count as 0 when a model is solved") \
     REAL(7009, indbigm, 1e7, 1, 1e12, "engine/reformulate", \
-         "Largest bound that a set, indicator or partial integer may be stated with")
+         "Largest bound that a set, indicator, partial integer or semi-continuous column is stated with; " \
+         "columns of the last kind are branched on beyond it")
 // clang-format on
 
 // The values of one problem; a member per row.

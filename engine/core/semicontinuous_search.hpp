@@ -11,7 +11,7 @@ namespace qlx {
 class SolveScope;
 
 // Solves a mixed-integer program with such columns. Its integer solution, bound and counts are in
-// the problem's results; returns its status as a mixed-integer program, -1 when it is undecided.
+// the problem's results; returns its status as a mixed-integer program.
 [[nodiscard]] int search_semicontinuous(Problem& problem, const SolveScope& scope,
                                         const char* flags,
                                         const std::vector<SemicontinuousColumn>& columns);

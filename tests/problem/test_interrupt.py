@@ -49,6 +49,21 @@ def test_ctrl_c_stops_a_solve(send_interrupt, seconds):
     assert problem.getProbStatusString() == "mip_optimal"
 
 
+def test_ctrl_c_stops_the_nodes_of_another_search(send_interrupt):
+    problem, x, slacks = market_split()
+    either = quilex.var(vartype=quilex.semicontinuous, ub=quilex.infinity, threshold=2)
+    problem.addVariable(either)
+    problem.addConstraint(either + x[0] >= 1)
+    send_interrupt(1.0)
+    with pytest.raises(KeyboardInterrupt):
+        problem.solve()
+    assert problem.attributes.stopstatus == quilex.stop_ctrlc
+    assert problem.getProbStatusString() == "mip_solution"
+    assert is_feasible(problem, x, slacks)
+    value = problem.getSolution(either)
+    assert value >= 2 - 1e-6 or abs(value) <= 1e-6
+
+
 def test_handlers_that_do_not_raise_let_the_solve_go_on(send_interrupt):
     seen = []
     old = signal.signal(signal.SIGUSR1, lambda *arguments: seen.append(arguments))
