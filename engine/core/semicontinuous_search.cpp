@@ -68,7 +68,9 @@ class Search final : public KernelWatch {
         whole.tree = true;
         whole.nodes = results_.nodes + of_node.nodes;
         whole.best_solution = results_.mip.valid ? results_.mip.objective : kUnbounded;
-        whole.best_bound = sense_ * open_bound();
+        const double of_kernel =
+            of_node.tree && !seeking_ ? sense_ * of_node.best_bound : -kUnbounded;
+        whole.best_bound = sense_ * open_bound(std::max(current_bound_, of_kernel));
         KernelWatch::progress(whole);
     }
     void solution(const double* x, int num_cols) noexcept override {
@@ -100,8 +102,8 @@ class Search final : public KernelWatch {
         return bound >= incumbent() - gap;
     }
     void close(double bound) noexcept { closed_bound_ = std::min(closed_bound_, bound); }
-    [[nodiscard]] double open_bound() const noexcept {
-        return open_.empty() ? current_bound_ : std::min(current_bound_, open_.front().bound);
+    [[nodiscard]] double open_bound(double of_current) const noexcept {
+        return open_.empty() ? of_current : std::min(of_current, open_.front().bound);
     }
 
     void keep(Node node) {
