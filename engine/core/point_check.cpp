@@ -109,6 +109,11 @@ PointCheck check_point(Model& model, const double* x, const std::vector<double>&
         const auto values = model.matrix().row_values(row);
         for (std::size_t k = 0; k < columns.size(); ++k)
             magnitude = std::max(magnitude, std::fabs(values[k] * x[columns[k]]));
+        if (const auto form = model.quadratic_rows().find(row);
+            form != model.quadratic_rows().end())
+            for (const QuadraticTerm& term : form->second.terms())
+                magnitude = std::max(
+                    magnitude, std::fabs(term.coefficient * x[term.first] * x[term.second]));
         check.rows = std::max(check.rows, away / magnitude);
     }
     if (!integral) return check;

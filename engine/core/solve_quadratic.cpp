@@ -102,7 +102,7 @@ quad::ConvexControl control_of(Problem& problem, const SolveScope& scope) {
     quad::ConvexControl control;
     control.feasibility_tolerance = problem.controls.feastol;
     control.optimality_tolerance = problem.controls.opttol;
-    control.iteration_limit = std::min(control.iteration_limit, problem.controls.lpiterlimit);
+    control.iteration_budget = problem.controls.lpiterlimit;
     control.stop.interrupt = &problem.stop_flag();
     control.stop.look = [&problem] { problem.look_for_interrupt(); };
     if (const double left = scope.seconds_left(); left < kInfinity) {

@@ -7,14 +7,17 @@
 //
 // Bounds of 1e20 and beyond are infinite. Sign conventions, for minimisation: the reduced costs are
 // z = c + Qx - A'y - sum of y_k (Q_k x + a_k), a dual is nonnegative where the lower side is active
-// and nonpositive where the upper one is, and a reduced cost likewise. For maximisation the caller
-// negates Q and c.
+// and nonpositive where the upper one is, and a reduced cost likewise. A quadratic row without an
+// interior may have no dual: it then has 0, and the columns that it holds keep a reduced cost. For
+// maximisation the caller negates Q and c.
 #pragma once
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <functional>
+#include <limits>
 #include <optional>
 #include <vector>
 
@@ -103,13 +106,19 @@ using QuadraticKernel =
 struct ConvexControl {
     double feasibility_tolerance = 1e-6;  // violation over max(1, |bound|)
     double optimality_tolerance = 1e-6;   // relative: stationarity, complementarity
-    int iteration_limit = 1000;
+    int iteration_limit = 1000;             // of one kernel; where one reaches it, the next tries
+    // The caller's limit, on all kernels' iterations together; a solve that reaches it ends there.
+    int iteration_budget = std::numeric_limits<int>::max();
     StopRule stop;
     // Takes over where the factor of the first kernel would be large or its answer fails.
     QuadraticKernel large_scale_qp;
     // A program goes to large_scale_qp first where a factorisation takes more multiplications than
     // this; the break-even was measured on random sparse programs of 500 to 10,000 columns.
     std::int64_t work_limit = 100'000'000;
+
+    int iterations_left(int used) const noexcept {
+        return std::min(iteration_limit, std::max(iteration_budget - used, 0));
+    }
 };
 
 enum class ConvexStatus {
@@ -117,7 +126,7 @@ enum class ConvexStatus {
     infeasible,
     unbounded,
     nonconvex,
-    iteration_limit,
+    iteration_limit,  // the caller's
     time_limit,
     interrupted,
     unsupported,  // quadratic rows in a build without Ipopt

@@ -41,7 +41,6 @@ class Ladder {
     const ConvexControl& control_;
     const bool small_;
     bool diagnosed_ = false;
-    bool out_of_iterations_ = false;
     PolishedPoint best_;
     ConvexResult result_;
 };
@@ -65,9 +64,9 @@ bool Ladder::try_kernel(Kernel kernel) {
     const QuadraticKernel solve = kernel_of(kernel);
     if (!solve) return false;
     if (control_.stop.stop()) return finish(stop_status(control_.stop));
-    const KernelAnswer answer = solve(model_, control_.stop, control_.iteration_limit);
+    const KernelAnswer answer =
+        solve(model_, control_.stop, control_.iterations_left(result_.iterations));
     result_.iterations += answer.iterations;
-    if (answer.claim == KernelClaim::iteration_limit) out_of_iterations_ = true;
     if (answer.x.size() == model_.cost.size() && answer.y.size() == model_.row_lower.size()) {
         PolishedPoint point{answer.x, answer.y, evaluate(model_, answer.x, answer.y)};
         bool polished = false;
@@ -84,7 +83,9 @@ bool Ladder::try_kernel(Kernel kernel) {
     if (answer.claim == KernelClaim::stopped) return finish(stop_status(control_.stop));
     const bool suspicious =
         answer.claim == KernelClaim::infeasible || answer.claim == KernelClaim::unbounded;
-    return suspicious && diagnose();
+    if (suspicious && diagnose()) return true;
+    const bool spent = control_.iterations_left(result_.iterations) == 0;
+    return spent && finish(ConvexStatus::iteration_limit);
 }
 
 // Decides by proof whether there is no feasible point or no finite minimum.
@@ -125,8 +126,7 @@ ConvexResult Ladder::climb() {
         if (control_.stop.stop()) {
             finish(stop_status(control_.stop));
         } else {
-            finish(out_of_iterations_ ? ConvexStatus::iteration_limit
-                                      : ConvexStatus::numerical_failure);
+            finish(ConvexStatus::numerical_failure);
         }
     }
     take_best();

@@ -97,8 +97,9 @@ bool Reduction::reduce_row(int i) {
 }
 
 // A column that nothing but its own cost moves goes to its cheaper bound, if that is finite.
-void Reduction::settle_empty_columns() {
+void Reduction::settle_empty_columns(std::span<const int> held) {
     std::vector<bool> used(is_fixed_.size(), false);
+    for (int j : held) used[at(j)] = true;
     const SparseColumns& hessian = model_->hessian;
     for (int j = 0; j < model_->column_count(); ++j) {
         for (int k = hessian.start[at(j)]; k < hessian.start[at(j) + 1]; ++k) {
@@ -184,7 +185,7 @@ void Reduction::build() {
     }
 }
 
-bool Reduction::reduce(const QuadraticModel& model) {
+bool Reduction::reduce(const QuadraticModel& model, std::span<const int> held) {
     model_ = &model;
     by_row_ = transpose(model.rows);
     lower_ = model.column_lower;
@@ -210,7 +211,7 @@ bool Reduction::reduce(const QuadraticModel& model) {
         work_.pop_back();
         if (!reduce_row(i)) return false;
     }
-    settle_empty_columns();
+    settle_empty_columns(held);
     build();
     return true;
 }
@@ -222,12 +223,14 @@ std::vector<double> Reduction::restore_columns(std::span<const double> x) const 
 }
 
 std::vector<double> Reduction::restore_duals(std::span<const double> x,
-                                             std::span<const double> y) const {
+                                             std::span<const double> y,
+                                             std::span<const double> normals) const {
     std::vector<double> duals(left_in_row_.size(), 0.0);
     for (std::size_t k = 0; k < kept_rows_.size(); ++k) duals[at(kept_rows_[k])] = y[k];
     if (singletons_.empty()) return duals;
     std::vector<double> gradient = model_->cost;
     add_symmetric_product(model_->hessian, 1.0, x, gradient);
+    for (std::size_t j = 0; j < normals.size(); ++j) gradient[j] -= normals[j];
     // The last bound found is the one that holds the column, so the records go backwards.
     for (auto record = singletons_.rbegin(); record != singletons_.rend(); ++record) {
         const int j = record->column;

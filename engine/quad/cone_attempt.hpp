@@ -1,0 +1,37 @@
+// One answer of the barrier method to a program with convex rows, and its evaluation.
+#pragma once
+
+#include <vector>
+
+#include "engine/quad/cone_scaling.hpp"
+#include "engine/quad/residuals.hpp"
+
+namespace qlx::quad {
+
+// A convex row's value as it was solved, the side of it, and the dual that belongs to that form.
+struct RowState {
+    double dual = 0.0;
+    double value = 0.0;
+    double upper = 0.0;
+};
+
+// All in the program's own units.
+struct Attempt {
+    KernelClaim claim = KernelClaim::failed;
+    int iterations = 0;
+    std::vector<double> x;
+    std::vector<double> y;         // linear rows
+    std::vector<double> row_dual;  // convex rows, as sides of their quadratic functions
+    std::vector<double> normals;   // gradients of the convex rows times their duals, a column
+    std::vector<RowState> rows;
+    Evaluation evaluation;
+};
+
+// Where `scaling` is given, the barrier method works on the program scaled by it. The smoothing
+// is in the units solved in.
+Attempt attempt(const ConeProgram& program, const ConeScaling* scaling, double smoothing,
+                int iterations, const StopRule& rule);
+
+void add_conditions(const std::vector<RowState>& rows, double objective, KktResiduals& residuals);
+
+}  // namespace qlx::quad
