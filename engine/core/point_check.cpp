@@ -112,8 +112,8 @@ PointCheck check_point(Model& model, const double* x, const std::vector<double>&
         if (const auto form = model.quadratic_rows().find(row);
             form != model.quadratic_rows().end())
             for (const QuadraticTerm& term : form->second.terms())
-                magnitude = std::max(
-                    magnitude, std::fabs(term.coefficient * x[term.first] * x[term.second]));
+                magnitude = std::max(magnitude,
+                                     std::fabs(term.coefficient * x[term.first] * x[term.second]));
         check.rows = std::max(check.rows, away / magnitude);
     }
     if (!integral) return check;

@@ -44,14 +44,16 @@ void add_conditions(const std::vector<RowState>& rows, double objective, KktResi
     }
 }
 
-Attempt attempt(const ConeProgram& program, const ConeScaling* scaling, double smoothing,
-                int iterations, const StopRule& rule) {
+Attempt attempt(const ConeProgram& program, const Rung& rung, int iterations,
+                const StopRule& rule) {
+    const ConeScaling* const scaling = rung.scaling;
     const ConeProgram scaled = scaling != nullptr ? scaling->apply(program) : ConeProgram{};
     const ConeProgram& posed = scaling != nullptr ? scaled : program;
     const ConeScaling units = scaling != nullptr ? *scaling : no_scaling(program);
-    BarrierProblem problem(posed, smoothing);
-    nlp::LocalAnswer answer =
-        nlp::InteriorPointSolver().solve(problem, barrier_options(rule, iterations));
+    BarrierProblem problem(posed, rung.smoothing);
+    nlp::LocalOptions options = barrier_options(rule, iterations);
+    options.tolerance = rung.tolerance;
+    nlp::LocalAnswer answer = nlp::InteriorPointSolver().solve(problem, options);
     Attempt out;
     out.claim = claim_of(answer.status);
     out.iterations = answer.iterations;
@@ -63,7 +65,7 @@ Attempt attempt(const ConeProgram& program, const ConeScaling* scaling, double s
         out.y.push_back(units.row_dual(i, answer.row_dual[i]));
     }
     out.normals.assign(out.x.size(), 0.0);
-    const BarrierProblem own(program, smoothing);
+    const BarrierProblem own(program, rung.smoothing);
     for (std::size_t r = 0; r < program.rows.size(); ++r) {
         const ConvexRow& row = program.rows[r];
         const double dual = std::min(answer.row_dual[linear + r], 0.0);

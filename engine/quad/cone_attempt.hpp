@@ -27,10 +27,15 @@ struct Attempt {
     Evaluation evaluation;
 };
 
-// Where `scaling` is given, the barrier method works on the program scaled by it. The smoothing
-// is in the units solved in.
-Attempt attempt(const ConeProgram& program, const ConeScaling* scaling, double smoothing,
-                int iterations, const StopRule& rule);
+// How the barrier method is used. Where `scaling` is given, it works on the program scaled by it;
+// the smoothing is in the units solved in.
+struct Rung {
+    const ConeScaling* scaling = nullptr;
+    double smoothing = 0.0;
+    double tolerance = 1e-9;
+};
+
+Attempt attempt(const ConeProgram& program, const Rung& rung, int iterations, const StopRule& rule);
 
 void add_conditions(const std::vector<RowState>& rows, double objective, KktResiduals& residuals);
 

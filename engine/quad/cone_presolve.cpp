@@ -23,7 +23,8 @@ ConePresolve::ConePresolve(const ConvexProgram& source)
       model_(linear_part(source)) {
     std::vector<bool> used(source.cost.size(), false);
     for (const QuadraticRow& row : source.quadratic_rows) {
-        for (const Triplet& entry : row.hessian) used[at(entry.row)] = used[at(entry.column)] = true;
+        for (const Triplet& entry : row.hessian)
+            used[at(entry.row)] = used[at(entry.column)] = true;
         for (const int j : row.columns) used[at(j)] = true;
     }
     for (int j = 0; j < source.column_count(); ++j) {

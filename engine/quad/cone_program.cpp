@@ -24,6 +24,7 @@ constexpr double kCoarseSmoothing = 1e-7;
 constexpr std::size_t kWideCone = 300;
 // A program whose sizes differ by this much is solved in units of its own first.
 constexpr double kWideSpread = 1e3;
+constexpr double kSharpTolerance = 1e-13;
 // The proofs below want an optimum this sharp, and a direction this good.
 constexpr double kRayTolerance = 1e-7;
 constexpr double kRayFall = 1e-4;
@@ -40,8 +41,8 @@ class ConeSolver {
 
   private:
     bool has_convex_objective();
-    std::vector<double> rungs() const;
-    bool try_units(const ConeScaling* scaling);
+    std::vector<Rung> rungs() const;
+    bool try_rung(const Rung& rung);
     bool climb();
     bool diagnose();
     bool is_proven_infeasible(const ConeScaling* scaling, std::vector<double>& feasible_point);
@@ -65,6 +66,7 @@ class ConeSolver {
     const ConvexControl& control_;
     ConePresolve presolve_;
     std::optional<ConeScaling> scaling_;  // absent where it would change nothing
+    bool diagnosed_ = false;
     Attempt best_;
     ConvexResult result_;
 };
@@ -80,43 +82,52 @@ bool ConeSolver::has_convex_objective() {
     return !finish(ConvexStatus::nonconvex);
 }
 
-std::vector<double> ConeSolver::rungs() const {
+std::vector<Rung> ConeSolver::rungs() const {
     bool cones = false;
     bool wide = false;
     for (const ConvexRow& row : program().rows) {
         cones = cones || row.shape == RowShape::cone;
         wide = wide || (row.shape == RowShape::cone && row.columns.size() > kWideCone);
     }
-    if (wide) return {0.0, kCoarseSmoothing};
-    if (cones) return {kSmoothing, kCoarseSmoothing, 0.0};
-    return {0.0};
+    std::vector<double> smoothings{0.0};
+    if (wide) smoothings = {0.0, kCoarseSmoothing};
+    if (cones && !wide) smoothings = {kSmoothing, kCoarseSmoothing, 0.0};
+    std::vector<const ConeScaling*> units{nullptr};
+    if (scaling_) units.push_back(&*scaling_);
+    if (scaling_ && scaling_->spread() >= kWideSpread) std::swap(units.front(), units.back());
+    std::vector<Rung> rungs;
+    for (const ConeScaling* scaling : units) {
+        for (const double smoothing : smoothings) rungs.push_back({scaling, smoothing});
+        // Large duals of rows with hardly an interior loosen the method's own test.
+        rungs.push_back({scaling, 0.0, kSharpTolerance});
+    }
+    return rungs;
 }
 
 // Returns true where the outcome is settled.
-bool ConeSolver::try_units(const ConeScaling* scaling) {
-    for (const double smoothing : rungs()) {
-        if (iterations_left() == 0) return finish(ConvexStatus::iteration_limit);
-        Attempt next = attempt(program(), scaling, smoothing, iterations_left(), control_.stop);
-        result_.iterations += next.iterations;
-        if (!next.x.empty() &&
-            (best_.x.empty() || next.evaluation.worst() < best_.evaluation.worst())) {
-            best_ = std::move(next);
-        }
-        if (!best_.x.empty() && meets(best_.evaluation.residuals, control_)) {
-            return finish(ConvexStatus::optimal);
-        }
-        if (control_.stop.stop()) return finish(stop_status(control_.stop));
+bool ConeSolver::try_rung(const Rung& rung) {
+    if (iterations_left() == 0) return finish(ConvexStatus::iteration_limit);
+    Attempt next = attempt(program(), rung, iterations_left(), control_.stop);
+    result_.iterations += next.iterations;
+    const bool suspicious =
+        next.claim == KernelClaim::infeasible || next.claim == KernelClaim::unbounded;
+    if (!next.x.empty() &&
+        (best_.x.empty() || next.evaluation.worst() < best_.evaluation.worst())) {
+        best_ = std::move(next);
     }
-    return false;
+    if (!best_.x.empty() && meets(best_.evaluation.residuals, control_)) {
+        return finish(ConvexStatus::optimal);
+    }
+    if (control_.stop.stop()) return finish(stop_status(control_.stop));
+    return suspicious && diagnose();
 }
 
 bool ConeSolver::climb() {
     ConeScaling scaling = find_scaling(program());
-    const bool scaled_first = scaling.spread() >= kWideSpread;
     if (scaling.spread() > 1.0) scaling_ = std::move(scaling);
-    const ConeScaling* const own = scaling_ ? &*scaling_ : nullptr;
-    if (try_units(scaled_first ? own : nullptr)) return true;
-    if (own != nullptr && try_units(scaled_first ? nullptr : own)) return true;
+    for (const Rung& rung : rungs()) {
+        if (try_rung(rung)) return true;
+    }
     const bool spent = iterations_left() == 0;
     finish(spent ? ConvexStatus::iteration_limit : ConvexStatus::numerical_failure);
     return spent;
@@ -146,7 +157,7 @@ bool ConeSolver::is_proven_infeasible(const ConeScaling* scaling,
                                       std::vector<double>& feasible_point) {
     const ConeProgram posed = scaling != nullptr ? scaling->apply(program()) : program();
     const Attempt least =
-        attempt(least_violation(posed), nullptr, kSmoothing, iterations_left(), control_.stop);
+        attempt(least_violation(posed), {nullptr, kSmoothing}, iterations_left(), control_.stop);
     result_.iterations += least.iterations;
     if (least.x.empty()) return false;
     const std::size_t columns = program().model.cost.size();
@@ -177,14 +188,12 @@ std::vector<double> ConeSolver::whole_ray(std::span<const double> ray) const {
 }
 
 bool ConeSolver::is_proven_unbounded(const ConeScaling* scaling) {
-    const ConeProgram rays =
-        recession(scaling != nullptr ? scaling->apply(program()) : program());
+    const ConeProgram rays = recession(scaling != nullptr ? scaling->apply(program()) : program());
     if (std::all_of(rays.model.cost.begin(), rays.model.cost.end(),
                     [](double c) { return c == 0.0; })) {
         return false;
     }
-    Attempt steepest =
-        attempt(rays, nullptr, kSmoothing, iterations_left(), control_.stop);
+    Attempt steepest = attempt(rays, {nullptr, kSmoothing}, iterations_left(), control_.stop);
     result_.iterations += steepest.iterations;
     if (steepest.x.empty() || !meets(steepest.evaluation.residuals, control_) ||
         steepest.evaluation.residuals.primal > kRayTolerance ||
@@ -198,7 +207,10 @@ bool ConeSolver::is_proven_unbounded(const ConeScaling* scaling) {
     return true;
 }
 
+// Decides by proof whether there is no feasible point or no finite minimum.
 bool ConeSolver::diagnose() {
+    if (diagnosed_) return false;
+    diagnosed_ = true;
     std::vector<const ConeScaling*> units{nullptr};
     if (scaling_) units.push_back(&*scaling_);
     std::vector<double> feasible_point;
@@ -327,7 +339,9 @@ void ConeSolver::solve_with_cones() {
         return;
     }
     const bool settled = climb();
-    if (!best_.x.empty()) report(best_);
+    const bool proven =
+        result_.status == ConvexStatus::infeasible || result_.status == ConvexStatus::unbounded;
+    if (!proven && !best_.x.empty()) report(best_);
     if (!settled || result_.status == ConvexStatus::numerical_failure) diagnose();
 }
 

@@ -57,10 +57,16 @@ class Equilibration {
             sides_.push_back({row, -1, 0, std::log2(std::abs(side))});
         }
     }
+    void add_bound(int column, double bound) {
+        if (bound != 0.0 && is_finite_lower(bound) && is_finite_upper(bound)) {
+            bounds_.push_back({-1, column, 1, std::log2(std::abs(bound))});
+        }
+    }
     void add_convex_row(int row, const ConvexRow& convex);
 
     std::vector<Entry> entries_;
     std::vector<Entry> sides_;
+    std::vector<Entry> bounds_;
     std::vector<double> column_;
     std::vector<double> row_;
 };
@@ -78,6 +84,10 @@ Equilibration::Equilibration(const ConeProgram& program) {
         }
         add(objective, j, 1, model.cost[at(j)]);
         add(objective, j, 2, diagonal[at(j)]);
+    }
+    for (int j = 0; j < model.column_count(); ++j) {
+        add_bound(j, model.column_lower[at(j)]);
+        add_bound(j, model.column_upper[at(j)]);
     }
     for (int i = 0; i < linear; ++i) {
         add_side(i, model.row_lower[at(i)]);
@@ -111,14 +121,14 @@ void Equilibration::balance() {
         for (const Entry& e : entries_) {
             columns[at(e.column)].add((row_[at(e.row)] - e.logarithm) / e.power);
         }
+        for (const Entry& e : bounds_) columns[at(e.column)].add(e.logarithm);
         for (std::size_t j = 0; j < columns.size(); ++j) column_[j] = columns[j].value(column_[j]);
     }
 }
 
 ConeScaling Equilibration::scaling(const ConeProgram& program) const {
     auto power = [](double logarithm) {
-        return std::exp2(
-            std::round(std::clamp(logarithm, -kLargestExponent, kLargestExponent)));
+        return std::exp2(std::round(std::clamp(logarithm, -kLargestExponent, kLargestExponent)));
     };
     const std::size_t linear = program.model.row_lower.size();
     ConeScaling out;

@@ -106,7 +106,7 @@ using QuadraticKernel =
 struct ConvexControl {
     double feasibility_tolerance = 1e-6;  // violation over max(1, |bound|)
     double optimality_tolerance = 1e-6;   // relative: stationarity, complementarity
-    int iteration_limit = 1000;             // of one kernel; where one reaches it, the next tries
+    int iteration_limit = 1000;           // of one kernel; where one reaches it, the next tries
     // The caller's limit, on all kernels' iterations together; a solve that reaches it ends there.
     int iteration_budget = std::numeric_limits<int>::max();
     StopRule stop;

@@ -80,8 +80,10 @@ class Flattener {
     FlatRow out_;
 };
 
-// A column outside of the quadratic part is least at a bound.
+// A column outside of the quadratic part is least at a bound. One with a negative square is not
+// outside, however small that is beside the others.
 bool Flattener::add_linear(int j) {
+    if (diagonal_[at(j)] < 0.0) return false;
     const double slope = row_.linear[at(j)];
     if (slope == 0.0) return true;
     const std::size_t column = at(row_.columns[at(j)]);

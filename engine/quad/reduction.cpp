@@ -222,8 +222,7 @@ std::vector<double> Reduction::restore_columns(std::span<const double> x) const 
     return all;
 }
 
-std::vector<double> Reduction::restore_duals(std::span<const double> x,
-                                             std::span<const double> y,
+std::vector<double> Reduction::restore_duals(std::span<const double> x, std::span<const double> y,
                                              std::span<const double> normals) const {
     std::vector<double> duals(left_in_row_.size(), 0.0);
     for (std::size_t k = 0; k < kept_rows_.size(); ++k) duals[at(kept_rows_[k])] = y[k];

@@ -230,6 +230,211 @@ TEST_F(Cone, StatusesTellTheTruth) {
     EXPECT_EQ(solve_convex(cases[8].first, {}).place.quadratic_row, 0);
 }
 
+// A program over free columns with one linear cost each, where the text below adds the rest.
+ConvexProgram free_program(std::vector<double> cost) {
+    ConvexProgram p;
+    p.column_lower.assign(cost.size(), -kInf);
+    p.column_upper.assign(cost.size(), kInf);
+    p.cost = std::move(cost);
+    return p;
+}
+
+QuadraticRow at_most(std::vector<Triplet> hessian, std::vector<double> linear, double upper) {
+    QuadraticRow row{std::move(hessian), {}, std::move(linear), -kInf, upper};
+    for (std::size_t j = 0; j < row.coefficients.size(); ++j) {
+        row.columns.push_back(static_cast<int>(j));
+    }
+    return row;
+}
+
+// The point, and z = c + Qx - A'y - sum of y_k (Q_k x + a_k) as the reduced costs are defined.
+void expect_feasible_and_priced(const ConvexProgram& p, const ConvexResult& r, const char* name) {
+    ASSERT_EQ(r.x.size(), p.cost.size()) << name;
+    const int n = p.column_count();
+    std::vector<double> price = times(dense_symmetric(p.hessian, n), r.x);
+    for (std::size_t j = 0; j < price.size(); ++j) {
+        price[j] += p.cost[j];
+        EXPECT_GE(r.x[j], p.column_lower[j] - 1e-6) << name;
+        EXPECT_LE(r.x[j], p.column_upper[j] + 1e-6) << name;
+    }
+    std::vector<double> activity(p.row_lower.size(), 0.0);
+    for (const Triplet& e : p.rows) {
+        activity[at(e.row)] += e.value * r.x[at(e.column)];
+        price[at(e.column)] -= e.value * r.row_dual[at(e.row)];
+    }
+    for (std::size_t i = 0; i < activity.size(); ++i) {
+        EXPECT_GE(activity[i], p.row_lower[i] - 1e-6) << name;
+        EXPECT_LE(activity[i], p.row_upper[i] + 1e-6) << name;
+    }
+    for (std::size_t k = 0; k < p.quadratic_rows.size(); ++k) {
+        const QuadraticRow& row = p.quadratic_rows[k];
+        std::vector<double> pulled = times(dense_symmetric(row.hessian, n), r.x);
+        double value = 0.5 * dot(pulled, r.x);
+        for (std::size_t c = 0; c < row.columns.size(); ++c) {
+            value += row.coefficients[c] * r.x[at(row.columns[c])];
+            pulled[at(row.columns[c])] += row.coefficients[c];
+        }
+        EXPECT_LE(value, row.upper + 1e-6) << name;
+        for (std::size_t j = 0; j < price.size(); ++j) price[j] -= r.quadratic_dual[k] * pulled[j];
+    }
+    for (std::size_t j = 0; j < price.size(); ++j)
+        EXPECT_NEAR(r.reduced_cost[j], price[j], 1e-6) << name;
+}
+
+struct FlatCase {
+    const char* name;
+    ConvexProgram program;
+    ConvexStatus expected;
+    double objective = 0.0;
+};
+
+std::vector<FlatCase> flat_cases() {
+    const std::vector<Triplet> disc{{0, 0, 2}, {1, 1, 2}};
+    const std::vector<Triplet> cone{{0, 0, 2}, {1, 1, 2}, {2, 2, -2}};
+    const auto optimal = ConvexStatus::optimal;
+    const auto infeasible = ConvexStatus::infeasible;
+    std::vector<FlatCase> cases;
+    auto add = [&](const char* name, std::vector<double> cost, std::vector<QuadraticRow> rows,
+                   ConvexStatus expected, double objective = 0.0) -> ConvexProgram& {
+        cases.push_back({name, free_program(std::move(cost)), expected, objective});
+        cases.back().program.quadratic_rows = std::move(rows);
+        return cases.back().program;
+    };
+    auto add_row = [](ConvexProgram& p, double lower, std::vector<Triplet> entries, double upper) {
+        p.row_lower.push_back(lower);
+        p.row_upper.push_back(upper);
+        p.rows.insert(p.rows.end(), entries.begin(), entries.end());
+    };
+    add("point", {1, 1}, {at_most(disc, {}, 0)}, optimal, 0);
+    add("point off the origin", {1, 1}, {at_most(disc, {-2, -4}, -5)}, optimal, 3);
+    add("beyond its least value", {1, 1}, {at_most(disc, {-2, -4}, -5.001)}, infeasible);
+    add("negative", {1, 1}, {at_most(disc, {}, -1e-7)}, infeasible);
+    add("negative by rounding", {1, 1}, {at_most(disc, {}, -1e-12)}, optimal, 0);
+    add("hardly a disc", {1, 1}, {at_most(disc, {}, 1e-12)}, optimal, -std::sqrt(2e-12));
+    // (x + 2y - 3)^2 <= 0, least x^2 + y^2
+    add("square of a sum", {0, 0}, {at_most({{0, 0, 2}, {1, 0, 4}, {1, 1, 8}}, {-6, -12}, -9)},
+        optimal, 1.8)
+        .hessian = {{0, 0, 2}, {1, 1, 2}};
+    // x^2 <= 0 leaves a line, which another row ends.
+    add_row(add("line", {1, 2}, {at_most({{0, 0, 2}}, {}, 0)}, optimal, 2), 1,
+            {{0, 0, 1}, {0, 1, 1}}, kInf);
+    // x^2 + y <= 0 with y >= 0
+    add("column forced to its bound", {1, -1}, {at_most({{0, 0, 2}}, {0, 1}, 0)}, optimal, 0)
+        .column_lower[1] = 0;
+    // Each row is flat only when the next has fixed its linear column.
+    add("chain", {1, -1, 1},
+        {at_most({{2, 2, 2}}, {0, -1}, 0), at_most({{1, 1, 2}}, {-1}, 0),
+         at_most({{0, 0, 2}}, {}, 0)},
+        optimal, 0);
+    for (const double axis : {0.0, 1e-6}) {
+        ConvexProgram& p = add("cone of a fixed axis", {1, 1, 0}, {at_most(cone, {}, 0)}, optimal,
+                               -std::sqrt(2.0) * axis);
+        p.column_lower[2] = p.column_upper[2] = axis;
+    }
+    ConvexProgram& held = add("cone held at its apex", {1, 1, 0}, {at_most(cone, {}, 0)}, optimal);
+    held.column_lower[2] = 0;
+    add_row(held, -kInf, {{0, 2, 3}}, 0);
+    // A square that is tiny beside the others still leaves an interior.
+    ConvexProgram& slim = add("slim cone", {-1, 1e-9},
+                              {at_most({{0, 0, 2e6}, {1, 1, -2e-8}}, {}, 0)}, optimal, -0.99);
+    slim.column_lower = {0, 0};
+    slim.column_upper = {1, 1e8};
+    add_row(add("empty row out of reach", {1, 1}, {at_most(disc, {}, 4)}, infeasible), -kInf, {},
+            -1);
+    ConvexProgram& crossed = add("rows that cross", {1, 1}, {at_most(disc, {}, 4)}, infeasible);
+    add_row(crossed, 1, {{0, 0, 1}}, kInf);
+    add_row(crossed, -kInf, {{1, 0, 1}}, 0.5);
+    return cases;
+}
+
+TEST_F(Cone, RowsWithoutAnInterior) {
+    for (const FlatCase& c : flat_cases()) {
+        const ConvexResult result = solve_convex(c.program, {});
+        EXPECT_EQ(result.status, c.expected) << c.name;
+        if (c.expected != ConvexStatus::optimal || result.status != c.expected) continue;
+        EXPECT_NEAR(result.objective, c.objective, 1e-8 + 1e-6 * std::abs(c.objective)) << c.name;
+        expect_feasible_and_priced(c.program, result, c.name);
+    }
+}
+
+TEST_F(Cone, DiscsAndConesOfAllSizes) {
+    for (int power = -12; power <= 18; power += 3) {
+        const double square = std::pow(10.0, power);
+        const double radius = std::sqrt(square);
+        ConvexProgram disc = free_program({1, 1});
+        disc.quadratic_rows = {at_most({{0, 0, 2}, {1, 1, 2}}, {}, square)};
+        const ConvexResult result = solve_convex(disc, {});
+        ASSERT_EQ(result.status, ConvexStatus::optimal) << power;
+        EXPECT_NEAR(result.objective / radius, -std::sqrt(2.0), 1e-6) << power;
+        EXPECT_NEAR(result.quadratic_dual[0] * radius, -std::sqrt(0.5), 1e-6) << power;
+        if (power > 12) continue;  // the cone's own test is absolute
+        ConvexProgram cone = free_program({1, 1, 0});
+        cone.quadratic_rows = {at_most({{0, 0, 2}, {1, 1, 2}, {2, 2, -2}}, {}, 0)};
+        cone.column_lower[2] = 0;
+        cone.column_upper[2] = radius;
+        const ConvexResult bounded = solve_convex(cone, {});
+        ASSERT_EQ(bounded.status, ConvexStatus::optimal) << power;
+        EXPECT_NEAR(bounded.objective / radius, -std::sqrt(2.0), power < -6 ? 1e-3 : 1e-6) << power;
+    }
+}
+
+// Columns and quadratic rows in other units: the optimum stays.
+TEST_F(Cone, UnitsOverEightOrdersOfMagnitude) {
+    std::mt19937 random(17);
+    std::uniform_int_distribution<int> power(-4, 4);
+    for (int round = 0; round < 20; ++round) {
+        const int columns = 3 + round % 5;
+        ConvexProgram p = random_program(columns, 2, columns, random);
+        for (int k = 0; k < 2; ++k) {
+            QuadraticRow row{random_semidefinite(columns, columns, random), {}, {}, -kInf, 0};
+            std::vector<double> middle;
+            for (int j = 0; j < columns; ++j) {
+                middle.push_back(0.5 * (p.column_lower[at(j)] + p.column_upper[at(j)]));
+            }
+            const Dense q = dense_symmetric(row.hessian, columns);
+            row.upper = 0.5 * dot(middle, times(q, middle)) + 0.5;
+            p.quadratic_rows.push_back(row);
+        }
+        const ConvexResult base = solve_convex(p, {});
+        if (base.status == ConvexStatus::infeasible) continue;
+        expect_optimal(p, base);
+        std::vector<double> unit;
+        for (int j = 0; j < columns; ++j) unit.push_back(std::pow(10.0, power(random)));
+        for (int j = 0; j < columns; ++j) {
+            p.cost[at(j)] *= unit[at(j)];
+            p.column_lower[at(j)] /= unit[at(j)];
+            p.column_upper[at(j)] /= unit[at(j)];
+        }
+        for (Triplet& e : p.hessian) e.value *= unit[at(e.row)] * unit[at(e.column)];
+        for (Triplet& e : p.rows) e.value *= unit[at(e.column)];
+        for (QuadraticRow& row : p.quadratic_rows) {
+            const double factor = std::pow(10.0, power(random));
+            row.upper *= factor;
+            for (Triplet& e : row.hessian) {
+                e.value *= factor * unit[at(e.row)] * unit[at(e.column)];
+            }
+        }
+        const ConvexResult result = solve_convex(p, {});
+        ASSERT_EQ(result.status, ConvexStatus::optimal) << "round " << round;
+        EXPECT_NEAR(result.objective, base.objective, 1e-4 * (1.0 + std::abs(base.objective)))
+            << "round " << round;
+    }
+}
+
+// Only the caller's limit is reported as a limit.
+TEST_F(Cone, IterationLimits) {
+    ConvexProgram p = free_program({1, 1});
+    p.quadratic_rows = {at_most({{0, 0, 2}, {1, 1, 4}}, {1, 0}, 3)};
+    ConvexControl control;
+    control.iteration_limit = 3;
+    EXPECT_EQ(solve_convex(p, control).status, ConvexStatus::numerical_failure);
+    control = {};
+    control.iteration_budget = 3;
+    const ConvexResult stopped = solve_convex(p, control);
+    EXPECT_EQ(stopped.status, ConvexStatus::iteration_limit);
+    EXPECT_EQ(stopped.iterations, 3);
+}
+
 // Problem 71 of Hock and Schittkowski, with a counter that can stop or throw.
 class Hs71 final : public nlp::LocalProblem {
   public:
