@@ -14,7 +14,7 @@ namespace qlx {
 // clang-format off
 #define QLX_CONTROLS(INTEGER, REAL, TEXT) \
     INTEGER(8005, lpiterlimit, 2147483647, 0, 2147483647, "engine/core/solve_lp.cpp", \
-            "Iterations that one LP solve may use; 0 hands the model to the solver and stops") \
+            "Iterations that one LP, QP or QCQP solve may use; 0 hands the model to the solver and stops") \
     INTEGER(8006, lpmethod, 0, 0, 4, "engine/core/kernel_options.cpp", \
             "LP method: 0 automatic, 1 dual simplex, 2 primal simplex, 3 interior point, 4 first-order") \
     INTEGER(8007, presolve, 1, 0, 1, "engine/core/kernel_options.cpp", \

@@ -7,7 +7,7 @@
 #include <optional>
 
 #include "engine/nlp/interior/interior_point_solver.hpp"
-#include "engine/quad/cone_attempt.hpp"
+#include "engine/quad/cone_answer.hpp"
 #include "engine/quad/cone_certificates.hpp"
 #include "engine/quad/cone_presolve.hpp"
 #include "engine/quad/curvature.hpp"
@@ -49,11 +49,6 @@ class ConeSolver {
     ModelPlace worst_row(std::span<const double> x, double& worst) const;
     bool is_proven_unbounded(const ConeScaling* scaling);
     void solve_with_cones();
-    void report(const Attempt& best);
-    std::vector<double> normals_at(const Attempt& best) const;
-    void add_gradient(std::size_t k, double factor, std::vector<double>& out) const;
-    void evaluate_quadratic_rows();
-    void price_held_columns();
     std::vector<double> whole_ray(std::span<const double> ray) const;
     const ConeProgram& program() const noexcept { return presolve_.program(); }
     int iterations_left() const { return control_.iterations_left(result_.iterations); }
@@ -109,8 +104,10 @@ bool ConeSolver::try_rung(const Rung& rung) {
     if (iterations_left() == 0) return finish(ConvexStatus::iteration_limit);
     Attempt next = attempt(program(), rung, iterations_left(), control_.stop);
     result_.iterations += next.iterations;
-    const bool suspicious =
-        next.claim == KernelClaim::infeasible || next.claim == KernelClaim::unbounded;
+    // Where there is no optimum, the method often wanders until its limit.
+    const bool suspicious = next.claim == KernelClaim::infeasible ||
+                            next.claim == KernelClaim::unbounded ||
+                            next.claim == KernelClaim::iteration_limit;
     if (!next.x.empty() &&
         (best_.x.empty() || next.evaluation.worst() < best_.evaluation.worst())) {
         best_ = std::move(next);
@@ -119,7 +116,7 @@ bool ConeSolver::try_rung(const Rung& rung) {
         return finish(ConvexStatus::optimal);
     }
     if (control_.stop.stop()) return finish(stop_status(control_.stop));
-    return suspicious && diagnose();
+    return suspicious && iterations_left() > 0 && diagnose();
 }
 
 bool ConeSolver::climb() {
@@ -230,108 +227,6 @@ bool ConeSolver::diagnose() {
     return false;
 }
 
-// out += factor * the gradient of quadratic row k at the result's point.
-void ConeSolver::add_gradient(std::size_t k, double factor, std::vector<double>& out) const {
-    if (factor == 0.0) return;
-    const QuadraticRow& row = source_.quadratic_rows[k];
-    for (const Triplet& e : row.hessian) {
-        out[at(e.row)] += factor * e.value * result_.x[at(e.column)];
-        if (e.row != e.column) out[at(e.column)] += factor * e.value * result_.x[at(e.row)];
-    }
-    for (std::size_t c = 0; c < row.columns.size(); ++c) {
-        out[at(row.columns[c])] += factor * row.coefficients[c];
-    }
-}
-
-// What the convex rows contribute to the balance of all columns: presolve takes fixed columns for
-// constants, so theirs comes from the rows as they were given.
-std::vector<double> ConeSolver::normals_at(const Attempt& best) const {
-    std::vector<double> normals(source_.cost.size(), 0.0);
-    for (std::size_t r = 0; r < best.row_dual.size(); ++r) {
-        const int k = presolve_.convex_source()[r];
-        add_gradient(at(k), program().rows[r].sign * best.row_dual[r], normals);
-    }
-    const std::vector<int>& kept = presolve_.reduction().kept_columns();
-    for (std::size_t c = 0; c < kept.size(); ++c) normals[at(kept[c])] = best.normals[c];
-    return normals;
-}
-
-// The answer in the columns and rows of the presolve's model. The last word on `optimal` is its
-// evaluation there.
-void ConeSolver::report(const Attempt& best) {
-    const Reduction& reduction = presolve_.reduction();
-    result_.kernel = Kernel::barrier;
-    result_.x = reduction.restore_columns(best.x);
-    const std::vector<double> normals = normals_at(best);
-    result_.row_dual = reduction.restore_duals(result_.x, best.y, normals);
-    result_.quadratic_dual.assign(source_.quadratic_rows.size(), 0.0);
-    for (std::size_t r = 0; r < best.row_dual.size(); ++r) {
-        result_.quadratic_dual[at(presolve_.convex_source()[r])] =
-            program().rows[r].sign * best.row_dual[r];
-    }
-    Evaluation evaluation = evaluate(presolve_.model(), result_.x, result_.row_dual, normals);
-    add_conditions(best.rows, evaluation.objective, evaluation.residuals);
-    result_.objective = evaluation.objective;
-    result_.residuals = evaluation.residuals;
-    result_.row_activity = std::move(evaluation.activity);
-    result_.reduced_cost = std::move(evaluation.reduced_cost);
-    if (result_.status == ConvexStatus::optimal && !meets(result_.residuals, control_)) {
-        finish(ConvexStatus::numerical_failure);
-    }
-}
-
-void ConeSolver::evaluate_quadratic_rows() {
-    result_.quadratic_activity.clear();
-    for (std::size_t k = 0; k < source_.quadratic_rows.size(); ++k) {
-        const QuadraticRow& row = source_.quadratic_rows[k];
-        double value = 0.0;
-        double size = 1.0;
-        auto add = [&](double term) {
-            value += term;
-            size = std::max(size, std::abs(term));
-        };
-        for (const Triplet& entry : row.hessian) {
-            const double half = entry.row == entry.column ? 0.5 : 1.0;
-            add(half * entry.value * result_.x[at(entry.row)] * result_.x[at(entry.column)]);
-        }
-        for (std::size_t c = 0; c < row.columns.size(); ++c) {
-            add(row.coefficients[c] * result_.x[at(row.columns[c])]);
-        }
-        result_.quadratic_activity.push_back(value);
-        // The equations stood for the row; the row itself has the last word.
-        const double beyond = std::max(row.lower - value, value - row.upper) / size;
-        if (presolve_.is_flat()[k] && result_.status == ConvexStatus::optimal &&
-            !(beyond <= control_.feasibility_tolerance)) {
-            finish(ConvexStatus::numerical_failure);
-        }
-    }
-}
-
-// Columns that are fixed, or held by equations in place of a row, answer for all that is left.
-void ConeSolver::price_held_columns() {
-    if (result_.reduced_cost.empty()) return;
-    std::vector<double> price = source_.cost;
-    for (const Triplet& e : source_.hessian) {
-        price[at(e.row)] += e.value * result_.x[at(e.column)];
-        if (e.row != e.column) price[at(e.column)] += e.value * result_.x[at(e.row)];
-    }
-    for (const Triplet& e : source_.rows) {
-        price[at(e.column)] -= e.value * result_.row_dual[at(e.row)];
-    }
-    std::vector<bool> held(price.size(), false);
-    for (std::size_t k = 0; k < source_.quadratic_rows.size(); ++k) {
-        add_gradient(k, -result_.quadratic_dual[k], price);
-        if (!presolve_.is_flat()[k]) continue;
-        const QuadraticRow& row = source_.quadratic_rows[k];
-        for (const Triplet& e : row.hessian) held[at(e.row)] = held[at(e.column)] = true;
-        for (const int j : row.columns) held[at(j)] = true;
-    }
-    for (std::size_t j = 0; j < price.size(); ++j) {
-        const bool fixed = source_.column_lower[j] == source_.column_upper[j];
-        if (fixed || held[j]) result_.reduced_cost[j] = price[j];
-    }
-}
-
 void ConeSolver::solve_with_cones() {
     if (!has_convex_objective()) return;
     if (!nlp::InteriorPointSolver::is_available()) {
@@ -341,7 +236,8 @@ void ConeSolver::solve_with_cones() {
     const bool settled = climb();
     const bool proven =
         result_.status == ConvexStatus::infeasible || result_.status == ConvexStatus::unbounded;
-    if (!proven && !best_.x.empty()) report(best_);
+    if (!proven && !best_.x.empty())
+        AnswerWriter(source_, presolve_, control_, result_).report(best_);
     if (!settled || result_.status == ConvexStatus::numerical_failure) diagnose();
 }
 
@@ -357,11 +253,7 @@ ConvexResult ConeSolver::solve() {
     } else {
         solve_with_cones();
     }
-    presolve_.restore_duals(result_);
-    if (!result_.x.empty()) {
-        evaluate_quadratic_rows();
-        price_held_columns();
-    }
+    AnswerWriter(source_, presolve_, control_, result_).complete();
     return std::move(result_);
 }
 

@@ -193,3 +193,50 @@ def test_wrong_flags(solved, flags):
     p, _, _ = solved
     with pytest.raises((RuntimeError, UnicodeEncodeError)):
         p.solve(flags)
+
+
+def _disc(p, x, y, side):
+    p.addConstraint(x * x + y * y <= side)
+    p.setObjective(x + y)
+
+
+def _empty_row(p, x, y):
+    row = x <= -1
+    p.addConstraint(row, x * x + y * y <= 4)
+    p.chgcoef(row, x, 0.0)
+    p.setObjective(x)
+
+
+QUADRATIC = {
+    "point": (lambda p, x, y: _disc(p, x, y, 0), "lp_optimal", 0.0),
+    "negative side": (lambda p, x, y: _disc(p, x, y, -1), "lp_infeas", None),
+    "small disc": (lambda p, x, y: _disc(p, x, y, 1e-12), "lp_optimal", -(2**0.5) * 1e-6),
+    "large disc": (lambda p, x, y: _disc(p, x, y, 1e12), "lp_optimal", -(2**0.5) * 1e6),
+    "row without entries": (_empty_row, "lp_infeas", None),
+}
+
+
+@pytest.mark.parametrize("case", QUADRATIC)
+def test_quadratic_rows_of_any_size(p, case):
+    state, status, optimum = QUADRATIC[case]
+    x, y = (quilex.var(lb=-quilex.infinity) for _ in range(2))
+    p.addVariable(x, y)
+    state(p, x, y)
+    p.solve()
+    assert p.getProbStatusString() == status
+    if optimum is not None:
+        assert p.getObjVal() == pytest.approx(optimum, rel=1e-6, abs=1e-9)
+        assert sum(v * v for v in p.getSolution()) <= 0.5 * optimum**2 * (1 + 1e-6)
+
+
+def test_the_iteration_limit_ends_a_quadratic_solve(p):
+    x, y = (quilex.var(lb=-quilex.infinity) for _ in range(2))
+    p.addVariable(x, y)
+    _disc(p, x, y, 4)
+    p.controls.lpiterlimit = 3
+    p.solve()
+    assert p.getProbStatusString() == "lp_unfinished"
+    assert p.attributes.bariter == 3
+    p.controls.lpiterlimit = 300
+    p.solve()
+    assert p.getProbStatusString() == "lp_optimal"
