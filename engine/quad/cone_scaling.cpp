@@ -1,10 +1,9 @@
-// Geometric scaling (Fourer 1982) of rows and columns, right-hand sides included.
+// Geometric scaling of rows and columns, right-hand sides and bounds included.
 #include "engine/quad/cone_scaling.hpp"
 
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
-#include <limits>
 
 namespace qlx::quad {
 
@@ -17,20 +16,28 @@ std::size_t at(int i) noexcept {
     return static_cast<std::size_t>(i);
 }
 
-// The middle of the logarithms seen.
-class Middle {
+// The mean of the logarithms of entries; sides and bounds, if any, count as much as all entries.
+class Mean {
   public:
     void add(double logarithm) noexcept {
-        low_ = std::min(low_, logarithm);
-        high_ = std::max(high_, logarithm);
+        sum_ += logarithm;
+        ++count_;
+    }
+    void add_side(double logarithm) noexcept {
+        side_sum_ += logarithm;
+        ++sides_;
     }
     double value(double otherwise) const noexcept {
-        return low_ <= high_ ? 0.5 * (low_ + high_) : otherwise;
+        if (count_ == 0) return sides_ == 0 ? otherwise : side_sum_ / sides_;
+        const double mean = sum_ / count_;
+        return sides_ == 0 ? mean : 0.5 * (mean + side_sum_ / sides_);
     }
 
   private:
-    double low_ = std::numeric_limits<double>::infinity();
-    double high_ = -std::numeric_limits<double>::infinity();
+    double sum_ = 0.0;
+    double side_sum_ = 0.0;
+    int count_ = 0;
+    int sides_ = 0;
 };
 
 // Size of one entry in a row; `power` is 2 where it multiplies the column's square.
@@ -111,17 +118,17 @@ void Equilibration::add_convex_row(int row, const ConvexRow& convex) {
 
 void Equilibration::balance() {
     for (int round = 0; round < kRounds; ++round) {
-        std::vector<Middle> rows(row_.size());
-        std::vector<Middle> columns(column_.size());
+        std::vector<Mean> rows(row_.size());
+        std::vector<Mean> columns(column_.size());
         for (const Entry& e : entries_) {
             rows[at(e.row)].add(e.logarithm + e.power * column_[at(e.column)]);
         }
-        for (const Entry& e : sides_) rows[at(e.row)].add(e.logarithm);
+        for (const Entry& e : sides_) rows[at(e.row)].add_side(e.logarithm);
         for (std::size_t i = 0; i < rows.size(); ++i) row_[i] = rows[i].value(row_[i]);
         for (const Entry& e : entries_) {
             columns[at(e.column)].add((row_[at(e.row)] - e.logarithm) / e.power);
         }
-        for (const Entry& e : bounds_) columns[at(e.column)].add(e.logarithm);
+        for (const Entry& e : bounds_) columns[at(e.column)].add_side(e.logarithm);
         for (std::size_t j = 0; j < columns.size(); ++j) column_[j] = columns[j].value(column_[j]);
     }
 }
