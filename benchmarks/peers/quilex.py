@@ -105,12 +105,13 @@ def lqcp(n, clock):
 def assign(n, clock):
     p = _problem()
     c = data.assign_cost(n)
-    x = [[quilex.var(vartype=quilex.binary) for j in range(n)] for i in range(n)]
+    var, add, binary = quilex.var, p.addConstraint, quilex.binary
+    x = [[var(vartype=binary) for j in range(n)] for i in range(n)]
     p.addVariable(x)
     for i in range(n):
-        p.addConstraint(quilex.Sum(x[i][j] for j in range(n)) == 1)
+        add(quilex.Sum(x[i][j] for j in range(n)) == 1)
     for j in range(n):
-        p.addConstraint(quilex.Sum(x[i][j] for i in range(n)) == 1)
+        add(quilex.Sum(x[i][j] for i in range(n)) == 1)
     p.setObjective(quilex.Sum(c[i][j] * x[i][j] for i in range(n) for j in range(n)))
     clock("build")
     return _finish(p, clock)

@@ -6,9 +6,9 @@ import subprocess
 import sys
 import time
 from itertools import pairwise
-from statistics import median
 
 import numpy as np
+from targets import COMPARISONS
 
 import quilex
 
@@ -36,8 +36,9 @@ def linearity(n, clock):
     """Seconds per term of four ways to add up n, n/2, n/4 and n/8 distinct variables.
 
     Each sum starts from fresh memory. Of the times per term the least counts. How much longer 2n
-    terms take than n is the median of five comparisons of one sum of 2n with the mean of the sums
-    of n right before and after it, as a machine that others use changes its pace all the time.
+    terms take than n is told by comparisons of one sum of 2n with the mean of the sums of n right
+    before and after it, as a machine that others use changes its pace all the time; the median of
+    all rounds' comparisons counts.
     """
     x = [quilex.var() for _ in range(n)]
     lengths = [n // part for part in (8, 4, 2, 1)]
@@ -50,15 +51,13 @@ def linearity(n, clock):
         over = {length: collect(x[:length]) for length in lengths}
         times = {length: [] for length in lengths}
         for short, long in pairwise(lengths):
-            ratios = []
-            for _ in range(5):
+            for k in range(COMPARISONS):
                 before, twice, after = (
                     _thread_seconds(build, over[length]) for length in (short, long, short)
                 )
-                ratios.append(2 * twice / (before + after))
+                clock.put(f"{name} doubling to {long} {k}", 2 * twice / (before + after))
                 times[short] += before, after
                 times[long].append(twice)
-            clock.put(f"{name} doubling to {long}", median(ratios))
         for length, seconds in times.items():
             clock.put(f"{name} {length}", min(seconds) / length)
 

@@ -156,13 +156,12 @@ bool Recogniser::orient(double lower, double upper) {
     return true;
 }
 
-// Solves Q apex = -a for the row's stationary point.
+// Solves Q apex = -a for the row's stationary point, in units in which squares count 1.
 bool Recogniser::find_apex() {
     const int order = out_.hessian.columns;
     out_.apex.assign(at(order), 0.0);
-    double size = 0.0;
-    for (double a : out_.linear) size = std::max(size, std::abs(a));
-    if (size == 0.0) return true;
+    if (std::all_of(out_.linear.begin(), out_.linear.end(), [](double a) { return a == 0.0; }))
+        return true;
     if (order > kLargestShiftedCone) return false;
     Eigen::MatrixXd q = Eigen::MatrixXd::Zero(order, order);
     for (int j = 0; j < order; ++j) {
@@ -171,10 +170,14 @@ bool Recogniser::find_apex() {
             q(i, j) = q(j, i) = out_.hessian.value[at(k)];
         }
     }
-    const Eigen::Map<const Eigen::VectorXd> a(out_.linear.data(), order);
-    Eigen::Map<Eigen::VectorXd> apex(out_.apex.data(), order);
-    apex = q.completeOrthogonalDecomposition().solve(-a);
-    return (q * apex + a).lpNorm<Eigen::Infinity>() <= kApexTolerance * size;
+    Eigen::VectorXd unit = q.diagonal().cwiseAbs().cwiseSqrt().cwiseInverse();
+    unit = unit.unaryExpr([](double size) { return std::isfinite(size) ? size : 1.0; });
+    q = unit.asDiagonal() * q * unit.asDiagonal();
+    const Eigen::VectorXd a =
+        unit.cwiseProduct(Eigen::Map<const Eigen::VectorXd>(out_.linear.data(), order));
+    const Eigen::VectorXd apex = q.completeOrthogonalDecomposition().solve(-a);
+    Eigen::Map<Eigen::VectorXd>(out_.apex.data(), order) = unit.cwiseProduct(apex);
+    return (q * apex + a).lpNorm<Eigen::Infinity>() <= kApexTolerance * a.lpNorm<Eigen::Infinity>();
 }
 
 // The column bounds must keep w'(x - apex) on one side of zero.
