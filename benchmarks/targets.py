@@ -21,6 +21,15 @@ class Outcome:
     detail: str = ""
 
 
+def beside(results, workload, size, figure, peer):
+    """Our time over a peer's, and both as text; None and nothing where one is missing."""
+    ours = results.least(workload, size, OURS, figure)
+    theirs = results.least(workload, size, peer, figure)
+    if ours is None or theirs is None:
+        return None, ""
+    return ours / theirs, f"{show(ours)}, {peer} {show(theirs)}"
+
+
 @dataclass(frozen=True)
 class Speedup:
     """The fastest of some peers takes at least `factor` times our time."""
@@ -77,14 +86,9 @@ class Share:
         for size in results.sizes(self.workload):
             figure = f"{self.workload} {self.figure}, ours / {self.peer}"
             target = f"at most {self.share:.3g}"
-            ours = results.least(self.workload, size, OURS, self.figure)
-            theirs = results.least(self.workload, size, self.peer, self.figure)
-            if ours is None or theirs is None:
-                yield Outcome(figure, target)
-                continue
-            ratio = ours / theirs
-            detail = f"{show(ours)}, {self.peer} {show(theirs)}"
-            yield Outcome(figure, target, ratio, ratio <= self.share, detail)
+            ratio, detail = beside(results, self.workload, size, self.figure, self.peer)
+            passed = None if ratio is None else ratio <= self.share
+            yield Outcome(figure, target, ratio, passed, detail)
 
 
 @dataclass(frozen=True)
@@ -151,14 +155,10 @@ class PacedLimit:
             there = self.reference[size]
             figure = f"{self.workload} {size} {self.figure}, ns where {self.peer} takes {there:g}"
             target = f"at most {self.limit:g}"
-            ours = results.least(self.workload, size, OURS, self.figure)
-            theirs = results.least(self.workload, size, self.peer, self.figure)
-            if ours is None or theirs is None:
-                yield Outcome(figure, target)
-                continue
-            paced = there * ours / theirs
-            detail = f"{show(ours)}, {self.peer} {show(theirs)}"
-            yield Outcome(figure, target, paced, paced <= self.limit, detail)
+            ratio, detail = beside(results, self.workload, size, self.figure, self.peer)
+            paced = None if ratio is None else there * ratio
+            passed = None if paced is None else paced <= self.limit
+            yield Outcome(figure, target, paced, passed, detail)
 
 
 @dataclass(frozen=True)

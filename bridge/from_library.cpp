@@ -2,7 +2,7 @@
 #include "bridge/conversion.hpp"
 #include "callbacks/handles.hpp"
 #include "module/boundary.hpp"
-#include "problem/selection.hpp"
+#include "problem/results/selection.hpp"
 
 namespace quilex {
 

@@ -6,7 +6,7 @@
 #include "module/boundary.hpp"
 #include "module/library_error.hpp"
 #include "module/text.hpp"
-#include "problem/name_batch.hpp"
+#include "problem/transfer/name_batch.hpp"
 
 #include "bridge/integers.hpp"
 

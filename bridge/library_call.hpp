@@ -14,7 +14,7 @@
 #include "bridge/integers.hpp"
 #include "module/boundary.hpp"
 #include "problem/access.hpp"
-#include "problem/released_body.hpp"
+#include "problem/transfer/released_body.hpp"
 
 namespace quilex {
 

@@ -4,7 +4,7 @@
 #include "callbacks/handles.hpp"
 #include "module/boundary.hpp"
 #include "module/text.hpp"
-#include "problem/name_batch.hpp"
+#include "problem/transfer/name_batch.hpp"
 
 #include "module/numpy.hpp"
 

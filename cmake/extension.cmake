@@ -1,5 +1,5 @@
 # The Python extension module, one object per source file of the extension's folders.
-file(GLOB QUILEX_EXTENSION_SOURCES CONFIGURE_DEPENDS
+file(GLOB_RECURSE QUILEX_EXTENSION_SOURCES CONFIGURE_DEPENDS
     module/*.cpp model/*.cpp problem/*.cpp bridge/*.cpp callbacks/*.cpp nonlinear/*.cpp)
 if(QUILEX_EXTENSION_SOURCES)
     Python_add_library(quilexlib MODULE WITH_SOABI ${QUILEX_EXTENSION_SOURCES})

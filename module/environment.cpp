@@ -6,7 +6,7 @@
 
 #include "module/boundary.hpp"
 #include "module/library_error.hpp"
-#include "problem/controls.hpp"
+#include "problem/parameters/controls.hpp"
 
 namespace quilex {
 

@@ -25,7 +25,7 @@
 #include "nonlinear/formula_inspection.hpp"
 #include "nonlinear/functions.hpp"
 #include "nonlinear/node.hpp"
-#include "problem/controls.hpp"
+#include "problem/parameters/controls.hpp"
 #include "problem/problem.hpp"
 
 namespace quilex {

@@ -3,8 +3,8 @@
 
 #include "module/boundary.hpp"
 #include "module/library_error.hpp"
-#include "nonlinear/convert.hpp"
 #include "problem/access.hpp"
+#include "problem/transfer/convert.hpp"
 
 namespace quilex {
 

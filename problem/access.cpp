@@ -1,9 +1,9 @@
 // Whether a problem is usable by this thread now.
 #include "problem/access.hpp"
 
-#include "problem/column_batch.hpp"
-#include "problem/results.hpp"
-#include "problem/row_batch.hpp"
+#include "problem/results/results.hpp"
+#include "problem/transfer/column_batch.hpp"
+#include "problem/transfer/row_batch.hpp"
 
 namespace quilex {
 

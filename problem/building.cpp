@@ -4,9 +4,9 @@
 #include "module/boundary.hpp"
 #include "module/pending_exception.hpp"
 #include "problem/access.hpp"
-#include "problem/column_batch.hpp"
-#include "problem/row_batch.hpp"
-#include "problem/walker.hpp"
+#include "problem/transfer/column_batch.hpp"
+#include "problem/transfer/row_batch.hpp"
+#include "problem/transfer/walker.hpp"
 
 namespace quilex {
 

@@ -13,9 +13,9 @@
 #include "problem/access.hpp"
 #include "problem/building.hpp"
 #include "problem/nonlinear_objective.hpp"
-#include "problem/nonlinear_part.hpp"
-#include "problem/released_body.hpp"
-#include "problem/selection.hpp"
+#include "problem/results/selection.hpp"
+#include "problem/transfer/nonlinear_part.hpp"
+#include "problem/transfer/released_body.hpp"
 
 namespace quilex {
 

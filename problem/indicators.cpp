@@ -7,7 +7,7 @@
 #include "problem/access.hpp"
 #include "problem/building.hpp"
 #include "problem/deletion.hpp"
-#include "problem/row_batch.hpp"
+#include "problem/transfer/row_batch.hpp"
 
 namespace quilex {
 

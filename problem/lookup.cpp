@@ -6,8 +6,8 @@
 #include "module/boundary.hpp"
 #include "problem/access.hpp"
 #include "problem/building.hpp"
-#include "problem/selection.hpp"
-#include "problem/walker.hpp"
+#include "problem/results/selection.hpp"
+#include "problem/transfer/walker.hpp"
 
 namespace quilex {
 

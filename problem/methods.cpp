@@ -1,9 +1,9 @@
 // The method table of quilex.problem, joined from the tables of its themes.
 #include "bridge/library_methods.hpp"
 #include "problem/building.hpp"
-#include "problem/controls.hpp"
+#include "problem/parameters/controls.hpp"
 #include "problem/problem.hpp"
-#include "problem/results.hpp"
+#include "problem/results/results.hpp"
 
 namespace quilex {
 

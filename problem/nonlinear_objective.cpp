@@ -10,9 +10,9 @@
 #include "module/pending_exception.hpp"
 #include "nonlinear/node_internal.hpp"
 #include "problem/access.hpp"
-#include "problem/column_batch.hpp"
 #include "problem/deletion.hpp"
-#include "problem/nonlinear_part.hpp"
+#include "problem/transfer/column_batch.hpp"
+#include "problem/transfer/nonlinear_part.hpp"
 
 namespace quilex {
 

@@ -2,7 +2,7 @@
 // maximised in the objective's place.
 #pragma once
 
-#include "problem/row_entries.hpp"
+#include "problem/transfer/row_entries.hpp"
 
 namespace quilex {
 

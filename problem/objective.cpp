@@ -2,11 +2,11 @@
 #include "model/operand.hpp"
 #include "module/boundary.hpp"
 #include "module/library_error.hpp"
-#include "nonlinear/convert.hpp"
 #include "problem/access.hpp"
 #include "problem/building.hpp"
 #include "problem/nonlinear_objective.hpp"
 #include "problem/object_list.hpp"
+#include "problem/transfer/convert.hpp"
 
 namespace quilex {
 

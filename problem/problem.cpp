@@ -7,12 +7,12 @@
 #include "module/pending_exception.hpp"
 #include "module/static_type.hpp"
 #include "problem/access.hpp"
-#include "problem/column_batch.hpp"
-#include "problem/controls.hpp"
 #include "problem/interrupt.hpp"
-#include "problem/released_body.hpp"
-#include "problem/results.hpp"
-#include "problem/row_batch.hpp"
+#include "problem/parameters/controls.hpp"
+#include "problem/results/results.hpp"
+#include "problem/transfer/column_batch.hpp"
+#include "problem/transfer/released_body.hpp"
+#include "problem/transfer/row_batch.hpp"
 
 namespace quilex {
 

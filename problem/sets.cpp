@@ -6,9 +6,9 @@
 #include "module/pending_exception.hpp"
 #include "problem/access.hpp"
 #include "problem/building.hpp"
-#include "problem/name_batch.hpp"
 #include "problem/object_list.hpp"
-#include "problem/walker.hpp"
+#include "problem/transfer/name_batch.hpp"
+#include "problem/transfer/walker.hpp"
 
 namespace quilex {
 

@@ -6,7 +6,7 @@
 #include "module/text.hpp"
 #include "problem/access.hpp"
 #include "problem/building.hpp"
-#include "problem/results.hpp"
+#include "problem/results/results.hpp"
 
 namespace quilex {
 

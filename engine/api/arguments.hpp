@@ -7,9 +7,9 @@
 #include <string>
 #include <vector>
 
+#include "engine/base/errors.hpp"
+#include "engine/base/index_stamps.hpp"
 #include "engine/core/environment.hpp"
-#include "engine/core/errors.hpp"
-#include "engine/core/index_stamps.hpp"
 #include "engine/data/model.hpp"
 
 namespace qlx {

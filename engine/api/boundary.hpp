@@ -4,8 +4,8 @@
 #include <new>
 #include <utility>
 
+#include "engine/base/errors.hpp"
 #include "engine/core/environment.hpp"
-#include "engine/core/errors.hpp"
 #include "engine/core/problem.hpp"
 
 namespace qlx {

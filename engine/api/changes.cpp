@@ -7,14 +7,11 @@
 
 #include "engine/api/arguments.hpp"
 #include "engine/api/boundary.hpp"
+#include "engine/base/index.hpp"
 
 using namespace qlx;
 
 namespace {
-
-std::size_t at(int index) {
-    return static_cast<std::size_t>(index);
-}
 
 // A column's bounds after changes.
 struct ColumnBounds {

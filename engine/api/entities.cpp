@@ -9,14 +9,11 @@
 
 #include "engine/api/arguments.hpp"
 #include "engine/api/boundary.hpp"
+#include "engine/base/index.hpp"
 
 using namespace qlx;
 
 namespace {
-
-std::size_t at(std::int64_t index) {
-    return static_cast<std::size_t>(index);
-}
 
 // The members of a set in the order of their reference values.
 std::vector<std::int64_t> member_order(std::int64_t first, std::int64_t last,

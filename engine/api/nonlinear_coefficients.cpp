@@ -6,15 +6,12 @@
 
 #include "engine/api/nonlinear_arguments.hpp"
 #include "engine/api/nonlinear_boundary.hpp"
+#include "engine/base/index.hpp"
 #include "engine/nlp/formula/evaluator.hpp"
 
 using namespace qlx;
 
 namespace {
-
-std::size_t at(int index) {
-    return static_cast<std::size_t>(index);
-}
 
 void require_factor(double factor, const char* name) {
     if (!std::isfinite(factor)) fail(QLX_ERROR_ARGUMENT, name, " is ", factor, ", must be finite");

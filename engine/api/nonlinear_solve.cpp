@@ -2,7 +2,7 @@
 #include <qlx/qslp.h>
 
 #include "engine/api/nonlinear_boundary.hpp"
-#include "engine/core/solve.hpp"
+#include "engine/solve/solve.hpp"
 
 using namespace qlx;
 

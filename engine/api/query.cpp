@@ -5,14 +5,11 @@
 
 #include "engine/api/arguments.hpp"
 #include "engine/api/boundary.hpp"
+#include "engine/base/index.hpp"
 
 using namespace qlx;
 
 namespace {
-
-std::size_t at(std::int64_t index) {
-    return static_cast<std::size_t>(index);
-}
 
 template <class T>
 void give(const std::vector<T>& values, T* out, int first, int last, const char* name) {

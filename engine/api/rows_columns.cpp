@@ -7,16 +7,13 @@
 
 #include "engine/api/arguments.hpp"
 #include "engine/api/boundary.hpp"
+#include "engine/base/index.hpp"
 #include "engine/core/nonlinear_problem.hpp"
 #include "engine/core/result_edits.hpp"
 
 using namespace qlx;
 
 namespace {
-
-std::size_t at(int index) {
-    return static_cast<std::size_t>(index);
-}
 
 Names& names_of(Model& model, int type, int& count) {
     switch (type) {

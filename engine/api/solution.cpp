@@ -6,8 +6,8 @@
 
 #include "engine/api/arguments.hpp"
 #include "engine/api/boundary.hpp"
-#include "engine/core/lp_check.hpp"
-#include "engine/core/point_check.hpp"
+#include "engine/check/dual_check.hpp"
+#include "engine/check/point_check.hpp"
 #include "engine/core/result_edits.hpp"
 
 using namespace qlx;

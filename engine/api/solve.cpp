@@ -5,15 +5,12 @@
 
 #include "engine/api/arguments.hpp"
 #include "engine/api/boundary.hpp"
-#include "engine/core/solve.hpp"
+#include "engine/base/index.hpp"
+#include "engine/solve/solve.hpp"
 
 using namespace qlx;
 
 namespace {
-
-std::size_t at(int index) {
-    return static_cast<std::size_t>(index);
-}
 
 // Columns that QLXfixglobals fixes: those that are not continuous, and members of sets.
 std::vector<char> global_columns(const Model& model) {

@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <cctype>
 
-#include "engine/core/errors.hpp"
+#include "engine/base/errors.hpp"
 #include "engine/core/parameter_names.hpp"
 
 namespace qlx {

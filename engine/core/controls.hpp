@@ -13,41 +13,41 @@ namespace qlx {
 // first-order.
 // clang-format off
 #define QLX_CONTROLS(INTEGER, REAL, TEXT) \
-    INTEGER(8005, lpiterlimit, 2147483647, 0, 2147483647, "engine/core/solve_lp.cpp", \
+    INTEGER(8005, lpiterlimit, 2147483647, 0, 2147483647, "engine/solve/linear.cpp", \
             "Iterations that one LP, QP or QCQP solve may use; 0 hands the model to the solver and stops") \
-    INTEGER(8006, lpmethod, 0, 0, 4, "engine/core/kernel_options.cpp", \
+    INTEGER(8006, lpmethod, 0, 0, 4, "engine/solve/kernel_options.cpp", \
             "LP method: 0 automatic, 1 dual simplex, 2 primal simplex, 3 interior point, 4 first-order") \
-    INTEGER(8007, presolve, 1, 0, 1, "engine/core/kernel_options.cpp", \
+    INTEGER(8007, presolve, 1, 0, 1, "engine/solve/kernel_options.cpp", \
             "Presolve: 1 on, 0 off") \
-    INTEGER(8008, crossover, 1, 0, 1, "engine/core/kernel_options.cpp", \
+    INTEGER(8008, crossover, 1, 0, 1, "engine/solve/kernel_options.cpp", \
             "Crossover to a basic solution after the interior point method: 1 on, 0 off") \
-    INTEGER(8009, threads, 1, 0, 1024, "engine/core/kernel_options.cpp", \
+    INTEGER(8009, threads, 1, 0, 1024, "engine/solve/kernel_options.cpp", \
             "Threads of one solve; 0: as many as the machine has cores") \
-    INTEGER(8010, seed, 0, 0, 2147483647, "engine/core/kernel_options.cpp", \
+    INTEGER(8010, seed, 0, 0, 2147483647, "engine/solve/kernel_options.cpp", \
             "Seed of every random choice; the same seed and thread count give the same run") \
-    INTEGER(8011, nodelimit, 2147483647, 0, 2147483647, "engine/core/kernel_options.cpp", \
+    INTEGER(8011, nodelimit, 2147483647, 0, 2147483647, "engine/solve/kernel_options.cpp", \
             "Nodes that one tree search may explore") \
-    INTEGER(8012, sollimit, 2147483647, 1, 2147483647, "engine/core/kernel_options.cpp", \
+    INTEGER(8012, sollimit, 2147483647, 1, 2147483647, "engine/solve/kernel_options.cpp", \
             "Improving integer solutions after which a tree search is told to stop; a few more may come in") \
     INTEGER(8013, outputlog, 0, 0, 1, "engine/core/messages.cpp", \
             "Messages on the console: 1 yes, 0 no; callbacks and log files get them anyway") \
     INTEGER(8035, loadlog, 0, 0, 1, "engine/api/load.cpp", \
             "A line about each model that is loaded: 1 yes, 0 no") \
-    REAL(7001, timelimit, 1e20, 0, 1e20, "engine/core/kernel_options.cpp", \
+    REAL(7001, timelimit, 1e20, 0, 1e20, "engine/solve/kernel_options.cpp", \
          "Seconds that one solve may take, counted from its call") \
-    REAL(7002, feastol, 1e-7, 1e-10, 1e-2, "engine/core/kernel_options.cpp", \
+    REAL(7002, feastol, 1e-7, 1e-10, 1e-2, "engine/solve/kernel_options.cpp", \
          "Largest violation of a bound or row that counts as none") \
-    REAL(7003, opttol, 1e-7, 1e-10, 1e-2, "engine/core/kernel_options.cpp", \
+    REAL(7003, opttol, 1e-7, 1e-10, 1e-2, "engine/solve/kernel_options.cpp", \
          "Largest violation of a reduced cost's sign that counts as none") \
-    REAL(7004, inttol, 1e-6, 1e-10, 1e-2, "engine/core/kernel_options.cpp", \
+    REAL(7004, inttol, 1e-6, 1e-10, 1e-2, "engine/solve/kernel_options.cpp", \
          "Largest distance from an integer that counts as integer") \
-    REAL(7005, miprelgap, 1e-6, 0, 1e20, "engine/core/kernel_options.cpp", \
+    REAL(7005, miprelgap, 1e-6, 0, 1e20, "engine/solve/kernel_options.cpp", \
          "Relative gap between bound and solution at which a tree search ends") \
-    REAL(7006, mipabsgap, 1e-9, 0, 1e20, "engine/core/kernel_options.cpp", \
+    REAL(7006, mipabsgap, 1e-9, 0, 1e20, "engine/solve/kernel_options.cpp", \
          "Absolute gap between bound and solution at which a tree search ends") \
-    REAL(7007, mipabscutoff, 1e20, -1e20, 1e20, "engine/core/kernel_options.cpp", \
+    REAL(7007, mipabscutoff, 1e20, -1e20, 1e20, "engine/solve/cutoff.cpp", \
          "Only integer solutions better than this are looked for; 1e20 (minimising) or -1e20: no cutoff") \
-    REAL(7008, matrixtol, 1e-12, 1e-12, 1e-3, "engine/core/kernel_options.cpp", \
+    REAL(7008, matrixtol, 1e-12, 1e-12, 1e-3, "engine/solve/kernel_options.cpp", \
          "Coefficients of at most this magnitude count as 0 when a model is solved") \
     REAL(7009, indbigm, 1e7, 1, 1e12, "engine/reformulate", \
          "Largest bound that a set, indicator, partial integer or semi-continuous column is stated with; " \

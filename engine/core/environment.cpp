@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <string>
 
-#include "engine/core/live_counts.hpp"
+#include "engine/base/live_counts.hpp"
 
 namespace qlx {
 

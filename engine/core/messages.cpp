@@ -4,8 +4,8 @@
 #include <algorithm>
 #include <string>
 
+#include "engine/base/errors.hpp"
 #include "engine/core/environment.hpp"
-#include "engine/core/errors.hpp"
 #include "engine/core/problem.hpp"
 
 namespace qlx {

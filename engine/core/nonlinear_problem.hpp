@@ -3,8 +3,8 @@
 
 #include <vector>
 
-#include "engine/core/errors.hpp"
-#include "engine/core/live_counts.hpp"
+#include "engine/base/errors.hpp"
+#include "engine/base/live_counts.hpp"
 #include "engine/core/nonlinear_controls.hpp"
 #include "engine/core/problem_fwd.hpp"
 #include "engine/core/results.hpp"

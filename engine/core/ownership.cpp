@@ -1,7 +1,7 @@
 // Taking and giving back a problem.
 #include "engine/core/ownership.hpp"
 
-#include "engine/core/errors.hpp"
+#include "engine/base/errors.hpp"
 
 namespace qlx {
 

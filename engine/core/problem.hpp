@@ -4,11 +4,11 @@
 #include <atomic>
 #include <memory>
 
+#include "engine/base/errors.hpp"
+#include "engine/base/index_stamps.hpp"
+#include "engine/base/live_counts.hpp"
 #include "engine/core/controls.hpp"
-#include "engine/core/errors.hpp"
-#include "engine/core/index_stamps.hpp"
 #include "engine/core/interrupt_check.hpp"
-#include "engine/core/live_counts.hpp"
 #include "engine/core/messages.hpp"
 #include "engine/core/ownership.hpp"
 #include "engine/core/problem_fwd.hpp"

@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <cstddef>
 
-#include "engine/core/point_check.hpp"
+#include "engine/check/point_check.hpp"
 
 namespace qlx {
 

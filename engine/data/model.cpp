@@ -4,15 +4,12 @@
 #include <algorithm>
 #include <cmath>
 
+#include "engine/base/index.hpp"
 #include "engine/data/growth.hpp"
 
 namespace qlx {
 
 namespace {
-
-std::size_t at(int index) {
-    return static_cast<std::size_t>(index);
-}
 
 template <class T>
 void append(std::vector<T>& array, const T* values, int count) {

@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "engine/core/live_counts.hpp"
+#include "engine/base/live_counts.hpp"
 #include "engine/lp/lp_kernel.hpp"
 
 namespace qlx {

@@ -4,15 +4,12 @@
 #include <algorithm>
 #include <limits>
 
-#include "engine/core/errors.hpp"
+#include "engine/base/errors.hpp"
+#include "engine/base/index.hpp"
 
 namespace qlx {
 
 namespace {
-
-std::size_t at(std::int64_t index) {
-    return static_cast<std::size_t>(index);
-}
 
 void require(bool accepted, const char* what) {
     if (!accepted) fail(QLX_ERROR_SOLVER, "the solver refused ", what);

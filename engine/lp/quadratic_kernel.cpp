@@ -50,19 +50,19 @@ HighsHessian hessian_of(const quad::QuadraticModel& model) {
 quad::KernelClaim claim_of(HighsModelStatus status) {
     switch (status) {
         case HighsModelStatus::kOptimal:
-            return quad::KernelClaim::solved;
+            return quad::KernelClaim::kSolved;
         case HighsModelStatus::kInfeasible:
-            return quad::KernelClaim::infeasible;
+            return quad::KernelClaim::kInfeasible;
         case HighsModelStatus::kUnbounded:
         case HighsModelStatus::kUnboundedOrInfeasible:
-            return quad::KernelClaim::unbounded;
+            return quad::KernelClaim::kUnbounded;
         case HighsModelStatus::kIterationLimit:
-            return quad::KernelClaim::iteration_limit;
+            return quad::KernelClaim::kIterationLimit;
         case HighsModelStatus::kTimeLimit:
         case HighsModelStatus::kInterrupt:
-            return quad::KernelClaim::stopped;
+            return quad::KernelClaim::kStopped;
         default:
-            return quad::KernelClaim::failed;
+            return quad::KernelClaim::kFailed;
     }
 }
 

@@ -16,20 +16,20 @@ nlp::LocalOptions barrier_options(const StopRule& rule, int iterations) {
 
 KernelClaim claim_of(nlp::LocalStatus status) noexcept {
     switch (status) {
-        case nlp::LocalStatus::solved:
-        case nlp::LocalStatus::acceptable:
-            return KernelClaim::solved;
-        case nlp::LocalStatus::infeasible:
-            return KernelClaim::infeasible;
-        case nlp::LocalStatus::unbounded:
-            return KernelClaim::unbounded;
-        case nlp::LocalStatus::iteration_limit:
-            return KernelClaim::iteration_limit;
-        case nlp::LocalStatus::time_limit:
-        case nlp::LocalStatus::stopped:
-            return KernelClaim::stopped;
+        case nlp::LocalStatus::kSolved:
+        case nlp::LocalStatus::kAcceptable:
+            return KernelClaim::kSolved;
+        case nlp::LocalStatus::kInfeasible:
+            return KernelClaim::kInfeasible;
+        case nlp::LocalStatus::kUnbounded:
+            return KernelClaim::kUnbounded;
+        case nlp::LocalStatus::kIterationLimit:
+            return KernelClaim::kIterationLimit;
+        case nlp::LocalStatus::kTimeLimit:
+        case nlp::LocalStatus::kStopped:
+            return KernelClaim::kStopped;
         default:
-            return KernelClaim::failed;
+            return KernelClaim::kFailed;
     }
 }
 

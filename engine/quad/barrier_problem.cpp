@@ -1,5 +1,6 @@
 // Values and derivatives of convex quadratic programs for local solvers.
 #include "engine/quad/barrier_problem.hpp"
+#include "engine/base/index.hpp"
 
 #include <algorithm>
 #include <cmath>
@@ -8,10 +9,6 @@
 namespace qlx::quad {
 
 namespace {
-
-std::size_t at(int i) noexcept {
-    return static_cast<std::size_t>(i);
-}
 
 std::vector<double> gather(const ConvexRow& row, std::span<const double> x) {
     std::vector<double> local(row.columns.size());
@@ -90,7 +87,7 @@ std::vector<double> BarrierProblem::start() const {
     const QuadraticModel& model = program_.model;
     std::vector<double> x(model.cost.size(), 0.0);
     for (const ConvexRow& row : program_.rows) {
-        if (row.shape != RowShape::cone) continue;
+        if (row.shape != RowShape::kCone) continue;
         for (std::size_t k = 0; k < row.columns.size(); ++k) {
             x[at(row.columns[k])] = row.apex[k] + row.inside[k];
         }

@@ -39,7 +39,7 @@ class BarrierProblem final : public nlp::LocalProblem {
     double row_value(const ConvexRow& row, std::span<const double> x) const;
     std::vector<double> row_gradient(const ConvexRow& row, std::span<const double> x) const;
     bool is_smoothed(const ConvexRow& row) const {
-        return row.shape == RowShape::cone && smoothing_ > 0.0;
+        return row.shape == RowShape::kCone && smoothing_ > 0.0;
     }
     double row_upper(const ConvexRow& row) const { return is_smoothed(row) ? 0.0 : row.upper; }
 

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstddef>
 
+#include "engine/base/index.hpp"
 #include "engine/quad/polish.hpp"
 #include "engine/quad/residuals.hpp"
 
@@ -21,10 +22,6 @@ constexpr double kRayTolerance = 1e-7;  // of a direction of length 1, rows scal
 constexpr double kViolationWeights[] = {1.0, 1e6, 1e10};
 
 constexpr int kPolishRounds = 3;
-
-std::size_t at(int i) noexcept {
-    return static_cast<std::size_t>(i);
-}
 
 std::vector<double> row_sizes(const SparseColumns& rows) {
     std::vector<double> size(at(rows.rows), 0.0);
@@ -189,12 +186,12 @@ Feasibility look_for_feasibility(const QuadraticModel& model, double weight,
         }
     }
     if (worst <= control.feasibility_tolerance) {
-        finding.infeasible = Finding::refuted;
+        finding.infeasible = Finding::kRefuted;
         return finding;
     }
     std::vector<double> y = answer.y;
     clean_duals(model, y);
-    if (proves_infeasible(model, y)) finding.infeasible = Finding::proven;
+    if (proves_infeasible(model, y)) finding.infeasible = Finding::kProven;
     return finding;
 }
 
@@ -205,7 +202,7 @@ Feasibility find_feasibility(const QuadraticModel& model, const QuadraticKernel&
     Feasibility finding;
     for (const double weight : kViolationWeights) {
         finding = look_for_feasibility(model, weight, kernel, control);
-        if (finding.infeasible != Finding::unknown || control.stop.stop()) break;
+        if (finding.infeasible != Finding::kUnknown || control.stop.stop()) break;
     }
     return finding;
 }
@@ -214,7 +211,7 @@ Unboundedness find_ray(const QuadraticModel& model, const QuadraticKernel& kerne
                        const ConvexControl& control) {
     Unboundedness finding;
     if (std::all_of(model.cost.begin(), model.cost.end(), [](double c) { return c == 0.0; })) {
-        finding.unbounded = Finding::refuted;
+        finding.unbounded = Finding::kRefuted;
         return finding;
     }
     const QuadraticModel rays = ray_model(model);
@@ -226,11 +223,11 @@ Unboundedness find_ray(const QuadraticModel& model, const QuadraticKernel& kerne
     for (double d : answer.x) length = std::max(length, std::abs(d));
     const bool falls = evaluation.objective < -1e3 * kRayTolerance * std::max(length, 1e-3);
     if (!falls) {
-        finding.unbounded = Finding::refuted;
+        finding.unbounded = Finding::kRefuted;
         return finding;
     }
     if (evaluation.residuals.primal > kRayTolerance * length) return finding;
-    finding.unbounded = Finding::proven;
+    finding.unbounded = Finding::kProven;
     finding.ray = answer.x;
     for (double& d : finding.ray) d /= length;
     return finding;

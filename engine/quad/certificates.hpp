@@ -7,10 +7,10 @@
 
 namespace qlx::quad {
 
-enum class Finding { proven, refuted, unknown };
+enum class Finding { kProven, kRefuted, kUnknown };
 
 struct Feasibility {
-    Finding infeasible = Finding::unknown;
+    Finding infeasible = Finding::kUnknown;
     int row = -1;           // where infeasible: the row with the largest violation
     std::vector<double> x;  // the point of least violation
 };
@@ -21,7 +21,7 @@ Feasibility find_feasibility(const QuadraticModel& model, const QuadraticKernel&
                              const ConvexControl& control);
 
 struct Unboundedness {
-    Finding unbounded = Finding::unknown;
+    Finding unbounded = Finding::kUnknown;
     std::vector<double> ray;
 };
 

@@ -1,5 +1,6 @@
 // Duals, reduced costs and the final evaluation of programs with quadratic rows.
 #include "engine/quad/cone_answer.hpp"
+#include "engine/base/index.hpp"
 
 #include <algorithm>
 #include <cmath>
@@ -7,13 +8,7 @@
 
 namespace qlx::quad {
 
-namespace {
-
-std::size_t at(int i) noexcept {
-    return static_cast<std::size_t>(i);
-}
-
-}  // namespace
+namespace {}  // namespace
 
 // out += factor * the gradient of quadratic row k at the result's point.
 void AnswerWriter::add_gradient(std::size_t k, double factor, std::vector<double>& out) const {
@@ -43,7 +38,7 @@ std::vector<double> AnswerWriter::normals_at(const Attempt& best) const {
 
 void AnswerWriter::report(const Attempt& best) {
     const Reduction& reduction = presolve_.reduction();
-    result_.kernel = Kernel::barrier;
+    result_.kernel = Kernel::kBarrier;
     result_.x = reduction.restore_columns(best.x);
     const std::vector<double> normals = normals_at(best);
     result_.row_dual = reduction.restore_duals(result_.x, best.y, normals);
@@ -54,13 +49,7 @@ void AnswerWriter::report(const Attempt& best) {
     }
     Evaluation evaluation = evaluate(presolve_.model(), result_.x, result_.row_dual, normals);
     add_conditions(best.rows, evaluation.objective, evaluation.residuals);
-    result_.objective = evaluation.objective;
-    result_.residuals = evaluation.residuals;
-    result_.row_activity = std::move(evaluation.activity);
-    result_.reduced_cost = std::move(evaluation.reduced_cost);
-    if (result_.status == ConvexStatus::optimal && !meets(result_.residuals, control_)) {
-        result_.status = ConvexStatus::numerical_failure;
-    }
+    take_evaluation(std::move(evaluation), control_, result_);
 }
 
 void AnswerWriter::evaluate_quadratic_rows() {
@@ -83,9 +72,9 @@ void AnswerWriter::evaluate_quadratic_rows() {
         result_.quadratic_activity.push_back(value);
         // The equations stood for the row; the row itself has the last word.
         const double beyond = std::max(row.lower - value, value - row.upper) / size;
-        if (presolve_.is_flat()[k] && result_.status == ConvexStatus::optimal &&
+        if (presolve_.is_flat()[k] && result_.status == ConvexStatus::kOptimal &&
             !(beyond <= control_.feasibility_tolerance)) {
-            result_.status = ConvexStatus::numerical_failure;
+            result_.status = ConvexStatus::kNumericalFailure;
         }
     }
 }

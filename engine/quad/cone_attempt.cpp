@@ -4,16 +4,13 @@
 #include <algorithm>
 #include <cstddef>
 
+#include "engine/base/index.hpp"
 #include "engine/nlp/interior/interior_point_solver.hpp"
 #include "engine/quad/barrier_kernel.hpp"
 
 namespace qlx::quad {
 
 namespace {
-
-std::size_t at(int i) noexcept {
-    return static_cast<std::size_t>(i);
-}
 
 // Duals of a cone's norm form are divided by the length of the axis to belong to the quadratic
 // form; at the apex that has no limit, and this bounds it.

@@ -17,7 +17,7 @@ struct RowState {
 
 // All in the program's own units.
 struct Attempt {
-    KernelClaim claim = KernelClaim::failed;
+    KernelClaim claim = KernelClaim::kFailed;
     int iterations = 0;
     std::vector<double> x;
     std::vector<double> y;         // linear rows

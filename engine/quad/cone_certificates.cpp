@@ -1,5 +1,6 @@
 // Auxiliary programs behind the proofs of infeasibility and unboundedness.
 #include "engine/quad/cone_certificates.hpp"
+#include "engine/base/index.hpp"
 
 #include <algorithm>
 #include <cmath>
@@ -8,10 +9,6 @@
 namespace qlx::quad {
 
 namespace {
-
-std::size_t at(int i) noexcept {
-    return static_cast<std::size_t>(i);
-}
 
 void append_place(SparseColumns& square) {
     ++square.rows;
@@ -25,7 +22,7 @@ ConvexRow elastic(const ConvexRow& row, int column) {
     out.columns.push_back(column);
     append_place(out.hessian);
     out.linear.push_back(-1.0);
-    if (row.shape == RowShape::cone) {
+    if (row.shape == RowShape::kCone) {
         append_place(out.spread);
         out.axis.push_back(1.0);
         out.apex.push_back(0.0);
@@ -126,7 +123,7 @@ ConeProgram recession(const ConeProgram& program) {
     to.row_lower.resize(at(next), 0.0);
     to.row_upper.resize(at(next), 0.0);
     for (const ConvexRow& row : program.rows) {
-        if (row.shape == RowShape::cone) {
+        if (row.shape == RowShape::kCone) {
             ConvexRow centred = row;
             std::fill(centred.apex.begin(), centred.apex.end(), 0.0);
             std::fill(centred.linear.begin(), centred.linear.end(), 0.0);

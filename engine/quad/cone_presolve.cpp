@@ -1,5 +1,6 @@
 // Sorts quadratic rows by what they are, until the columns they fix make no more of them simpler.
 #include "engine/quad/cone_presolve.hpp"
+#include "engine/base/index.hpp"
 
 #include <algorithm>
 #include <cstddef>
@@ -7,13 +8,7 @@
 
 namespace qlx::quad {
 
-namespace {
-
-std::size_t at(int i) noexcept {
-    return static_cast<std::size_t>(i);
-}
-
-}  // namespace
+namespace {}  // namespace
 
 ConePresolve::ConePresolve(const ConvexProgram& source)
     : source_(source),
@@ -36,7 +31,7 @@ bool ConePresolve::reduce() {
     model_.rows = compress(model_.row_count(), model_.column_count(), entries_);
     reduction_ = Reduction();
     if (reduction_.reduce(model_, held_)) return true;
-    return settle(ConvexStatus::infeasible, source_place(reduction_.place()));
+    return settle(ConvexStatus::kInfeasible, source_place(reduction_.place()));
 }
 
 void ConePresolve::add_linear_row(int k, const ConvexRow& row) {
@@ -57,10 +52,10 @@ void ConePresolve::add_linear_row(int k, const ConvexRow& row) {
 // Returns false where the row cannot be met.
 bool ConePresolve::add_flat_row(int k, const ConvexRow& row, bool& changed) {
     const FlatRow flat = flatten(row, reduction_.column_lower(), reduction_.column_upper());
-    if (flat.flatness == Flatness::impossible) {
-        return settle(ConvexStatus::infeasible, {-1, k, -1, -1});
+    if (flat.flatness == Flatness::kImpossible) {
+        return settle(ConvexStatus::kInfeasible, {-1, k, -1, -1});
     }
-    if (flat.flatness == Flatness::solid) return true;
+    if (flat.flatness == Flatness::kSolid) return true;
     for (const LinearEquation& equation : flat.equations) {
         const int place = model_.row_count();
         for (std::size_t c = 0; c < equation.columns.size(); ++c) {
@@ -80,41 +75,41 @@ bool ConePresolve::add_flat_row(int k, const ConvexRow& row, bool& changed) {
 bool ConePresolve::sort_rows(bool& changed) {
     program_.rows.clear();
     convex_source_.clear();
-    ConvexStatus doubt = ConvexStatus::optimal;
+    ConvexStatus doubt = ConvexStatus::kOptimal;
     ModelPlace doubtful;
     for (int k = 0; k < static_cast<int>(is_settled_.size()); ++k) {
         if (is_settled_[at(k)]) continue;
         ConvexRow row = recognise(source_.quadratic_rows[at(k)], reduction_.column_lower(),
                                   reduction_.column_upper());
         switch (row.shape) {
-            case RowShape::free:
+            case RowShape::kFree:
                 break;
-            case RowShape::linear:
+            case RowShape::kLinear:
                 add_linear_row(k, row);
                 changed = true;
                 break;
-            case RowShape::ellipsoid:
+            case RowShape::kEllipsoid:
                 if (!add_flat_row(k, row, changed)) return false;
                 if (is_settled_[at(k)]) break;
                 [[fallthrough]];
-            case RowShape::cone:
+            case RowShape::kCone:
                 convex_source_.push_back(k);
                 program_.rows.push_back(std::move(row));
                 break;
-            case RowShape::nonconvex:
-                if (doubt != ConvexStatus::nonconvex) {
+            case RowShape::kNonconvex:
+                if (doubt != ConvexStatus::kNonconvex) {
                     doubtful = {-1, k, row.first_column, row.second_column};
                 }
-                doubt = ConvexStatus::nonconvex;
+                doubt = ConvexStatus::kNonconvex;
                 break;
-            case RowShape::undecided:
-                if (doubt != ConvexStatus::optimal) break;
-                doubt = ConvexStatus::numerical_failure;
+            case RowShape::kUndecided:
+                if (doubt != ConvexStatus::kOptimal) break;
+                doubt = ConvexStatus::kNumericalFailure;
                 doubtful = {-1, k, -1, -1};
                 break;
         }
     }
-    return changed || doubt == ConvexStatus::optimal || settle(doubt, doubtful);
+    return changed || doubt == ConvexStatus::kOptimal || settle(doubt, doubtful);
 }
 
 // From the source's columns to the reduced model's; those that are gone are constants by now.

@@ -63,7 +63,7 @@ class ConePresolve {
     Reduction reduction_;
     ConeProgram program_;
     std::vector<int> convex_source_;
-    ConvexStatus status_ = ConvexStatus::numerical_failure;
+    ConvexStatus status_ = ConvexStatus::kNumericalFailure;
     ModelPlace place_;
 };
 

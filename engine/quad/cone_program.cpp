@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <optional>
 
+#include "engine/base/index.hpp"
 #include "engine/nlp/interior/interior_point_solver.hpp"
 #include "engine/quad/cone_answer.hpp"
 #include "engine/quad/cone_certificates.hpp"
@@ -28,10 +29,6 @@ constexpr double kSharpTolerance = 1e-13;
 // The proofs below want an optimum this sharp, and a direction this good.
 constexpr double kRayTolerance = 1e-7;
 constexpr double kRayFall = 1e-4;
-
-std::size_t at(int i) noexcept {
-    return static_cast<std::size_t>(i);
-}
 
 class ConeSolver {
   public:
@@ -69,20 +66,20 @@ class ConeSolver {
 // Takes the objective's columns that can move.
 bool ConeSolver::has_convex_objective() {
     const CurvatureVerdict verdict = test_curvature(program().model.hessian);
-    if (verdict.curvature == Curvature::convex) return true;
-    if (verdict.curvature == Curvature::undecided) return !finish(ConvexStatus::numerical_failure);
+    if (verdict.curvature == Curvature::kConvex) return true;
+    if (verdict.curvature == Curvature::kUndecided) return !finish(ConvexStatus::kNumericalFailure);
     const std::vector<int>& kept = presolve_.reduction().kept_columns();
     result_.place.first_column = kept[at(verdict.first_column)];
     result_.place.second_column = kept[at(verdict.second_column)];
-    return !finish(ConvexStatus::nonconvex);
+    return !finish(ConvexStatus::kNonconvex);
 }
 
 std::vector<Rung> ConeSolver::rungs() const {
     bool cones = false;
     bool wide = false;
     for (const ConvexRow& row : program().rows) {
-        cones = cones || row.shape == RowShape::cone;
-        wide = wide || (row.shape == RowShape::cone && row.columns.size() > kWideCone);
+        cones = cones || row.shape == RowShape::kCone;
+        wide = wide || (row.shape == RowShape::kCone && row.columns.size() > kWideCone);
     }
     std::vector<double> smoothings{0.0};
     if (wide) smoothings = {0.0, kCoarseSmoothing};
@@ -101,19 +98,19 @@ std::vector<Rung> ConeSolver::rungs() const {
 
 // Returns true where the outcome is settled.
 bool ConeSolver::try_rung(const Rung& rung) {
-    if (iterations_left() == 0) return finish(ConvexStatus::iteration_limit);
+    if (iterations_left() == 0) return finish(ConvexStatus::kIterationLimit);
     Attempt next = attempt(program(), rung, iterations_left(), control_.stop);
     result_.iterations += next.iterations;
     // Where there is no optimum, the method often wanders until its limit.
-    const bool suspicious = next.claim == KernelClaim::infeasible ||
-                            next.claim == KernelClaim::unbounded ||
-                            next.claim == KernelClaim::iteration_limit;
+    const bool suspicious = next.claim == KernelClaim::kInfeasible ||
+                            next.claim == KernelClaim::kUnbounded ||
+                            next.claim == KernelClaim::kIterationLimit;
     if (!next.x.empty() &&
         (best_.x.empty() || next.evaluation.worst() < best_.evaluation.worst())) {
         best_ = std::move(next);
     }
     if (!best_.x.empty() && meets(best_.evaluation.residuals, control_)) {
-        return finish(ConvexStatus::optimal);
+        return finish(ConvexStatus::kOptimal);
     }
     if (control_.stop.stop()) return finish(stop_status(control_.stop));
     return suspicious && iterations_left() > 0 && diagnose();
@@ -126,7 +123,7 @@ bool ConeSolver::climb() {
         if (try_rung(rung)) return true;
     }
     const bool spent = iterations_left() == 0;
-    finish(spent ? ConvexStatus::iteration_limit : ConvexStatus::numerical_failure);
+    finish(spent ? ConvexStatus::kIterationLimit : ConvexStatus::kNumericalFailure);
     return spent;
 }
 
@@ -213,7 +210,7 @@ bool ConeSolver::diagnose() {
     std::vector<double> feasible_point;
     for (const ConeScaling* scaling : units) {
         if (is_proven_infeasible(scaling, feasible_point)) {
-            return finish(ConvexStatus::infeasible);
+            return finish(ConvexStatus::kInfeasible);
         }
         if (control_.stop.stop()) return finish(stop_status(control_.stop));
         if (!feasible_point.empty()) break;
@@ -222,7 +219,7 @@ bool ConeSolver::diagnose() {
     for (const ConeScaling* scaling : units) {
         if (!is_proven_unbounded(scaling)) continue;
         result_.x = presolve_.reduction().restore_columns(feasible_point);
-        return finish(ConvexStatus::unbounded);
+        return finish(ConvexStatus::kUnbounded);
     }
     return false;
 }
@@ -230,15 +227,15 @@ bool ConeSolver::diagnose() {
 void ConeSolver::solve_with_cones() {
     if (!has_convex_objective()) return;
     if (!nlp::InteriorPointSolver::is_available()) {
-        finish(ConvexStatus::unsupported);
+        finish(ConvexStatus::kUnsupported);
         return;
     }
     const bool settled = climb();
     const bool proven =
-        result_.status == ConvexStatus::infeasible || result_.status == ConvexStatus::unbounded;
+        result_.status == ConvexStatus::kInfeasible || result_.status == ConvexStatus::kUnbounded;
     if (!proven && !best_.x.empty())
         AnswerWriter(source_, presolve_, control_, result_).report(best_);
-    if (!settled || result_.status == ConvexStatus::numerical_failure) diagnose();
+    if (!settled || result_.status == ConvexStatus::kNumericalFailure) diagnose();
 }
 
 ConvexResult ConeSolver::solve() {

@@ -1,5 +1,6 @@
 // Geometric scaling of rows and columns, right-hand sides and bounds included.
 #include "engine/quad/cone_scaling.hpp"
+#include "engine/base/index.hpp"
 
 #include <algorithm>
 #include <cmath>
@@ -11,10 +12,6 @@ namespace {
 
 constexpr int kRounds = 30;
 constexpr double kLargestExponent = 60.0;
-
-std::size_t at(int i) noexcept {
-    return static_cast<std::size_t>(i);
-}
 
 // The mean of the logarithms of entries; sides and bounds, if any, count as much as all entries.
 class Mean {
@@ -106,7 +103,7 @@ Equilibration::Equilibration(const ConeProgram& program) {
 }
 
 void Equilibration::add_convex_row(int row, const ConvexRow& convex) {
-    const bool cone = convex.shape == RowShape::cone;
+    const bool cone = convex.shape == RowShape::kCone;
     const std::vector<double> diagonal = diagonal_of(cone ? convex.spread : convex.hessian);
     for (std::size_t k = 0; k < convex.columns.size(); ++k) {
         add(row, convex.columns[k], 2, diagonal[k]);

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 
+#include "engine/base/index.hpp"
 #include "engine/quad/cone_program.hpp"
 #include "engine/quad/curvature.hpp"
 #include "engine/quad/ladder.hpp"
@@ -13,19 +14,15 @@ namespace qlx::quad {
 
 namespace {
 
-std::size_t at(int i) noexcept {
-    return static_cast<std::size_t>(i);
-}
-
 // Takes the objective's columns that can move; positions are the reduced model's.
 bool has_convex_objective(const Reduction& reduction, ConvexResult& result) {
     const CurvatureVerdict verdict = test_curvature(reduction.reduced().hessian);
-    if (verdict.curvature == Curvature::convex) return true;
-    if (verdict.curvature == Curvature::undecided) {
-        result.status = ConvexStatus::numerical_failure;
+    if (verdict.curvature == Curvature::kConvex) return true;
+    if (verdict.curvature == Curvature::kUndecided) {
+        result.status = ConvexStatus::kNumericalFailure;
         return false;
     }
-    result.status = ConvexStatus::nonconvex;
+    result.status = ConvexStatus::kNonconvex;
     result.place.first_column = reduction.kept_columns()[at(verdict.first_column)];
     result.place.second_column = reduction.kept_columns()[at(verdict.second_column)];
     return false;
@@ -49,14 +46,7 @@ void restore(const QuadraticModel& model, const Reduction& reduction, ConvexResu
 // The last word on `optimal` is an evaluation of the model as it was given.
 void judge(const QuadraticModel& model, const ConvexControl& control, ConvexResult& result) {
     if (result.x.size() != model.cost.size()) return;
-    Evaluation evaluation = evaluate(model, result.x, result.row_dual);
-    result.objective = evaluation.objective;
-    result.residuals = evaluation.residuals;
-    result.row_activity = std::move(evaluation.activity);
-    result.reduced_cost = std::move(evaluation.reduced_cost);
-    if (result.status == ConvexStatus::optimal && !meets(result.residuals, control)) {
-        result.status = ConvexStatus::numerical_failure;
-    }
+    take_evaluation(evaluate(model, result.x, result.row_dual), control, result);
 }
 
 }  // namespace
@@ -78,13 +68,13 @@ ConvexResult solve_quadratic(const QuadraticModel& model, const ConvexControl& c
     ConvexResult result;
     Reduction reduction;
     if (!reduction.reduce(model)) {
-        result.status = ConvexStatus::infeasible;
+        result.status = ConvexStatus::kInfeasible;
         result.place = reduction.place();
         return result;
     }
     if (!has_convex_objective(reduction, result)) return result;
     if (reduction.reduced().column_count() == 0) {
-        result.status = ConvexStatus::optimal;
+        result.status = ConvexStatus::kOptimal;
     } else {
         result = climb(reduction.reduced(), control);
     }

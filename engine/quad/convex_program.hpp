@@ -90,10 +90,10 @@ struct StopRule {
 };
 
 // What a kernel says of its own answer. None of it is taken on trust.
-enum class KernelClaim { solved, infeasible, unbounded, iteration_limit, stopped, failed };
+enum class KernelClaim { kSolved, kInfeasible, kUnbounded, kIterationLimit, kStopped, kFailed };
 
 struct KernelAnswer {
-    KernelClaim claim = KernelClaim::failed;
+    KernelClaim claim = KernelClaim::kFailed;
     std::vector<double> x;
     std::vector<double> y;  // one dual a row, in the signs above
     int iterations = 0;
@@ -122,15 +122,15 @@ struct ConvexControl {
 };
 
 enum class ConvexStatus {
-    optimal,
-    infeasible,
-    unbounded,
-    nonconvex,
-    iteration_limit,  // the caller's
-    time_limit,
-    interrupted,
-    unsupported,  // quadratic rows in a build without Ipopt
-    numerical_failure,
+    kOptimal,
+    kInfeasible,
+    kUnbounded,
+    kNonconvex,
+    kIterationLimit,  // the caller's
+    kTimeLimit,
+    kInterrupted,
+    kUnsupported,  // quadratic rows in a build without Ipopt
+    kNumericalFailure,
 };
 
 // Where a status has a place in the model, this says where.
@@ -148,12 +148,12 @@ struct KktResiduals {
     double complementarity = 0.0;  // sum of dual times distance, over 1 + |objective|
 };
 
-enum class Kernel { none, proximal, large_scale, barrier };
+enum class Kernel { kNone, kProximal, kLargeScale, kBarrier };
 
 struct ConvexResult {
-    ConvexStatus status = ConvexStatus::numerical_failure;
+    ConvexStatus status = ConvexStatus::kNumericalFailure;
     ModelPlace place;
-    Kernel kernel = Kernel::none;  // the one whose answer was taken
+    Kernel kernel = Kernel::kNone;  // the one whose answer was taken
     bool polished = false;
     int iterations = 0;
     double objective = 0.0;

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <limits>
 
+#include "engine/base/index.hpp"
 #include "engine/quad/sparse_factor.hpp"
 
 namespace qlx::quad {
@@ -18,12 +19,8 @@ constexpr double kNoise = 1e-14;
 constexpr std::int64_t kLargestFactor = 300'000'000;
 constexpr double kLargestShift = 1e-5;
 
-std::size_t at(int i) noexcept {
-    return static_cast<std::size_t>(i);
-}
-
 CurvatureVerdict nonconvex_pair(int order, int i, int j, double vi, double vj, double ratio) {
-    CurvatureVerdict verdict{Curvature::nonconvex, std::min(i, j), std::max(i, j), {}, ratio};
+    CurvatureVerdict verdict{Curvature::kNonconvex, std::min(i, j), std::max(i, j), {}, ratio};
     verdict.direction.assign(at(order), 0.0);
     verdict.direction[at(i)] = vi;
     verdict.direction[at(j)] = vj;
@@ -121,7 +118,7 @@ bool is_diagonally_dominant(const SparseColumns& upper) {
 
 CurvatureVerdict nonconvex_direction(const SparseColumns& upper, const ScaledMatrix& scaled,
                                      std::vector<double> v, double ratio) {
-    CurvatureVerdict verdict{Curvature::nonconvex, -1, -1, {}, ratio};
+    CurvatureVerdict verdict{Curvature::kNonconvex, -1, -1, {}, ratio};
     verdict.direction.assign(at(upper.columns), 0.0);
     int largest = -1;
     int second = -1;
@@ -150,14 +147,14 @@ CurvatureVerdict test_curvature(const SparseColumns& upper) {
     const double noise = kNoise * largest;
     const std::vector<double> diagonal = diagonal_of(upper);
     CurvatureVerdict verdict = test_minors(upper, diagonal, noise);
-    if (verdict.curvature != Curvature::convex) return verdict;
+    if (verdict.curvature != Curvature::kConvex) return verdict;
 
     const ScaledMatrix scaled = scale(upper, diagonal, 0.0);
     if (scaled.column.empty() || is_diagonally_dominant(scaled.upper)) return verdict;
 
     SparseFactor factor;
     if (!factor.analyze(scaled.upper, kLargestFactor)) {
-        verdict.curvature = Curvature::undecided;
+        verdict.curvature = Curvature::kUndecided;
         return verdict;
     }
     std::vector<double> shift(scaled.column.size());

@@ -12,13 +12,13 @@ namespace qlx::quad {
 inline constexpr double kCurvatureTolerance = 1e-7;
 
 enum class Curvature {
-    convex,
-    nonconvex,
-    undecided,  // the factor would not fit into memory
+    kConvex,
+    kNonconvex,
+    kUndecided,  // the factor would not fit into memory
 };
 
 struct CurvatureVerdict {
-    Curvature curvature = Curvature::convex;
+    Curvature curvature = Curvature::kConvex;
     // The pair of columns that shows negative curvature best; equal for a negative diagonal entry.
     int first_column = -1;
     int second_column = -1;

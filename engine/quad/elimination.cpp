@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <limits>
 
+#include "engine/base/index.hpp"
 #include "engine/quad/sparse_factor.hpp"
 
 namespace qlx::quad {
@@ -14,10 +15,6 @@ namespace {
 // Wider supernodes are split, so that the work on a panel's own columns stays small beside the
 // matrix products between panels.
 constexpr int kWidestSupernode = 48;
-
-std::size_t at(int i) noexcept {
-    return static_cast<std::size_t>(i);
-}
 
 // Position -> column, by approximate minimum degree (Amestoy, Davis, Duff 1996).
 std::vector<int> minimum_degree(const SparseColumns& upper) {

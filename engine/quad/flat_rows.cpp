@@ -1,5 +1,6 @@
 // The least value of a convex quadratic function, block by block, and where it is attained.
 #include "engine/quad/flat_rows.hpp"
+#include "engine/base/index.hpp"
 
 #include <Eigen/Eigenvalues>
 #include <Eigen/QR>
@@ -23,10 +24,6 @@ constexpr double kZeroEigenvalue = 1e-12;
 constexpr double kPositiveEigenvalue = 1e-7;
 // Error allowed in the equations of the stationary point, relative to the largest coefficient.
 constexpr double kStationary = 1e-11;
-
-std::size_t at(int i) noexcept {
-    return static_cast<std::size_t>(i);
-}
 
 // Places of the row's columns, grouped by the products between them.
 std::vector<std::vector<int>> blocks_of(const SparseColumns& hessian) {
@@ -194,7 +191,7 @@ FlatRow Flattener::run() {
         if (!find_equations(block)) return {};
     }
     const bool beyond = room < -kCrossing * std::max(1.0, size_);
-    out_.flatness = beyond ? Flatness::impossible : Flatness::flat;
+    out_.flatness = beyond ? Flatness::kImpossible : Flatness::kFlat;
     return std::move(out_);
 }
 

@@ -9,9 +9,9 @@
 namespace qlx::quad {
 
 enum class Flatness {
-    solid,       // the row has an interior, or that is not certain either way
-    flat,        // its side is its least value: it holds where the equations do
-    impossible,  // its side is below its least value
+    kSolid,       // the row has an interior, or that is not certain either way
+    kFlat,        // its side is its least value: it holds where the equations do
+    kImpossible,  // its side is below its least value
 };
 
 struct LinearEquation {
@@ -21,7 +21,7 @@ struct LinearEquation {
 };
 
 struct FlatRow {
-    Flatness flatness = Flatness::solid;
+    Flatness flatness = Flatness::kSolid;
     std::vector<LinearEquation> equations;
 };
 

@@ -47,13 +47,13 @@ class Ladder {
 
 QuadraticKernel Ladder::kernel_of(Kernel kernel) const {
     switch (kernel) {
-        case Kernel::proximal:
+        case Kernel::kProximal:
             return solve_proximal;
-        case Kernel::large_scale:
+        case Kernel::kLargeScale:
             return control_.large_scale_qp;
-        case Kernel::barrier:
+        case Kernel::kBarrier:
             return barrier_kernel();
-        case Kernel::none:
+        case Kernel::kNone:
             break;
     }
     return {};
@@ -70,7 +70,7 @@ bool Ladder::try_kernel(Kernel kernel) {
     if (answer.x.size() == model_.cost.size() && answer.y.size() == model_.row_lower.size()) {
         PolishedPoint point{answer.x, answer.y, evaluate(model_, answer.x, answer.y)};
         bool polished = false;
-        if (point.evaluation.worst() > kSharpEnough && answer.claim != KernelClaim::stopped) {
+        if (point.evaluation.worst() > kSharpEnough && answer.claim != KernelClaim::kStopped) {
             polished = polish(model_, control_.work_limit, point);
         }
         if (best_.x.empty() || point.evaluation.worst() < best_.evaluation.worst()) {
@@ -78,33 +78,33 @@ bool Ladder::try_kernel(Kernel kernel) {
             result_.kernel = kernel;
             result_.polished = polished;
         }
-        if (meets(best_.evaluation.residuals, control_)) return finish(ConvexStatus::optimal);
+        if (meets(best_.evaluation.residuals, control_)) return finish(ConvexStatus::kOptimal);
     }
-    if (answer.claim == KernelClaim::stopped) return finish(stop_status(control_.stop));
+    if (answer.claim == KernelClaim::kStopped) return finish(stop_status(control_.stop));
     const bool suspicious =
-        answer.claim == KernelClaim::infeasible || answer.claim == KernelClaim::unbounded;
+        answer.claim == KernelClaim::kInfeasible || answer.claim == KernelClaim::kUnbounded;
     if (suspicious && diagnose()) return true;
     const bool spent = control_.iterations_left(result_.iterations) == 0;
-    return spent && finish(ConvexStatus::iteration_limit);
+    return spent && finish(ConvexStatus::kIterationLimit);
 }
 
 // Decides by proof whether there is no feasible point or no finite minimum.
 bool Ladder::diagnose() {
     if (diagnosed_) return false;
     diagnosed_ = true;
-    const QuadraticKernel kernel = kernel_of(small_ ? Kernel::proximal : Kernel::large_scale);
+    const QuadraticKernel kernel = kernel_of(small_ ? Kernel::kProximal : Kernel::kLargeScale);
     const Feasibility feasibility = find_feasibility(model_, kernel, control_);
-    if (feasibility.infeasible == Finding::proven) {
+    if (feasibility.infeasible == Finding::kProven) {
         result_.place.row = feasibility.row;
-        return finish(ConvexStatus::infeasible);
+        return finish(ConvexStatus::kInfeasible);
     }
-    if (feasibility.infeasible == Finding::unknown) return false;
+    if (feasibility.infeasible == Finding::kUnknown) return false;
     Unboundedness unboundedness = find_ray(model_, kernel, control_);
-    if (unboundedness.unbounded != Finding::proven) return false;
+    if (unboundedness.unbounded != Finding::kProven) return false;
     best_.x = feasibility.x;
     best_.y.assign(model_.row_lower.size(), 0.0);
     result_.ray = std::move(unboundedness.ray);
-    return finish(ConvexStatus::unbounded);
+    return finish(ConvexStatus::kUnbounded);
 }
 
 void Ladder::take_best() {
@@ -115,8 +115,8 @@ void Ladder::take_best() {
 
 ConvexResult Ladder::climb() {
     const std::array<Kernel, 3> order =
-        small_ ? std::array{Kernel::proximal, Kernel::large_scale, Kernel::barrier}
-               : std::array{Kernel::large_scale, Kernel::proximal, Kernel::barrier};
+        small_ ? std::array{Kernel::kProximal, Kernel::kLargeScale, Kernel::kBarrier}
+               : std::array{Kernel::kLargeScale, Kernel::kProximal, Kernel::kBarrier};
     bool settled = false;
     for (Kernel kernel : order) {
         settled = try_kernel(kernel);
@@ -126,7 +126,7 @@ ConvexResult Ladder::climb() {
         if (control_.stop.stop()) {
             finish(stop_status(control_.stop));
         } else {
-            finish(ConvexStatus::numerical_failure);
+            finish(ConvexStatus::kNumericalFailure);
         }
     }
     take_best();
@@ -136,7 +136,7 @@ ConvexResult Ladder::climb() {
 }  // namespace
 
 ConvexStatus stop_status(const StopRule& rule) noexcept {
-    return rule.interrupted() ? ConvexStatus::interrupted : ConvexStatus::time_limit;
+    return rule.interrupted() ? ConvexStatus::kInterrupted : ConvexStatus::kTimeLimit;
 }
 
 ConvexResult climb(const QuadraticModel& model, const ConvexControl& control) {

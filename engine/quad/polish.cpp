@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstddef>
 
+#include "engine/base/index.hpp"
 #include "engine/quad/sparse_factor.hpp"
 
 namespace qlx::quad {
@@ -14,18 +15,14 @@ namespace {
 constexpr double kRegularisation = 1e-9;
 constexpr int kRefinements = 6;
 
-std::size_t at(int i) noexcept {
-    return static_cast<std::size_t>(i);
-}
-
 // Which side holds a column or row: where its dual outweighs its distance.
-enum class Side : signed char { none, lower, upper };
+enum class Side : signed char { kNone, kLower, kUpper };
 
 Side active_side(double dual, double value, double lower, double upper) {
-    if (lower == upper) return Side::lower;
-    if (is_finite_lower(lower) && dual > value - lower) return Side::lower;
-    if (is_finite_upper(upper) && -dual > upper - value) return Side::upper;
-    return Side::none;
+    if (lower == upper) return Side::kLower;
+    if (is_finite_lower(lower) && dual > value - lower) return Side::kLower;
+    if (is_finite_upper(upper) && -dual > upper - value) return Side::kUpper;
+    return Side::kNone;
 }
 
 // The equations of one active set: free columns first, then active rows.
@@ -39,13 +36,13 @@ class ActiveSet {
             const double lower = model.column_lower[j];
             const double upper = model.column_upper[j];
             switch (active_side(point.evaluation.reduced_cost[j], x_[j], lower, upper)) {
-                case Side::lower:
+                case Side::kLower:
                     x_[j] = lower;
                     break;
-                case Side::upper:
+                case Side::kUpper:
                     x_[j] = upper;
                     break;
-                case Side::none:
+                case Side::kNone:
                     column_place_[j] = order_++;
                     break;
             }
@@ -57,10 +54,10 @@ class ActiveSet {
         for (std::size_t i = 0; i < y_.size(); ++i) {
             const Side side = active_side(point.y[i], point.evaluation.activity[i],
                                           model.row_lower[i], model.row_upper[i]);
-            if (side == Side::none) continue;
+            if (side == Side::kNone) continue;
             row_place_[i] = order_++;
             y_[i] = point.y[i];
-            target_[i] = side == Side::lower ? model.row_lower[i] : model.row_upper[i];
+            target_[i] = side == Side::kLower ? model.row_lower[i] : model.row_upper[i];
         }
     }
 

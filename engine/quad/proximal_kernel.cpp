@@ -6,6 +6,7 @@
 #include <memory>
 #include <piqp/piqp.hpp>
 
+#include "engine/base/index.hpp"
 #include "engine/quad/sparse_factor.hpp"
 
 namespace qlx::quad {
@@ -17,10 +18,6 @@ using Matrix = piqp::SparseMat<double, int>;
 using System = piqp::KKTSystem<double, int, piqp::PIQP_SPARSE>;
 using Factor = piqp::KKTSolverBase<double, int, piqp::PIQP_SPARSE>;
 using Data = piqp::sparse::Data<double, int>;
-
-std::size_t at(int i) noexcept {
-    return static_cast<std::size_t>(i);
-}
 
 // Stands before PIQP's factorisation and ends its loop, by way of the iteration limit, when the
 // stop rule asks for it: PIQP itself has no time limit and no callback.
@@ -143,15 +140,15 @@ SplitRows split(const QuadraticModel& model) {
 KernelClaim claim_of(piqp::Status status) {
     switch (status) {
         case piqp::PIQP_SOLVED:
-            return KernelClaim::solved;
+            return KernelClaim::kSolved;
         case piqp::PIQP_PRIMAL_INFEASIBLE:
-            return KernelClaim::infeasible;
+            return KernelClaim::kInfeasible;
         case piqp::PIQP_DUAL_INFEASIBLE:
-            return KernelClaim::unbounded;
+            return KernelClaim::kUnbounded;
         case piqp::PIQP_MAX_ITER_REACHED:
-            return KernelClaim::iteration_limit;
+            return KernelClaim::kIterationLimit;
         default:
-            return KernelClaim::failed;
+            return KernelClaim::kFailed;
     }
 }
 
@@ -192,8 +189,8 @@ KernelAnswer solve_proximal(const QuadraticModel& model, const StopRule& rule, i
     if (!solver.is_ready()) return answer;
     solver.watch(rule);
     answer.claim = claim_of(solver.solve());
-    if (answer.claim == KernelClaim::iteration_limit && rule.stop()) {
-        answer.claim = KernelClaim::stopped;
+    if (answer.claim == KernelClaim::kIterationLimit && rule.stop()) {
+        answer.claim = KernelClaim::kStopped;
     }
     const auto& result = solver.result();
     answer.iterations = static_cast<int>(result.info.iter);

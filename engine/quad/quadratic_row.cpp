@@ -8,6 +8,7 @@
 #include <limits>
 #include <map>
 
+#include "engine/base/index.hpp"
 #include "engine/quad/curvature.hpp"
 
 namespace qlx::quad {
@@ -19,10 +20,6 @@ constexpr double kInfinity = std::numeric_limits<double>::infinity();
 constexpr double kApexTolerance = 1e-9;
 // An apex off the origin is found by a dense factorisation of this order at most.
 constexpr int kLargestShiftedCone = 400;
-
-std::size_t at(int i) noexcept {
-    return static_cast<std::size_t>(i);
-}
 
 struct Interval {
     double low = 0.0;
@@ -146,7 +143,7 @@ bool Recogniser::orient(double lower, double upper) {
     const bool below = is_finite_lower(lower) && !(possible.low >= lower - constant_);
     const bool above = is_finite_upper(upper) && !(possible.high <= upper - constant_);
     if (below && above) return false;
-    out_.shape = below || above ? RowShape::ellipsoid : RowShape::free;
+    out_.shape = below || above ? RowShape::kEllipsoid : RowShape::kFree;
     out_.sign = below ? -1.0 : 1.0;
     out_.upper = below ? constant_ - lower : upper - constant_;
     if (below) {
@@ -225,7 +222,7 @@ bool Recogniser::make_cone(std::span<const double> direction) {
         }
     }
     out_.spread = compress_symmetric(order, entries);
-    if (test_curvature(out_.spread).curvature != Curvature::convex) return false;
+    if (test_curvature(out_.spread).curvature != Curvature::kConvex) return false;
     if (!find_apex()) return false;
     double level = 0.0;  // the row's value at the apex
     double size = std::abs(out_.upper);
@@ -236,19 +233,19 @@ bool Recogniser::make_cone(std::span<const double> direction) {
     if (level - out_.upper < -kApexTolerance * size) return false;
     out_.offset = std::max(2.0 * (level - out_.upper), 0.0);
     if (!choose_nappe(w, mu)) return false;
-    out_.shape = RowShape::cone;
+    out_.shape = RowShape::kCone;
     return true;
 }
 
 void Recogniser::classify() {
     const CurvatureVerdict verdict = test_curvature(out_.hessian);
-    if (verdict.curvature == Curvature::convex) return;
-    if (verdict.curvature == Curvature::undecided) {
-        out_.shape = RowShape::undecided;
+    if (verdict.curvature == Curvature::kConvex) return;
+    if (verdict.curvature == Curvature::kUndecided) {
+        out_.shape = RowShape::kUndecided;
         return;
     }
     if (make_cone(verdict.direction)) return;
-    out_.shape = RowShape::nonconvex;
+    out_.shape = RowShape::kNonconvex;
     out_.first_column = out_.columns[at(verdict.first_column)];
     out_.second_column = out_.columns[at(verdict.second_column)];
 }
@@ -256,12 +253,12 @@ void Recogniser::classify() {
 ConvexRow Recogniser::run() {
     collect();
     if (out_.hessian.entries() == 0) {
-        out_.shape = RowShape::linear;
+        out_.shape = RowShape::kLinear;
         out_.upper = constant_;  // the caller has both sides; this is what to take off them
         return std::move(out_);
     }
     if (!orient(row_.lower, row_.upper)) {
-        out_.shape = RowShape::nonconvex;
+        out_.shape = RowShape::kNonconvex;
         const int column = out_.hessian.index.empty() ? 0 : out_.hessian.index.front();
         int last = 0;
         while (out_.hessian.start[at(last) + 1] == 0) ++last;
@@ -269,7 +266,7 @@ ConvexRow Recogniser::run() {
         out_.second_column = out_.columns[at(last)];
         return std::move(out_);
     }
-    if (out_.shape != RowShape::free) classify();
+    if (out_.shape != RowShape::kFree) classify();
     return std::move(out_);
 }
 

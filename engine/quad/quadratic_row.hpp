@@ -9,12 +9,12 @@
 namespace qlx::quad {
 
 enum class RowShape {
-    free,       // no side that the column bounds do not imply
-    linear,     // the quadratic part vanishes
-    ellipsoid,  // 1/2 x'Qx + a'x <= upper with Q positive semidefinite
-    cone,       // one negative eigenvalue, and the column bounds leave one nappe
-    nonconvex,
-    undecided,
+    kFree,       // no side that the column bounds do not imply
+    kLinear,     // the quadratic part vanishes
+    kEllipsoid,  // 1/2 x'Qx + a'x <= upper with Q positive semidefinite
+    kCone,       // one negative eigenvalue, and the column bounds leave one nappe
+    kNonconvex,
+    kUndecided,
 };
 
 // A quadratic row over the columns it uses, turned to one upper side: sign is -1 where the row's
@@ -25,7 +25,7 @@ enum class RowShape {
 // of the squares. This covers x'Px <= t^2 with t >= 0, x'Px <= st with s, t >= 0, sums of columns
 // in place of s and t, and linear terms that only shift the apex.
 struct ConvexRow {
-    RowShape shape = RowShape::free;
+    RowShape shape = RowShape::kFree;
     double sign = 1.0;
     double upper = 0.0;
     std::vector<int> columns;

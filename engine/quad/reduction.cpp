@@ -1,5 +1,6 @@
 // Presolve of a quadratic program and the way back.
 #include "engine/quad/reduction.hpp"
+#include "engine/base/index.hpp"
 
 #include <algorithm>
 #include <cmath>
@@ -11,10 +12,6 @@ namespace {
 
 // Bounds may cross by this much, relative to max(1, |bound|), and then count as equal.
 constexpr double kCrossing = 1e-9;
-
-std::size_t at(int i) noexcept {
-    return static_cast<std::size_t>(i);
-}
 
 }  // namespace
 

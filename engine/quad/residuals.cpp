@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstddef>
 #include <limits>
+#include <utility>
 
 namespace qlx::quad {
 
@@ -86,6 +87,16 @@ bool meets(const KktResiduals& residuals, const ConvexControl& control) noexcept
     return residuals.primal <= control.feasibility_tolerance &&
            residuals.dual <= control.optimality_tolerance &&
            residuals.complementarity <= control.optimality_tolerance;
+}
+
+void take_evaluation(Evaluation evaluation, const ConvexControl& control, ConvexResult& result) {
+    result.objective = evaluation.objective;
+    result.residuals = evaluation.residuals;
+    result.row_activity = std::move(evaluation.activity);
+    result.reduced_cost = std::move(evaluation.reduced_cost);
+    if (result.status == ConvexStatus::kOptimal && !meets(result.residuals, control)) {
+        result.status = ConvexStatus::kNumericalFailure;
+    }
 }
 
 }  // namespace qlx::quad

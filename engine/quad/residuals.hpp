@@ -30,4 +30,7 @@ void add_condition(double dual, double scale, double value, double lower, double
 
 bool meets(const KktResiduals& residuals, const ConvexControl& control) noexcept;
 
+// Makes the evaluation the result's; `optimal` stays only where it meets the tolerances.
+void take_evaluation(Evaluation evaluation, const ConvexControl& control, ConvexResult& result);
+
 }  // namespace qlx::quad

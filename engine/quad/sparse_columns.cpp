@@ -1,5 +1,6 @@
 // Building sparse matrices and multiplying with them.
 #include "engine/quad/sparse_columns.hpp"
+#include "engine/base/index.hpp"
 
 #include <algorithm>
 #include <cstddef>
@@ -7,10 +8,6 @@
 namespace qlx::quad {
 
 namespace {
-
-std::size_t at(int i) noexcept {
-    return static_cast<std::size_t>(i);
-}
 
 // Buckets the entries by `key`, keeping their order within a bucket.
 template <typename Key>

@@ -1,5 +1,6 @@
 // Numbers of the sparse factor: factorisation and solves.
 #include "engine/quad/sparse_factor.hpp"
+#include "engine/base/index.hpp"
 
 #include <Eigen/Core>
 #include <algorithm>
@@ -11,10 +12,6 @@ namespace qlx::quad {
 namespace {
 
 using Panel = Eigen::Map<Eigen::MatrixXd>;
-
-std::size_t at(int i) noexcept {
-    return static_cast<std::size_t>(i);
-}
 
 }  // namespace
 

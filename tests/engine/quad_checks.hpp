@@ -8,15 +8,12 @@
 #include <random>
 #include <vector>
 
+#include "engine/base/index.hpp"
 #include "engine/quad/convex_program.hpp"
 
 namespace qlx::quad::test {
 
 using Dense = std::vector<std::vector<double>>;
-
-inline std::size_t at(int i) {
-    return static_cast<std::size_t>(i);
-}
 
 inline Dense dense_symmetric(const std::vector<Triplet>& entries, int order) {
     Dense q(at(order), std::vector<double>(at(order), 0.0));
@@ -60,23 +57,21 @@ inline void expect_side(const char* what, std::size_t k, double value, double du
         << what << ' ' << k << " dual " << dual;
 }
 
-// Checks the conditions of Karush, Kuhn and Tucker, quadratic rows by their reported duals.
-inline void expect_optimal(const ConvexProgram& p, const ConvexResult& r, double tolerance = 1e-6) {
-    ASSERT_EQ(r.status, ConvexStatus::optimal);
-    ASSERT_EQ(r.x.size(), p.cost.size());
+// Activities and reduced costs z = c + Qx - A'y - sum of y_k (Q_k x + a_k), from the definitions.
+struct DenseEvaluation {
+    std::vector<double> activity, quadratic_activity, reduced_cost;
+};
+
+inline DenseEvaluation evaluate_densely(const ConvexProgram& p, const ConvexResult& r) {
     const int n = p.column_count();
-    EXPECT_NEAR(r.objective, objective_at(p, r.x), 1e-9 * (1.0 + std::abs(r.objective)));
-    std::vector<double> gradient = times(dense_symmetric(p.hessian, n), r.x);
-    for (std::size_t j = 0; j < gradient.size(); ++j) gradient[j] += p.cost[j];
-    std::vector<double> activity(p.row_lower.size(), 0.0);
+    DenseEvaluation out{std::vector<double>(p.row_lower.size(), 0.0),
+                        {},
+                        times(dense_symmetric(p.hessian, n), r.x)};
+    std::vector<double>& price = out.reduced_cost;
+    for (std::size_t j = 0; j < price.size(); ++j) price[j] += p.cost[j];
     for (const Triplet& e : p.rows) {
-        activity[at(e.row)] += e.value * r.x[at(e.column)];
-        gradient[at(e.column)] -= e.value * r.row_dual[at(e.row)];
-    }
-    for (std::size_t i = 0; i < activity.size(); ++i) {
-        EXPECT_NEAR(activity[i], r.row_activity[i], 1e-9 * (1.0 + std::abs(activity[i])));
-        expect_side("row", i, activity[i], r.row_dual[i], p.row_lower[i], p.row_upper[i],
-                    tolerance);
+        out.activity[at(e.row)] += e.value * r.x[at(e.column)];
+        price[at(e.column)] -= e.value * r.row_dual[at(e.row)];
     }
     for (std::size_t k = 0; k < p.quadratic_rows.size(); ++k) {
         const QuadraticRow& row = p.quadratic_rows[k];
@@ -86,14 +81,32 @@ inline void expect_optimal(const ConvexProgram& p, const ConvexResult& r, double
             value += row.coefficients[c] * r.x[at(row.columns[c])];
             pulled[at(row.columns[c])] += row.coefficients[c];
         }
-        EXPECT_NEAR(value, r.quadratic_activity[k], 1e-9 * (1.0 + std::abs(value)));
-        expect_side("quadratic row", k, value, r.quadratic_dual[k], row.lower, row.upper,
-                    tolerance);
-        for (std::size_t j = 0; j < pulled.size(); ++j)
-            gradient[j] -= r.quadratic_dual[k] * pulled[j];
+        out.quadratic_activity.push_back(value);
+        for (std::size_t j = 0; j < price.size(); ++j) price[j] -= r.quadratic_dual[k] * pulled[j];
     }
-    for (std::size_t j = 0; j < gradient.size(); ++j) {
-        EXPECT_NEAR(gradient[j], r.reduced_cost[j], tolerance * (1.0 + std::abs(gradient[j])));
+    return out;
+}
+
+// Checks the conditions of Karush, Kuhn and Tucker, quadratic rows by their reported duals.
+inline void expect_optimal(const ConvexProgram& p, const ConvexResult& r, double tolerance = 1e-6) {
+    ASSERT_EQ(r.status, ConvexStatus::kOptimal);
+    ASSERT_EQ(r.x.size(), p.cost.size());
+    EXPECT_NEAR(r.objective, objective_at(p, r.x), 1e-9 * (1.0 + std::abs(r.objective)));
+    const DenseEvaluation own = evaluate_densely(p, r);
+    for (std::size_t i = 0; i < own.activity.size(); ++i) {
+        const double activity = own.activity[i];
+        EXPECT_NEAR(activity, r.row_activity[i], 1e-9 * (1.0 + std::abs(activity)));
+        expect_side("row", i, activity, r.row_dual[i], p.row_lower[i], p.row_upper[i], tolerance);
+    }
+    for (std::size_t k = 0; k < own.quadratic_activity.size(); ++k) {
+        const double value = own.quadratic_activity[k];
+        EXPECT_NEAR(value, r.quadratic_activity[k], 1e-9 * (1.0 + std::abs(value)));
+        expect_side("quadratic row", k, value, r.quadratic_dual[k], p.quadratic_rows[k].lower,
+                    p.quadratic_rows[k].upper, tolerance);
+    }
+    for (std::size_t j = 0; j < own.reduced_cost.size(); ++j) {
+        const double price = own.reduced_cost[j];
+        EXPECT_NEAR(price, r.reduced_cost[j], tolerance * (1.0 + std::abs(price)));
         expect_side("column", j, r.x[j], r.reduced_cost[j], p.column_lower[j], p.column_upper[j],
                     tolerance);
     }

@@ -1,9 +1,9 @@
 // "Infeasible" and "unbounded" are only said with a proof.
 #include <cmath>
 
-#include "engine/core/kernel_options.hpp"
-#include "engine/core/lp_claims.hpp"
-#include "engine/core/lp_proof.hpp"
+#include "engine/check/linear_proof.hpp"
+#include "engine/solve/kernel_options.hpp"
+#include "engine/solve/linear_claims.hpp"
 #include "tests/engine/support.hpp"
 
 namespace {

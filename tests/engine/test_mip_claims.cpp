@@ -40,6 +40,46 @@ TEST(MipClaims, OnlySolutionsBetterThanTheCutoff) {
     }
 }
 
+// Infeasible, unbounded and optimal models: a cutoff only takes optimal ones that do not beat it.
+TEST(MipClaims, ACutoffChangesNoOtherClaim) {
+    int seen[8] = {};
+    for (unsigned seed = 1; seed <= 150; ++seed) {
+        SCOPED_TRACE(seed);
+        Random random(seed);
+        TestProblem p;
+        std::vector<int> cols;
+        for (int col = 0; col < 4; ++col) {
+            p.column(random.whole(-3, 3), random.chance(0.2) ? -kInf : 0,
+                     random.chance(0.4) ? kInf : random.whole(1, 9),
+                     random.chance(0.6) ? 'I' : 'C');
+            cols.push_back(col);
+        }
+        for (int row = 0; row < 3; ++row) {
+            std::vector<double> values;
+            for (int col = 0; col < 4; ++col) values.push_back(random.whole(-2, 4));
+            p.row("LGE"[random.whole(0, 2)], random.whole(-4, 12), cols, values);
+        }
+        const int sense = random.chance(0.5) ? 1 : -1;
+        ASSERT_EQ(QLXchgobjsense(p, sense), 0);
+        p.control("presolve", random.whole(0, 1));
+        ASSERT_EQ(QLXmipoptimize(p, ""), 0) << p.error();
+        const int status = p.integer("mipstatus");
+        const bool optimal = status == QLX_MIP_OPTIMAL;
+        ++seen[status];
+        const double best = optimal ? p.real(QLX_ATTRIB_MIPOBJVAL) : 0;
+        for (const double room : {-3.0, 3.0}) {
+            p.control("mipabscutoff", best + sense * room);
+            ASSERT_EQ(QLXmipoptimize(p, ""), 0) << p.error();
+            EXPECT_EQ(p.integer("mipstatus"), optimal && room < 0 ? QLX_MIP_INFEAS : status);
+            if (optimal && room > 0) {
+                EXPECT_NEAR(p.real(QLX_ATTRIB_MIPOBJVAL), best, 1e-6);
+            }
+        }
+    }
+    for (const int status : {QLX_MIP_OPTIMAL, QLX_MIP_INFEAS, QLX_MIP_UNBOUNDED})
+        EXPECT_GT(seen[status], 10);
+}
+
 TEST(MipClaims, ASolutionLimitStopsTheSearch) {
     Random random(3);
     TestProblem p;

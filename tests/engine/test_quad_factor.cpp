@@ -65,8 +65,8 @@ struct CurvatureCase {
 };
 
 TEST(Curvature, SmallMatrices) {
-    const Curvature yes = Curvature::convex;
-    const Curvature no = Curvature::nonconvex;
+    const Curvature yes = Curvature::kConvex;
+    const Curvature no = Curvature::kNonconvex;
     const CurvatureCase cases[] = {
         {"empty", 3, {}, yes},
         {"negative diagonal", 3, {{0, 0, 1.0}, {2, 2, -1e-9}}, no, 2, 2},
@@ -90,7 +90,7 @@ TEST(Curvature, SmallMatrices) {
         const SparseColumns upper = compress_symmetric(c.order, c.entries);
         const CurvatureVerdict verdict = test_curvature(upper);
         EXPECT_EQ(verdict.curvature, c.expected) << c.name;
-        if (c.expected == Curvature::convex || verdict.curvature == Curvature::convex) continue;
+        if (c.expected == Curvature::kConvex || verdict.curvature == Curvature::kConvex) continue;
         if (c.order < 3 || c.entries.size() < 6) {
             EXPECT_EQ(verdict.first_column, c.first) << c.name;
             EXPECT_EQ(verdict.second_column, c.second) << c.name;
@@ -105,13 +105,13 @@ TEST(Curvature, LargeRankDeficientMatricesAreConvex) {
         for (int rank : {order / 4, order}) {
             std::vector<Triplet> entries = random_semidefinite(order, rank, random);
             EXPECT_EQ(test_curvature(compress_symmetric(order, entries)).curvature,
-                      Curvature::convex);
+                      Curvature::kConvex);
             // Scaling the columns over twelve orders of magnitude changes nothing.
             for (Triplet& e : entries) {
                 e.value *= std::pow(10.0, e.row % 7) * std::pow(10.0, e.column % 7);
             }
             EXPECT_EQ(test_curvature(compress_symmetric(order, entries)).curvature,
-                      Curvature::convex);
+                      Curvature::kConvex);
         }
     }
     const int order = 1500;  // dense of rank 1
@@ -120,7 +120,7 @@ TEST(Curvature, LargeRankDeficientMatricesAreConvex) {
         for (int j = i; j < order; ++j)
             ones.push_back({i, j, (1.0 + 0.001 * i) * (1.0 + 0.001 * j)});
     }
-    EXPECT_EQ(test_curvature(compress_symmetric(order, ones)).curvature, Curvature::convex);
+    EXPECT_EQ(test_curvature(compress_symmetric(order, ones)).curvature, Curvature::kConvex);
 }
 
 TEST(Curvature, FindsAnEigenvalueOfMinusOneMillionth) {
@@ -135,7 +135,7 @@ TEST(Curvature, FindsAnEigenvalueOfMinusOneMillionth) {
             }
             const SparseColumns upper = compress_symmetric(order, entries);
             const CurvatureVerdict verdict = test_curvature(upper);
-            EXPECT_EQ(verdict.curvature == Curvature::nonconvex, eigenvalue < 0.0) << order;
+            EXPECT_EQ(verdict.curvature == Curvature::kNonconvex, eigenvalue < 0.0) << order;
             if (eigenvalue < 0.0) {
                 EXPECT_LT(quadratic_form(upper, verdict.direction), 0.0);
                 EXPECT_NE(verdict.first_column, verdict.second_column);

@@ -138,7 +138,7 @@ TEST(QuadraticProgram, CoefficientsOverTwelveOrdersOfMagnitude) {
             if (p.row_upper[at(i)] < kInf) p.row_upper[at(i)] *= unit(i);
         }
         const ConvexResult result = solve_convex(p, {});
-        ASSERT_EQ(result.status, ConvexStatus::optimal) << "round " << round;
+        ASSERT_EQ(result.status, ConvexStatus::kOptimal) << "round " << round;
         EXPECT_NEAR(result.objective, expected, 1e-6 * (1.0 + std::abs(expected)));
     }
 }
@@ -202,45 +202,45 @@ struct StatusCase {
 
 std::vector<StatusCase> status_cases() {
     std::vector<StatusCase> cases;
-    cases.push_back({"no columns", {}, ConvexStatus::optimal});
+    cases.push_back({"no columns", {}, ConvexStatus::kOptimal});
     ConvexProgram p = program({1}, {});
     add_row(p, 1, {0}, kInf);
-    cases.push_back({"empty row out of reach", p, ConvexStatus::infeasible});
+    cases.push_back({"empty row out of reach", p, ConvexStatus::kInfeasible});
     p = program({0, 0}, {{0, 0, 1}, {1, 1, 1}});
     add_row(p, -kInf, {1, 1}, -1);
-    cases.push_back({"sum of nonnegatives below zero", p, ConvexStatus::infeasible});
+    cases.push_back({"sum of nonnegatives below zero", p, ConvexStatus::kInfeasible});
     p = program({0, 0, 0}, {{0, 0, 1}, {1, 1, 1}});
     p.column_lower.assign(3, -kInf);
     add_row(p, 1, {1, 1, 1}, 1);
     add_row(p, 2, {1, 1, 1}, 2);
-    cases.push_back({"parallel equations of free columns", p, ConvexStatus::infeasible});
+    cases.push_back({"parallel equations of free columns", p, ConvexStatus::kInfeasible});
     p.row_lower = p.row_upper = {1, 1 + 1e-4};
-    cases.push_back({"the same, off by 1e-4", p, ConvexStatus::infeasible});
+    cases.push_back({"the same, off by 1e-4", p, ConvexStatus::kInfeasible});
     p = program({0, 0}, {{0, 0, 1}});
     p.column_upper[0] = -1;
-    cases.push_back({"crossed bounds", p, ConvexStatus::infeasible});
+    cases.push_back({"crossed bounds", p, ConvexStatus::kInfeasible});
     p = program({-1, 0}, {{1, 1, 1}});
-    cases.push_back({"a column of its own falls forever", p, ConvexStatus::unbounded});
+    cases.push_back({"a column of its own falls forever", p, ConvexStatus::kUnbounded});
     p = program({-1, -1}, {{0, 0, 1}, {1, 1, 1}, {1, 0, -1}});
-    cases.push_back({"along the null direction", p, ConvexStatus::unbounded});
+    cases.push_back({"along the null direction", p, ConvexStatus::kUnbounded});
     p = program({-1, 1}, {{0, 0, 1}, {1, 1, 1}, {1, 0, -1}});
-    cases.push_back({"null direction without slope", p, ConvexStatus::optimal});
+    cases.push_back({"null direction without slope", p, ConvexStatus::kOptimal});
     p = program({1, -1, 0}, {{2, 2, 1}});
     p.column_lower.assign(3, -kInf);
     add_row(p, 0, {1, -1, 0}, 5);
-    cases.push_back({"lineality held by a row", p, ConvexStatus::optimal});
+    cases.push_back({"lineality held by a row", p, ConvexStatus::kOptimal});
     p.cost[1] = -1.001;
-    cases.push_back({"lineality with a slope", p, ConvexStatus::unbounded});
+    cases.push_back({"lineality with a slope", p, ConvexStatus::kUnbounded});
     add_row(p, 1, {0, 0, 1}, 1);
     add_row(p, 2, {0, 0, 1}, kInf);
-    cases.push_back({"infeasible and a falling direction", p, ConvexStatus::infeasible});
+    cases.push_back({"infeasible and a falling direction", p, ConvexStatus::kInfeasible});
     p = program({0, 0}, {{1, 0, 1}});
-    cases.push_back({"a product", p, ConvexStatus::nonconvex});
+    cases.push_back({"a product", p, ConvexStatus::kNonconvex});
     p.column_lower[0] = p.column_upper[0] = 2;
-    cases.push_back({"a product with a fixed column", p, ConvexStatus::optimal});
+    cases.push_back({"a product with a fixed column", p, ConvexStatus::kOptimal});
     p = program({-1, 0}, {{0, 0, 1e-9}});
     p.column_lower[0] = -kInf;
-    cases.push_back({"a minimum at 1e9", p, ConvexStatus::optimal});
+    cases.push_back({"a minimum at 1e9", p, ConvexStatus::kOptimal});
     return cases;
 }
 
@@ -248,10 +248,10 @@ TEST(QuadraticProgram, StatusesTellTheTruth) {
     for (const StatusCase& c : status_cases()) {
         const ConvexResult result = solve_convex(c.program, {});
         EXPECT_EQ(result.status, c.expected) << c.name;
-        if (c.expected == ConvexStatus::optimal && result.status == c.expected) {
+        if (c.expected == ConvexStatus::kOptimal && result.status == c.expected) {
             expect_optimal(c.program, result);
         }
-        if (c.expected == ConvexStatus::unbounded && result.status == c.expected) {
+        if (c.expected == ConvexStatus::kUnbounded && result.status == c.expected) {
             EXPECT_LT(dot(c.program.cost, result.ray), 0.0) << c.name;
             EXPECT_LT(objective_at(c.program, result.ray) - c.program.constant, 0.0) << c.name;
         }
@@ -315,14 +315,14 @@ TEST(QuadraticProgram, EveryDoubtfulProgramIsDecided) {
         const ConvexProgram p = random_doubtful_program(random);
         const ConvexResult result = solve_convex(p, {});
         switch (result.status) {
-            case ConvexStatus::optimal:
+            case ConvexStatus::kOptimal:
                 expect_optimal(p, result);
                 break;
-            case ConvexStatus::unbounded:
+            case ConvexStatus::kUnbounded:
                 ++unbounded;
                 expect_ray(p, result.ray);
                 break;
-            case ConvexStatus::infeasible: {
+            case ConvexStatus::kInfeasible: {
                 // A slack column a row makes it feasible: the squares must not vanish.
                 ++infeasible;
                 ConvexProgram elastic = p;
@@ -336,7 +336,7 @@ TEST(QuadraticProgram, EveryDoubtfulProgramIsDecided) {
                     elastic.hessian.push_back({slack, slack, 1e6});
                 }
                 const ConvexResult least = solve_convex(elastic, {});
-                EXPECT_EQ(least.status, ConvexStatus::optimal) << "seed " << seed;
+                EXPECT_EQ(least.status, ConvexStatus::kOptimal) << "seed " << seed;
                 EXPECT_GT(least.objective, 1e-7) << "seed " << seed;
                 break;
             }
@@ -364,7 +364,7 @@ TEST(QuadraticProgram, FailingKernelsHandOver) {
     const ConvexResult result = solve_convex(p, control);
     expect_optimal(p, result);
     EXPECT_EQ(calls, 1);
-    EXPECT_EQ(result.kernel, Kernel::proximal);
+    EXPECT_EQ(result.kernel, Kernel::kProximal);
 }
 
 TEST(QuadraticProgram, StopsOnInterruptAndDeadline) {
@@ -384,14 +384,14 @@ TEST(QuadraticProgram, StopsOnInterruptAndDeadline) {
         flag = 1;
     });
     const auto begin = std::chrono::steady_clock::now();
-    EXPECT_EQ(solve_convex(p, control).status, ConvexStatus::interrupted);
+    EXPECT_EQ(solve_convex(p, control).status, ConvexStatus::kInterrupted);
     other.join();
     control.stop = {};
     control.stop.deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(100);
-    EXPECT_EQ(solve_convex(p, control).status, ConvexStatus::time_limit);
+    EXPECT_EQ(solve_convex(p, control).status, ConvexStatus::kTimeLimit);
     const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - begin;
     EXPECT_LT(taken.count(), 20.0);
-    EXPECT_EQ(solve_convex(p, control).status, ConvexStatus::time_limit);
+    EXPECT_EQ(solve_convex(p, control).status, ConvexStatus::kTimeLimit);
 }
 
 }  // namespace

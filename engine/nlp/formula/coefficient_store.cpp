@@ -1,15 +1,12 @@
 // The nonlinear coefficients of a problem: factor * column * formula, added to a row.
 #include "engine/nlp/formula/coefficient_store.hpp"
+#include "engine/base/index.hpp"
 
 #include <algorithm>
 
 namespace qlx {
 
 namespace {
-
-std::size_t at(int index) {
-    return static_cast<std::size_t>(index);
-}
 
 // Room for `more` elements, growing geometrically.
 template <class T>

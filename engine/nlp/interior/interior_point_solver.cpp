@@ -176,30 +176,30 @@ void set_options(Ipopt::OptionsList& list, const LocalProblem& problem,
 LocalStatus status_of(Ipopt::ApplicationReturnStatus status) {
     switch (status) {
         case Ipopt::Solve_Succeeded:
-            return LocalStatus::solved;
+            return LocalStatus::kSolved;
         case Ipopt::Solved_To_Acceptable_Level:
         case Ipopt::Feasible_Point_Found:
         case Ipopt::Search_Direction_Becomes_Too_Small:
-            return LocalStatus::acceptable;
+            return LocalStatus::kAcceptable;
         case Ipopt::Infeasible_Problem_Detected:
-            return LocalStatus::infeasible;
+            return LocalStatus::kInfeasible;
         case Ipopt::Diverging_Iterates:
-            return LocalStatus::unbounded;
+            return LocalStatus::kUnbounded;
         case Ipopt::User_Requested_Stop:
-            return LocalStatus::stopped;
+            return LocalStatus::kStopped;
         case Ipopt::Maximum_Iterations_Exceeded:
-            return LocalStatus::iteration_limit;
+            return LocalStatus::kIterationLimit;
         case Ipopt::Maximum_CpuTime_Exceeded:
         case Ipopt::Maximum_WallTime_Exceeded:
-            return LocalStatus::time_limit;
+            return LocalStatus::kTimeLimit;
         case Ipopt::Not_Enough_Degrees_Of_Freedom:
-            return LocalStatus::too_many_equations;
+            return LocalStatus::kTooManyEquations;
         case Ipopt::Invalid_Problem_Definition:
-            return LocalStatus::inconsistent_bounds;
+            return LocalStatus::kInconsistentBounds;
         case Ipopt::Invalid_Number_Detected:
-            return LocalStatus::undefined_value;
+            return LocalStatus::kUndefinedValue;
         default:
-            return LocalStatus::failed;
+            return LocalStatus::kFailed;
     }
 }
 
@@ -238,7 +238,7 @@ bool InteriorPointSolver::is_available() noexcept {
 
 LocalAnswer InteriorPointSolver::solve(LocalProblem&, const LocalOptions&) {
     LocalAnswer answer;
-    answer.status = LocalStatus::unavailable;
+    answer.status = LocalStatus::kUnavailable;
     return answer;
 }
 

@@ -59,22 +59,22 @@ struct LocalOptions {
 };
 
 enum class LocalStatus {
-    solved,      // to the tolerance, by the solver's own account
-    acceptable,  // to a looser tolerance
-    infeasible,  // a point that locally minimises the violation
-    unbounded,   // the iterates diverge, or the solver failed on their way
-    iteration_limit,
-    time_limit,
-    stopped,
-    too_many_equations,  // more equations than columns that can move
-    inconsistent_bounds,
-    undefined_value,  // a function or derivative is not a number
-    failed,
-    unavailable,  // the build has no such solver
+    kSolved,      // to the tolerance, by the solver's own account
+    kAcceptable,  // to a looser tolerance
+    kInfeasible,  // a point that locally minimises the violation
+    kUnbounded,   // the iterates diverge, or the solver failed on their way
+    kIterationLimit,
+    kTimeLimit,
+    kStopped,
+    kTooManyEquations,  // more equations than columns that can move
+    kInconsistentBounds,
+    kUndefinedValue,  // a function or derivative is not a number
+    kFailed,
+    kUnavailable,  // the build has no such solver
 };
 
 struct LocalAnswer {
-    LocalStatus status = LocalStatus::failed;
+    LocalStatus status = LocalStatus::kFailed;
     int iterations = 0;
     double objective = 0.0;
     std::vector<double> x;

@@ -1,0 +1,24 @@
+// Decides "infeasible" and "unbounded": no kernel's claim counts without a proof.
+#pragma once
+
+#include "engine/core/problem.hpp"
+#include "engine/lp/lp_kernel.hpp"
+#include "engine/solve/solve_scope.hpp"
+
+namespace qlx {
+
+// Whether an outcome says that there is no optimum.
+[[nodiscard]] bool claims_no_optimum(KernelOutcome outcome) noexcept;
+
+// QLX_LP_INFEAS or QLX_LP_UNBOUNDED where the rays of the kernel's last solve, and its point if it
+// has a feasible one, prove it; else -1.
+[[nodiscard]] int status_by_rays(Problem& problem, LpKernel& kernel, const KernelResult& result,
+                                 double matrix_tolerance);
+
+// The same for a claim without rays, by linear programs that always have an optimum: least sum of
+// row violations (its duals are Farkas multipliers), then the best direction of the recession cone
+// within a unit box. -1 when neither is proven, QLX_LP_UNFINISHED when a limit stopped them.
+[[nodiscard]] int status_by_phase_one(Problem& problem, const SolveScope& scope,
+                                      const KernelOptions& options);
+
+}  // namespace qlx

@@ -1,0 +1,217 @@
+// Convex quadratic programs and quadratically constrained ones: between the store and engine/quad.
+#include <algorithm>
+#include <cmath>
+
+#include "engine/base/index.hpp"
+#include "engine/check/point_check.hpp"
+#include "engine/lp/live_model.hpp"
+#include "engine/lp/quadratic_kernel.hpp"
+#include "engine/quad/convex_program.hpp"
+#include "engine/solve/solve.hpp"
+#include "engine/solve/solve_scope.hpp"
+
+namespace qlx {
+
+namespace {
+
+// Half x'Qx takes a square's coefficient twice and a product's once.
+std::vector<quad::Triplet> hessian_of(const QuadraticForm& form, double factor) {
+    std::vector<quad::Triplet> hessian;
+    hessian.reserve(form.terms().size());
+    for (const QuadraticTerm& term : form.terms()) {
+        const double value = term.first == term.second ? 2 * term.coefficient : term.coefficient;
+        hessian.push_back({term.second, term.first, factor * value});
+    }
+    return hessian;
+}
+
+// The model as a minimisation, with the way back from its rows to the model's.
+class Statement {
+  public:
+    explicit Statement(Model& model) : model_(model), sense_(model.sense()) {
+        state_columns();
+        state_rows();
+    }
+
+    [[nodiscard]] const quad::ConvexProgram& program() const noexcept { return program_; }
+    [[nodiscard]] int linear_row(int index) const { return linear_rows_[at(index)]; }
+    [[nodiscard]] int quadratic_row(int index) const { return quadratic_rows_[at(index)]; }
+
+    // Duals of the model's rows, in the model's own sense.
+    [[nodiscard]] std::vector<double> duals(const quad::ConvexResult& result) const {
+        std::vector<double> duals(at(model_.num_rows()), 0.0);
+        for (std::size_t k = 0; k < result.row_dual.size(); ++k)
+            duals[at(linear_rows_[k])] = sense_ * result.row_dual[k];
+        for (std::size_t k = 0; k < result.quadratic_dual.size(); ++k)
+            duals[at(quadratic_rows_[k])] = sense_ * result.quadratic_dual[k];
+        return duals;
+    }
+
+  private:
+    void state_columns() {
+        program_.cost = model_.obj();
+        for (double& cost : program_.cost) cost *= sense_;
+        program_.constant = sense_ * model_.constant();
+        program_.hessian = hessian_of(model_.quadratic_objective(), sense_);
+        for (int col = 0; col < model_.num_cols(); ++col) {
+            const Sides bounds = model_.relaxed_bounds(col);
+            program_.column_lower.push_back(bounds.lower);
+            program_.column_upper.push_back(bounds.upper);
+        }
+    }
+
+    void state_rows() {
+        const auto& starts = model_.matrix().starts();
+        const auto& columns = model_.matrix().columns();
+        const auto& values = model_.matrix().values();
+        const auto& forms = model_.quadratic_rows();
+        for (int row = 0; row < model_.num_rows(); ++row) {
+            const Sides sides = model_.relaxed_sides(row);
+            const std::int64_t first = starts[at(row)];
+            const std::int64_t last = starts[at(row) + 1];
+            if (const auto form = forms.find(row); form != forms.end()) {
+                quadratic_rows_.push_back(row);
+                program_.quadratic_rows.push_back(
+                    {hessian_of(form->second, 1.0),
+                     {columns.begin() + first, columns.begin() + last},
+                     {values.begin() + first, values.begin() + last},
+                     sides.lower,
+                     sides.upper});
+                continue;
+            }
+            const int index = program_.row_count();
+            linear_rows_.push_back(row);
+            program_.row_lower.push_back(sides.lower);
+            program_.row_upper.push_back(sides.upper);
+            for (std::int64_t k = first; k < last; ++k)
+                program_.rows.push_back({index, columns[at(k)], values[at(k)]});
+        }
+    }
+
+    Model& model_;
+    const int sense_;
+    quad::ConvexProgram program_;
+    std::vector<int> linear_rows_;
+    std::vector<int> quadratic_rows_;
+};
+
+quad::ConvexControl control_of(Problem& problem, const SolveScope& scope) {
+    quad::ConvexControl control;
+    control.feasibility_tolerance = problem.controls.feastol;
+    control.optimality_tolerance = problem.controls.opttol;
+    control.iteration_budget = problem.controls.lpiterlimit;
+    control.stop.interrupt = &problem.stop_flag();
+    control.stop.look = [&problem] { problem.look_for_interrupt(); };
+    if (const double left = scope.seconds_left(); left < kInfinity) {
+        // A clock's range is finite; a limit of years is none.
+        const std::chrono::duration<double> seconds(std::min(left, 1e8));
+        control.stop.deadline =
+            std::chrono::steady_clock::now() +
+            std::chrono::duration_cast<std::chrono::steady_clock::duration>(seconds);
+    }
+    control.large_scale_qp = solve_large_quadratic;
+    return control;
+}
+
+std::string column_pair(Problem& problem, const quad::ModelPlace& place) {
+    if (place.first_column < 0) return "";
+    Names& names = problem.model.col_names();
+    const std::string first = names.name(place.first_column);
+    if (place.second_column < 0 || place.second_column == place.first_column)
+        return join(" in column \"", first, "\"");
+    return join(" in columns \"", first, "\" and \"", names.name(place.second_column), "\"");
+}
+
+void send_nonconvex(Problem& problem, const Statement& statement, const quad::ModelPlace& place) {
+    std::string where = "the objective";
+    if (place.quadratic_row >= 0) {
+        const int row = statement.quadratic_row(place.quadratic_row);
+        where = join("row \"", problem.model.row_names().name(row), "\"");
+    }
+    problem.send(QLX_MSG_ERROR, message::kNonconvex,
+                 join("The problem is not convex: ", where, " has negative curvature",
+                      column_pair(problem, place)));
+}
+
+// Keeps the point if it is feasible by our own evaluation of the store; true if it is.
+bool take_point(Problem& problem, const Statement& statement, const quad::ConvexResult& result) {
+    Model& model = problem.model;
+    if (result.x.size() != at(model.num_cols())) return false;
+    Solution solution;
+    solution.x = result.x;
+    solution.slack = row_activities(model, solution.x.data());
+    const PointCheck check =
+        check_point(model, solution.x.data(), solution.slack, false, problem.controls.inttol);
+    if (check.feasibility() > std::max(1e-6, 10 * problem.controls.feastol)) return false;
+    for (std::size_t row = 0; row < solution.slack.size(); ++row)
+        solution.slack[row] = model.rhs()[row] - solution.slack[row];
+    solution.objective = objective_value(model, solution.x.data());
+    solution.dual = statement.duals(result);
+    solution.dj = result.reduced_cost;
+    solution.dj.resize(solution.x.size(), 0.0);
+    for (double& dj : solution.dj) dj *= model.sense();
+    solution.valid = true;
+    problem.results.primal_infeasibility = check.feasibility();
+    problem.results.lp = std::move(solution);
+    return true;
+}
+
+struct Outcome {
+    int status;
+    int stop;
+    const char* text;
+};
+
+Outcome outcome_of(const Problem& problem, quad::ConvexStatus status) {
+    switch (status) {
+        case quad::ConvexStatus::kOptimal:
+            return {QLX_LP_OPTIMAL, QLX_STOP_NONE, "Optimal"};
+        case quad::ConvexStatus::kInfeasible:
+            return {QLX_LP_INFEAS, QLX_STOP_NONE, "Infeasible"};
+        case quad::ConvexStatus::kUnbounded:
+            return {QLX_LP_UNBOUNDED, QLX_STOP_NONE, "Unbounded"};
+        case quad::ConvexStatus::kNonconvex:
+            return {QLX_LP_NONCONVEX, QLX_STOP_NONE, "Not convex"};
+        case quad::ConvexStatus::kIterationLimit:
+            return {QLX_LP_UNFINISHED, QLX_STOP_ITERLIMIT, "Stopped early"};
+        case quad::ConvexStatus::kTimeLimit:
+            return {QLX_LP_UNFINISHED, QLX_STOP_TIMELIMIT, "Stopped early"};
+        case quad::ConvexStatus::kInterrupted:
+            return {QLX_LP_UNFINISHED,
+                    problem.stop_reason() != 0 ? problem.stop_reason() : QLX_STOP_USER,
+                    "Stopped early"};
+        case quad::ConvexStatus::kUnsupported:
+            fail(QLX_ERROR_UNSUPPORTED,
+                 "quadratic rows need the nonlinear interior point, which this build lacks");
+        default:
+            return {QLX_LP_UNSOLVED, QLX_STOP_NONE, "Not solved to the tolerances"};
+    }
+}
+
+}  // namespace
+
+void solve_quadratic(Problem& problem, const SolveScope& scope) {
+    send_start(problem, problem.model.quadratic_rows().empty() ? "QP" : "QCQP");
+    Results& results = problem.results;
+    if (problem.controls.lpiterlimit == 0) {
+        // The caller wants the model handed over and nothing solved.
+        problem.live_model().hand_over_quadratic(problem.model, problem.controls.matrixtol);
+        results.lp_status = QLX_LP_UNFINISHED;
+        results.stop_status = QLX_STOP_ITERLIMIT;
+        return send_end(problem, "Stopped early", kNoValue);
+    }
+    const Statement statement(problem.model);
+    const quad::ConvexResult result =
+        quad::solve_convex(statement.program(), control_of(problem, scope));
+    Outcome outcome = outcome_of(problem, result.status);
+    results.barrier_iterations = result.iterations;
+    if (outcome.status == QLX_LP_NONCONVEX) send_nonconvex(problem, statement, result.place);
+    const bool has_answer = outcome.status == QLX_LP_OPTIMAL || outcome.status == QLX_LP_UNFINISHED;
+    if (has_answer && !take_point(problem, statement, result) && outcome.status == QLX_LP_OPTIMAL)
+        outcome = outcome_of(problem, quad::ConvexStatus::kNumericalFailure);
+    results.lp_status = outcome.status;
+    results.stop_status = outcome.stop;
+    send_end(problem, outcome.text, results.lp.objective);
+}
+
+}  // namespace qlx
