@@ -39,7 +39,7 @@ const Solution& mip_solution(Problem& p) {
 // Gradients of the rows' quadratic terms times their duals, taken off the reduced costs.
 std::vector<double> reduced_costs_at(Model& model, const double* duals, const double* x) {
     std::vector<double> djs =
-        reduced_costs(model, std::vector<double>(duals, duals + model.num_rows()));
+        reduced_costs(model, std::vector<double>(duals, duals + model.num_rows())).value;
     const bool quadratic = !model.quadratic_objective().empty() || !model.quadratic_rows().empty();
     if (!quadratic) return djs;
     require_array(x, model.num_cols(), "solution");

@@ -39,14 +39,14 @@ bool take_point(Problem& problem, const LpKernel& kernel, const KernelResult& re
         check_point(model, solution.x.data(), solution.slack, false, problem.controls.inttol);
     if (check.feasibility() > std::max(kPrimalTolerance, 10 * problem.controls.feastol))
         return false;
-    for (std::size_t row = 0; row < solution.slack.size(); ++row)
-        solution.slack[row] = model.rhs()[row] - solution.slack[row];
     solution.objective = objective_value(model, solution.x.data());
     bool optimal = result.outcome == KernelOutcome::kOptimal;
     if (result.has_duals) {
         solution.dual = kernel.row_dual();
-        solution.dj = reduced_costs(model, solution.dual);
-        const DualCheck duals = check_duals(model, solution.objective, solution.dual, solution.dj);
+        ReducedCosts djs = reduced_costs(model, solution.dual);
+        const DualCheck duals =
+            check_duals(model, solution.x, solution.slack, solution.objective, solution.dual, djs);
+        solution.dj = std::move(djs.value);
         optimal = optimal &&
                   duals.infeasibility <= std::max(kDualTolerance, 10 * problem.controls.opttol) &&
                   duals.gap <= std::max(kGapTolerance, 10 * problem.controls.opttol);
@@ -54,6 +54,8 @@ bool take_point(Problem& problem, const LpKernel& kernel, const KernelResult& re
         solution.dual.assign(model.rhs().size(), 0.0);
         solution.dj.assign(model.lb().size(), 0.0);
     }
+    for (std::size_t row = 0; row < solution.slack.size(); ++row)
+        solution.slack[row] = model.rhs()[row] - solution.slack[row];
     solution.valid = true;
     problem.results.primal_infeasibility = check.feasibility();
     problem.results.lp = std::move(solution);
