@@ -194,6 +194,32 @@ TEST(LpBounds, RandomModelsAgreeWithTheEnumerationOfVertices) {
     EXPECT_GT(infeasible, 100);
 }
 
+// The first-order method never ends on some of these; what it may take is bounded.
+TEST(LpBounds, TheFirstOrderMethodGivesWayInTime) {
+    std::int64_t most = 0;
+    int gave_way = 0;
+    for (unsigned seed = 1; seed <= 100; ++seed) {
+        Random random(seed);
+        const Box box = random_box(random);
+        const auto best = least_cost(box, 1e-12L);
+        TestProblem p;
+        state(p, box, 1);
+        p.control("lpmethod", 4);
+        ASSERT_EQ(QLXlpoptimize(p, ""), 0) << p.error();
+        EXPECT_EQ(p.integer("lpstatus"), best ? QLX_LP_OPTIMAL : QLX_LP_INFEAS) << seed;
+        if (best) {
+            const auto expected = static_cast<double>(*best);
+            EXPECT_NEAR(p.real(QLX_ATTRIB_LPOBJVAL), expected, 2e-6 * (1 + std::fabs(expected)))
+                << seed;
+        }
+        most = std::max<std::int64_t>(most, p.integer("firstorderiter"));
+        gave_way += p.integer("firstorderiter") > 0 && p.integer("simplexiter") > 0 ? 1 : 0;
+    }
+    std::printf("most %lld iterations, gave way %d times\n", static_cast<long long>(most),
+                gave_way);
+    EXPECT_LE(most, 30'000);
+}
+
 // Points and duals of the same rows with costs that are more or less off: what passes for optimal
 // is as good as the optimum.
 TEST(LpBounds, NoWrongPointPassesForOptimal) {
