@@ -107,8 +107,9 @@ constexpr void add_size(TextWriter& text, const Size& size) {
             text.add(", one for each of first .. last and the end");
             break;
         case Size::Kind::kAttribute:
-            text.add(size.attribute == QLX_ATTRIB_ROWS ? ", one for each row"
-                                                       : ", one for each column");
+            text.add(", one for each ", size.attribute == QLX_ATTRIB_ROWS   ? "row"
+                                        : size.attribute == QLX_ATTRIB_COLS ? "column"
+                                                                            : "member of a set");
             break;
         case Size::Kind::kCounted:
             text.add(", as many as there are");
@@ -136,20 +137,21 @@ constexpr void add_argument_type(TextWriter& text, const Row& row, const Form& f
     add_size(text, form.size);
     const bool none = (is_output && row.texts.missing == nullptr) || form.optional;
     if (none) {
-        text.add(is_output ? "; None: not wanted" : Form::kInRange ? "; None: all" : "; None: not given");
+        text.add(is_output        ? "; None: not wanted"
+                 : Form::kInRange ? "; None: all"
+                                  : "; None: not given");
     }
 }
 
+// The line from which the interpreter takes the signature.
 template <class Row>
 constexpr void add_call(TextWriter& text, const Row& row) {
-    text.add(row.texts.name, "(");
-    bool is_first = true;
+    text.add(row.texts.name, "($self");
     std::apply(
         [&](const auto&... form) {
             const auto add = [&](const auto& one) {
                 if constexpr (std::remove_cvref_t<decltype(one)>::kHasKeyword) {
-                    text.add(is_first ? "" : ", ", one.keyword, one.optional ? "=None" : "");
-                    is_first = false;
+                    text.add(", ", one.keyword, one.optional ? "=None" : "");
                 }
             };
             (add(form), ...);

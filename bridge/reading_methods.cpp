@@ -7,20 +7,7 @@ namespace {
 
 constexpr const char* kEmptyRows = "Empty range of rows requested";
 constexpr const char* kEmptyColumns = "Empty range of columns requested";
-
-// The library's function, which also counts the members of all sets.
-int get_global(QLXprob prob, int* nents, int* nsets, int64_t* nmembers, char* enttype, int* entcol,
-               double* limit, char* settype, int64_t* setstart, int* setcol, double* refval) {
-    int status = QLXgetglobal64(prob, nents, nsets, nullptr, nullptr, nullptr, nullptr, nullptr,
-                                nullptr, nullptr);
-    if (status != 0) return status;
-    std::vector<int64_t> starts(static_cast<size_t>(*nsets) + 1);
-    status = QLXgetglobal64(prob, nullptr, nullptr, enttype, entcol, limit, settype, starts.data(),
-                            setcol, refval);
-    *nmembers = starts.back();
-    if (setstart != nullptr) std::ranges::copy(starts, setstart);
-    return status;
-}
+constexpr Size kPerMember{.kind = Size::Kind::kAttribute, .attribute = QLX_ATTRIB_SETMEMBERS};
 
 constexpr LibraryMethod kGetIndexFromName{
     {.name = "getIndexFromName",
@@ -61,17 +48,16 @@ constexpr LibraryMethod kGetcoltype{
 constexpr LibraryMethod kGetglobal{
     {.name = "getglobal",
      .purpose = "Get the columns that are not continuous, and the special ordered sets."},
-    get_global,
+    QLXgetglobal64,
     Reported<int>{"nents"},
     Reported<int>{"nsets"},
-    Reported<int64_t>{"nmembers"},
     Output<kCharacter>{"qgtype", counted("nents"), "types of the columns"},
     Output<kInt32>{"mgcols", counted("nents"), "indices of the columns"},
     Output<kDouble>{"dlim", counted("nents"), "limits of the columns"},
     Output<kCharacter>{"qstype", counted("nsets"), "types of the sets: '1' or '2'"},
     Output<kInt64>{"msstart", starts_of_counted("nsets"), "where each set's members begin"},
-    Output<kColumnIndex>{"mscols", counted("nmembers"), "columns of the members"},
-    Output<kDouble>{"dref", counted("nmembers"), "reference values of the members"}};
+    Output<kColumnIndex>{"mscols", kPerMember, "columns of the members"},
+    Output<kDouble>{"dref", kPerMember, "reference values of the members"}};
 constexpr LibraryMethod kGetindicators{
     {.name = "getindicators", .purpose = "Get the indicator conditions of rows."},
     QLXgetindicators,

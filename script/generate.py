@@ -64,6 +64,7 @@ def method_page():
             lines += [f"## {title}", ""]
             previous = title
         signature, _, body = text.partition("\n--\n\n")
+        signature = re.sub(r"\$self(, )?", "", signature)
         lines += [f"### {name}", "", f"`{signature}`", ""]
         # An argument's line may be followed by indented ones.
         body = re.sub(r"\n    (?=\S)", " ", body)
