@@ -8,7 +8,6 @@
 extern "C" {
 
 // clang-format off
-NOT_AVAILABLE(QSLPcopyprob, dest, (QSLPprob dest, QSLPprob, const char*))
 NOT_AVAILABLE(QSLPchgccoef, prob, (QSLPprob prob, int, int, const double*, const char*))
 NOT_AVAILABLE(QSLPgetccoef, prob, (QSLPprob prob, int, int, double*, char*, int))
 NOT_AVAILABLE(QSLPadddfs, prob, (QSLPprob prob, int, const int*, const int*, const double*))

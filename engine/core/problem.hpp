@@ -52,7 +52,7 @@ struct qlx_problem {
     [[nodiscard]] qlx::LiveModel& live_model();
     void drop_live_model() noexcept;
     // Results of another model must not stay readable.
-    void forget_results() { results = {}; }
+    void forget_results();
 
     qlx::LastError error;
     qlx::Ownership ownership;
