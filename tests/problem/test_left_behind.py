@@ -24,7 +24,8 @@ PROGRAM = """
         some = random.sample(range(count), 20)
         problem.addConstraint(
             quilex.Sum(random.randint(1, 60) * x[j] for j in some) <= random.randint(50, 99))
-    problem.setObjective(quilex.Sum((j % 100 + 1) * v for j, v in enumerate(x)), sense=quilex.maximize)
+    profit = quilex.Sum((j % 100 + 1) * v for j, v in enumerate(x))
+    problem.setObjective(profit, sense=quilex.maximize)
 
     seconds = 2.0
     if sys.argv[1] == "ctrl-c":
