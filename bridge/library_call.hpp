@@ -14,7 +14,7 @@
 #include "bridge/integers.hpp"
 #include "module/boundary.hpp"
 #include "problem/access.hpp"
-#include "problem/transfer/released_body.hpp"
+#include "problem/row_gate.hpp"
 
 namespace quilex {
 
@@ -139,10 +139,11 @@ Ref library_method(PyObject* self, PyObject* arguments, PyObject* keywords) {
                 std::get<I>(Call.forms).convert(problem, objects[I].get(), length)...};
         // A conversion may have run Python code that used the problem.
         changing(self);
-        (settle_constraints(
-             problem,
-             rows_in<std::remove_cvref_t<decltype(std::get<I>(Call.forms))>>(std::get<I>(values)),
-             Stated::kHasColumns),
+        constexpr RowChange change =
+            Stated::kHasColumns ? RowChange::kCoefficients : RowChange::kSides;
+        (settle_rows(
+             problem, change,
+             rows_in<std::remove_cvref_t<decltype(std::get<I>(Call.forms))>>(std::get<I>(values))),
          ...);
         if constexpr (Stated::kHasArrays) {
             require_library(self,
