@@ -103,7 +103,8 @@ int problem_init(PyObject* self, PyObject* arguments, PyObject* keywords) {
 // Sees to it that no constraint refers to the problem any more.
 void part_from_constraints(Problem* problem) noexcept {
     if (!guarded([&] { settle_rows(problem, RowChange::kEnd); })) {
-        PyErr_WriteUnraisable(as_object(problem));
+        // Not the problem itself: to a report it would be alive again, and die once more after it.
+        PyErr_WriteUnraisable(as_object(Py_TYPE(problem)));
     }
 }
 
@@ -219,7 +220,7 @@ PyTypeObject problem_type = make_problem_type();
 
 PyMethodDef identity_methods[] = {
     {"name", method<problem_name>, METH_NOARGS,
-     "name()\n--\n\nThe problem's name; 'noname' when none was given."},
+     "name($self)\n--\n\nThe problem's name; 'noname' when none was given."},
     {"__reduce__", method<problem_reduce>, METH_NOARGS, "Problems cannot be pickled."},
     {nullptr, nullptr, 0, nullptr}};
 

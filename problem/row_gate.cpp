@@ -1,6 +1,7 @@
 // The one gate for what happens to rows.
 #include "problem/row_gate.hpp"
 
+#include "module/environment.hpp"
 #include "module/library_error.hpp"
 #include "problem/transfer/dormant_constraints.hpp"
 #include "problem/transfer/released_body.hpp"
@@ -83,7 +84,8 @@ void settle_rows(Problem* problem, RowChange change, std::span<const int> indice
             return settle_held_rows(problem);
         case RowChange::kEnd:
             try {
-                settle_held_rows(problem);
+                // Once the library is off, at the interpreter's end, nobody asks for a body.
+                if (qlx_py_env.initialised != 0) settle_held_rows(problem);
             } catch (...) {
                 forget_released_bodies(problem);
                 throw;
