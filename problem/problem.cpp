@@ -50,7 +50,7 @@ void destroy_library_problems(Problem* problem) noexcept {
     if (status != 0) {
         const PendingException kept;
         set_library_error(as_object(problem));
-        PyErr_WriteUnraisable(as_object(problem));
+        PyErr_WriteUnraisable(as_object(&problem_type));
     }
     problem->slpprob = nullptr;
     problem->prob = nullptr;
@@ -112,7 +112,7 @@ void part_from_constraints(Problem* problem) noexcept {
     } catch (...) {
         set_python_error_from_current_exception();
         // Not the problem itself: to a report it would be alive again, and die once more after it.
-        PyErr_WriteUnraisable(as_object(Py_TYPE(problem)));
+        PyErr_WriteUnraisable(as_object(&problem_type));
     }
     forget_released_bodies(problem);
 }
