@@ -83,18 +83,18 @@ int QLXgetstringcontrol(QLXprob prob, int id, char* value, int size, int* length
 }
 
 int QLXsetintcontrol(QLXprob prob, int id, int value) {
-    return change(prob, "QLXsetintcontrol",
-                  [&](Problem& p) { set_integer_control(p, Handle::kProblem, id, value); });
+    return control(prob, "QLXsetintcontrol",
+                   [&](Problem& p) { set_integer_control(p, Handle::kProblem, id, value); });
 }
 
 int QLXsetdblcontrol(QLXprob prob, int id, double value) {
-    return change(prob, "QLXsetdblcontrol",
-                  [&](Problem& p) { set_real_control(p, Handle::kProblem, id, value); });
+    return control(prob, "QLXsetdblcontrol",
+                   [&](Problem& p) { set_real_control(p, Handle::kProblem, id, value); });
 }
 
 int QLXsetstrcontrol(QLXprob prob, int id, const char* value) {
-    return change(prob, "QLXsetstrcontrol",
-                  [&](Problem& p) { set_text_control(p, Handle::kProblem, id, value); });
+    return control(prob, "QLXsetstrcontrol",
+                   [&](Problem& p) { set_text_control(p, Handle::kProblem, id, value); });
 }
 
 int QLXgetcalist_c(QLXprob, const char* const** names, const int** ids, const int** flags) {
@@ -129,7 +129,7 @@ int QLXgetparamdoc(int control, int id, char* description, char* range, char* in
 }
 
 int QLXcopycontrols(QLXprob dest, QLXprob src) {
-    return change(dest, "QLXcopycontrols", [&](Problem& p) {
+    return control(dest, "QLXcopycontrols", [&](Problem& p) {
         if (src == nullptr) fail(QLX_ERROR_ARGUMENT, "src is null");
         const Use use(src->ownership, Access::kRead);
         copy_controls(Handle::kProblem, p.controls, src->controls);
@@ -148,14 +148,14 @@ int QLXdumpcontrols(QLXprob prob) {
 }
 
 int QLXsetdefaultcontrol(QLXprob prob, int id) {
-    return change(prob, "QLXsetdefaultcontrol", [&](Problem& p) {
+    return control(prob, "QLXsetdefaultcontrol", [&](Problem& p) {
         copy_control(control_of(Handle::kProblem, id), p.controls, Controls{});
     });
 }
 
 int QLXsetdefaults(QLXprob prob) {
-    return change(prob, "QLXsetdefaults",
-                  [](Problem& p) { copy_controls(Handle::kProblem, p.controls, Controls{}); });
+    return control(prob, "QLXsetdefaults",
+                   [](Problem& p) { copy_controls(Handle::kProblem, p.controls, Controls{}); });
 }
 
 }  // extern "C"

@@ -54,19 +54,19 @@ int QSLPgetstrcontrol(QSLPprob prob, int id, char* value) {
 }
 
 int QSLPsetintcontrol(QSLPprob prob, int id, int value) {
-    return nonlinear_change(prob, "QSLPsetintcontrol", [&](NonlinearProblem& p) {
+    return nonlinear_control(prob, "QSLPsetintcontrol", [&](NonlinearProblem& p) {
         set_integer_control(p.linear, kHandle, id, value);
     });
 }
 
 int QSLPsetdblcontrol(QSLPprob prob, int id, double value) {
-    return nonlinear_change(prob, "QSLPsetdblcontrol", [&](NonlinearProblem& p) {
+    return nonlinear_control(prob, "QSLPsetdblcontrol", [&](NonlinearProblem& p) {
         set_real_control(p.linear, kHandle, id, value);
     });
 }
 
 int QSLPsetstrcontrol(QSLPprob prob, int id, const char* value) {
-    return nonlinear_change(prob, "QSLPsetstrcontrol", [&](NonlinearProblem& p) {
+    return nonlinear_control(prob, "QSLPsetstrcontrol", [&](NonlinearProblem& p) {
         set_text_control(p.linear, kHandle, id, value);
     });
 }
@@ -93,7 +93,7 @@ int QSLPgetstrattrib(QSLPprob prob, int id, char* value) {
 }
 
 int QSLPcopycontrols(QSLPprob dest, QSLPprob src) {
-    return nonlinear_change(dest, "QSLPcopycontrols", [&](NonlinearProblem& p) {
+    return nonlinear_control(dest, "QSLPcopycontrols", [&](NonlinearProblem& p) {
         if (src == nullptr) fail(QLX_ERROR_ARGUMENT, "src is null");
         const Use use(src->linear.ownership, Access::kRead);
         copy_controls(kHandle, p.linear.controls, src->linear.controls);

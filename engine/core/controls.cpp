@@ -16,6 +16,8 @@ void set_objective_sense(Problem& problem, double value) {
     if (value != 1 && value != -1)
         fail(QLX_ERROR_ARGUMENT, "control objsense cannot be ", value,
              ", must be 1 (minimise) or -1 (maximise)");
+    if (problem.ownership.solving())
+        fail(QLX_ERROR_STATE, "control objsense cannot be set while the problem is being solved");
     problem.model.set_sense(value < 0 ? -1 : 1);
 }
 

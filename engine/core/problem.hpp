@@ -8,6 +8,7 @@
 #include "engine/base/index_stamps.hpp"
 #include "engine/base/live_counts.hpp"
 #include "engine/core/controls.hpp"
+#include "engine/core/events.hpp"
 #include "engine/core/interrupt_check.hpp"
 #include "engine/core/messages.hpp"
 #include "engine/core/ownership.hpp"
@@ -59,6 +60,7 @@ struct qlx_problem {
     qlx::Controls controls;
     qlx::Model model;
     qlx::Results results;
+    qlx::Events events;
     qlx::Messages messages;
     qlx::InterruptCheck interrupt_check;
     qlx::IndexStamps index_stamps;  // kept, so that checking a row costs no pass over all columns
