@@ -50,7 +50,7 @@ void destroy_library_problems(Problem* problem) noexcept {
     if (status != 0) {
         const PendingException kept;
         set_library_error(as_object(problem));
-        PyErr_WriteUnraisable(as_object(problem));
+        PyErr_WriteUnraisable(as_object(&problem_type));
     }
     problem->slpprob = nullptr;
     problem->prob = nullptr;
@@ -104,7 +104,7 @@ int problem_init(PyObject* self, PyObject* arguments, PyObject* keywords) {
 void part_from_constraints(Problem* problem) noexcept {
     if (!guarded([&] { settle_rows(problem, RowChange::kEnd); })) {
         // Not the problem itself: to a report it would be alive again, and die once more after it.
-        PyErr_WriteUnraisable(as_object(Py_TYPE(problem)));
+        PyErr_WriteUnraisable(as_object(&problem_type));
     }
 }
 
