@@ -34,7 +34,15 @@ const NonlinearControlRow& real_control(int id) {
                      "a double");
 }
 
+// The sense is the model's: the control shows it and sets it.
+bool is_sense(const NonlinearControlRow& row) noexcept {
+    return row.real == &NonlinearControls::objsense;
+}
+
 void require_in_range(const NonlinearControlRow& row, double value) {
+    if (is_sense(row) && value != 1 && value != -1)
+        fail(QLX_ERROR_ARGUMENT, "control ", row.name, " cannot be ", value,
+             ", must be 1 (minimise) or -1 (maximise)");
     if (!(value >= row.least && value <= row.largest))
         fail(QLX_ERROR_ARGUMENT, "control ", row.name, " cannot be ", value, ", must be ",
              row.least, " .. ", row.largest);
@@ -119,7 +127,8 @@ int QSLPgetintcontrol(QSLPprob prob, int id, int* value) {
 int QSLPgetdblcontrol(QSLPprob prob, int id, double* value) {
     return nonlinear_read(prob, "QSLPgetdblcontrol", [&](NonlinearProblem& p) {
         require_array(value, 1, "value");
-        *value = p.controls.*real_control(id).real;
+        const NonlinearControlRow& row = real_control(id);
+        *value = is_sense(row) ? p.linear.model.sense() : p.controls.*row.real;
     });
 }
 
@@ -140,6 +149,7 @@ int QSLPsetdblcontrol(QSLPprob prob, int id, double value) {
     return nonlinear_change(prob, "QSLPsetdblcontrol", [&](NonlinearProblem& p) {
         const NonlinearControlRow& row = real_control(id);
         require_in_range(row, value);
+        if (is_sense(row)) p.linear.model.set_sense(static_cast<int>(value));
         p.controls.*row.real = value;
     });
 }

@@ -89,7 +89,7 @@ double objective_value(const Model& model, const double* x) {
 }
 
 PointCheck check_point(Model& model, const double* x, const std::vector<double>& activities,
-                       bool integral, double integrality_tolerance) {
+                       bool integral) {
     PointCheck check;
     check.bounds = bound_violation(model, x);
     for (int row = 0; row < model.num_rows(); ++row) {
@@ -97,11 +97,12 @@ PointCheck check_point(Model& model, const double* x, const std::vector<double>&
         double away = outside(activities[at(row)], sides.lower, sides.upper);
         if (away <= 0) continue;
         if (const auto found = model.indicators().find(row); found != model.indicators().end()) {
+            // A switch between its values is a violation of its type.
             const double switched = x[found->second.column];
-            if (!integral || std::fabs(switched - found->second.active) > integrality_tolerance)
-                continue;
+            if (!integral || std::fabs(switched - found->second.active) > 0.5) continue;
         }
-        double magnitude = 1;
+        double magnitude =
+            std::max(1.0, std::fabs(activities[at(row)] < sides.lower ? sides.lower : sides.upper));
         const auto columns = model.matrix().row_columns(row);
         const auto values = model.matrix().row_values(row);
         for (std::size_t k = 0; k < columns.size(); ++k)

@@ -69,7 +69,7 @@ quad::KernelClaim claim_of(HighsModelStatus status) {
 }  // namespace
 
 quad::KernelAnswer solve_large_quadratic(const quad::QuadraticModel& model,
-                                         const quad::StopRule& rule, int iterations) {
+                                         const StopRule& rule, int iterations) {
     quad::KernelAnswer answer;
     Highs highs;
     highs.setOptionValue("output_flag", false);
@@ -77,11 +77,8 @@ quad::KernelAnswer solve_large_quadratic(const quad::QuadraticModel& model,
     highs.setOptionValue("run_crossover", std::string("off"));
     highs.setOptionValue("small_matrix_value", 1e-12);
     highs.setOptionValue("ipm_iteration_limit", iterations);
-    if (rule.deadline) {
-        const std::chrono::duration<double> left =
-            *rule.deadline - std::chrono::steady_clock::now();
-        highs.setOptionValue("time_limit", std::max(left.count(), 1e-3));
-    }
+    if (rule.has_deadline())
+        highs.setOptionValue("time_limit", std::max(rule.seconds_left(), 1e-3));
     highs.setCallback([&rule](int, const std::string&, const HighsCallbackOutput*,
                               HighsCallbackInput* input, void*) {
         if (input != nullptr) input->user_interrupt = rule.stop();

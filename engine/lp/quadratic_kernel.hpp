@@ -8,6 +8,6 @@ namespace qlx {
 // Fits ConvexControl::large_scale_qp. Where the companion library of HiPO is missing, HiGHS falls
 // back to another method; the answer's claim is then `failed`.
 quad::KernelAnswer solve_large_quadratic(const quad::QuadraticModel& model,
-                                         const quad::StopRule& rule, int iterations);
+                                         const StopRule& rule, int iterations);
 
 }  // namespace qlx
