@@ -435,6 +435,8 @@ stop_iterlimit: int
 stop_mipgap: int
 stop_sollimit: int
 stop_user: int
+stop_cutoff: int
+stop_numerics: int
 type_notdefined: int
 type_int: int
 type_int64: int
