@@ -1,9 +1,19 @@
 // The one environment record, and the switching of the library.
 #pragma once
 
+#include <qlx/qlx.h>
+#include <qlx/qslp.h>
+
 #include "module/failure.hpp"
 
 namespace quilex {
+
+// The library's side of an object: what keeps the text of its last error. Null where it has none.
+struct LibraryHandles {
+    QLXbranchobject branch_object = nullptr;
+    QLXprob prob = nullptr;
+    QSLPprob nonlinear_prob = nullptr;
+};
 
 // All module-wide state. One static instance, guarded by the interpreter lock.
 struct Environment {
@@ -21,6 +31,10 @@ struct Environment {
     // An exception that a callback raised on a thread that Python does not know, kept for the
     // caller (module/library_error.hpp).
     PyObject* deferred_exception = nullptr;
+    // Fills the tables of controls and attributes once the library is on; nonzero with an exception
+    // set where that fails and `report` is not 0. Set at start-up, as are the handles' owners.
+    int (*fill_tables)(int report) noexcept = nullptr;
+    LibraryHandles (*handles_of)(PyObject* object) noexcept = nullptr;
 };
 
 extern Environment qlx_py_env;
