@@ -4,6 +4,7 @@
 #include <qlx/qlx.h>
 #include <qlx/qslp.h>
 
+#include "module/deferred_exceptions.hpp"
 #include "module/failure.hpp"
 
 namespace quilex {
@@ -28,11 +29,11 @@ struct Environment {
     int32_t initialised = 0;
     // -1 before the nonlinear solver was first seen, then 1; 0 when it cannot be started.
     int32_t nonlinear_state = 0;
-    // An exception that a callback raised on a thread that Python does not know, kept for the
-    // caller (module/library_error.hpp).
-    PyObject* deferred_exception = nullptr;
+    // What callbacks raised on threads that Python does not know, kept for the callers
+    // (module/deferred_exceptions.hpp).
+    DeferredExceptions deferred_exceptions;
     // Fills the tables of controls and attributes once the library is on; nonzero with an exception
-    // set where that fails and `report` is not 0. Set at start-up, as are the handles' owners.
+    // set where that fails and `report` is not 0. Set at start-up, as is the handles' reader.
     int (*fill_tables)(int report) noexcept = nullptr;
     LibraryHandles (*handles_of)(PyObject* object) noexcept = nullptr;
 };

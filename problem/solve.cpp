@@ -64,7 +64,7 @@ Ref problem_solve(PyObject* self, PyObject* arguments, PyObject* keywords) {
     }
     drop_results(problem);
     // An exception raised in a callback, or Ctrl-C, counts more than the library's status.
-    if (PyErr_Occurred()) throw PythonFailure();
+    if (callback_failed(self)) throw PythonFailure();
     require_library(self, status);
     return none();
 }
