@@ -3,6 +3,8 @@
 import copy
 import gc
 import pickle
+import subprocess
+import sys
 import weakref
 
 import pytest
@@ -93,3 +95,18 @@ def test_many_problems_come_and_go():
         problem.setObjective(x, sense=quilex.maximize)
         problem.solve()
         assert problem.getObjVal() == pytest.approx(0.5)
+
+
+def test_a_problem_that_outlives_the_library_ends_quietly():
+    program = (
+        "import quilex\n"
+        "p = quilex.problem()\n"
+        "x = quilex.var(ub=1)\n"
+        "p.addVariable(x)\n"
+        "row = x <= 1\n"
+        "p.addConstraint(row)\n"
+        "quilex.addcbmsghandler(lambda *_: p, row, 0)\n"  # held until the interpreter's end
+        "p.solve()\n"
+    )
+    result = subprocess.run([sys.executable, "-c", program], capture_output=True, text=True)
+    assert (result.returncode, result.stderr) == (0, "")
