@@ -97,7 +97,7 @@ def test_many_problems_come_and_go():
         assert problem.getObjVal() == pytest.approx(0.5)
 
 
-# The handler is held until the interpreter's end, and the problem by it; the library is off by then.
+# The handler, and by it the problem, are held until the interpreter's end, when the library is off.
 OUTLIVED = """
 import quilex
 p = quilex.problem()
