@@ -11,6 +11,12 @@
 
 namespace qlx {
 
+inline constexpr double kInfiniteSide = 1e20;
+
+[[nodiscard]] inline bool is_finite_side(double side) noexcept {
+    return std::fabs(side) < kInfiniteSide;
+}
+
 // A sparse matrix compressed by rows or by columns; start has one place more than there are of
 // those. Entries of at most `dropped` in size count as 0.
 struct MatrixView {
@@ -42,7 +48,7 @@ struct MatrixView {
 
 // minimise cost'x, row_lower <= Ax <= row_upper, lower <= x <= upper; sides of 1e20 and beyond are
 // infinite.
-struct LinearView {
+struct ProgramView {
     MatrixView matrix;
     std::span<const double> cost, lower, upper;
     std::span<const double> row_lower, row_upper;
@@ -56,7 +62,7 @@ struct LinearStatement {
     std::vector<int> row;
     std::vector<double> value;
 
-    [[nodiscard]] LinearView view() const noexcept;
+    [[nodiscard]] ProgramView view() const noexcept;
 };
 
 }  // namespace qlx

@@ -6,8 +6,6 @@
 #include <cmath>
 #include <cstddef>
 
-#include "engine/base/infinity.hpp"
-
 namespace qlx {
 
 namespace {
@@ -46,7 +44,7 @@ std::vector<double> without_rounding(std::span<const double> given, double short
 }
 
 // The multipliers whose row has the side that they need; sums up the least activity they allow.
-std::vector<double> usable_multipliers(const LinearView& program, std::span<const double> given,
+std::vector<double> usable_multipliers(const ProgramView& program, std::span<const double> given,
                                        double factor, Tally& least) {
     std::vector<double> multipliers(given.size(), 0.0);
     for (std::size_t row = 0; row < given.size(); ++row) {
@@ -59,7 +57,7 @@ std::vector<double> usable_multipliers(const LinearView& program, std::span<cons
     return multipliers;
 }
 
-bool proves_infeasible_with(const LinearView& program, std::span<const double> given,
+bool proves_infeasible_with(const ProgramView& program, std::span<const double> given,
                             double factor) {
     Tally gap;
     const std::vector<double> multipliers = usable_multipliers(program, given, factor, gap);
@@ -84,14 +82,14 @@ bool leaves(const Tally& movement, double lower, double upper) {
            (movement.is_negative() && is_finite_side(lower));
 }
 
-bool meets_rows(const LinearView& program, std::span<const double> direction) {
+bool meets_rows(const ProgramView& program, std::span<const double> direction) {
     const std::vector<Tally> movement = product(program.matrix, direction);
     for (std::size_t row = 0; row < movement.size(); ++row)
         if (leaves(movement[row], program.row_lower[row], program.row_upper[row])) return false;
     return true;
 }
 
-Tally cost_along(const LinearView& program, std::span<const double> direction) {
+Tally cost_along(const ProgramView& program, std::span<const double> direction) {
     Tally slope;
     for (std::size_t column = 0; column < direction.size(); ++column)
         slope.add(program.cost[column] * direction[column]);
@@ -99,7 +97,7 @@ Tally cost_along(const LinearView& program, std::span<const double> direction) {
 }
 
 // Bounds hold exactly: what is against one is taken out if it is rounding, and else it is no way.
-bool clear_against_bounds(const LinearView& program, double longest,
+bool clear_against_bounds(const ProgramView& program, double longest,
                           std::vector<double>& direction) {
     for (std::size_t column = 0; column < direction.size(); ++column) {
         double& step = direction[column];
@@ -122,7 +120,7 @@ bool Tally::is_negative() const noexcept {
     return sum < -kRounding * size;
 }
 
-bool proves_infeasible(const LinearView& program, std::span<const double> multipliers) {
+bool proves_infeasible(const ProgramView& program, std::span<const double> multipliers) {
     if (multipliers.size() != program.row_lower.size()) return false;
     for (const double shortest : kShortest) {
         const std::vector<double> cleared = without_rounding(multipliers, shortest);
@@ -133,7 +131,7 @@ bool proves_infeasible(const LinearView& program, std::span<const double> multip
     return false;
 }
 
-std::vector<double> recession_direction(const LinearView& program,
+std::vector<double> recession_direction(const ProgramView& program,
                                         std::span<const double> direction) {
     if (direction.size() != program.lower.size()) return {};
     double longest = 0;
@@ -146,16 +144,16 @@ std::vector<double> recession_direction(const LinearView& program,
     return {};
 }
 
-bool falls_along(const LinearView& program, std::span<const double> direction) {
+bool falls_along(const ProgramView& program, std::span<const double> direction) {
     const Tally slope = cost_along(program, direction);
     return slope.sum < -kProgress * slope.size;
 }
 
-bool rises_along(const LinearView& program, std::span<const double> direction) {
+bool rises_along(const ProgramView& program, std::span<const double> direction) {
     return cost_along(program, direction).is_positive();
 }
 
-std::vector<double> improving_ray(const LinearView& program, std::span<const double> direction) {
+std::vector<double> improving_ray(const ProgramView& program, std::span<const double> direction) {
     std::vector<double> turned(direction.begin(), direction.end());
     for (int sign = 0; sign < 2; ++sign) {
         std::vector<double> ray = recession_direction(program, turned);
@@ -170,7 +168,7 @@ bool Loosened::any() const noexcept {
            std::find(columns.begin(), columns.end(), true) != columns.end();
 }
 
-Loosened loosened_along(const LinearView& program, std::span<const double> direction) {
+Loosened loosened_along(const ProgramView& program, std::span<const double> direction) {
     const auto is_loosened = [](const Tally& movement, double lower, double upper) {
         if (is_finite_side(lower) == is_finite_side(upper)) return false;
         const double least = kProgress * movement.size;

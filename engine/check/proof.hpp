@@ -34,20 +34,20 @@ struct Tally {
 // Farkas: multipliers y of the rows prove infeasibility when the least value of y'(Ax) that the
 // rows' sides allow is above the largest value of (A'y)'x that the columns' bounds allow. Either
 // sign of the multipliers is tried; those that need an infinite side count as 0.
-[[nodiscard]] bool proves_infeasible(const LinearView& program,
+[[nodiscard]] bool proves_infeasible(const ProgramView& program,
                                      std::span<const double> multipliers);
 
 // The direction, without what rounding left in it, if no bound or row ends the way of a feasible
 // point along it; else empty.
-[[nodiscard]] std::vector<double> recession_direction(const LinearView& program,
+[[nodiscard]] std::vector<double> recession_direction(const ProgramView& program,
                                                       std::span<const double> direction);
 // Whether the cost falls, or rises, along the direction.
-[[nodiscard]] bool falls_along(const LinearView& program, std::span<const double> direction);
-[[nodiscard]] bool rises_along(const LinearView& program, std::span<const double> direction);
+[[nodiscard]] bool falls_along(const ProgramView& program, std::span<const double> direction);
+[[nodiscard]] bool rises_along(const ProgramView& program, std::span<const double> direction);
 
 // A recession direction along which the cost falls, from the one given or its opposite; else empty.
 // With a feasible point it proves unboundedness.
-[[nodiscard]] std::vector<double> improving_ray(const LinearView& program,
+[[nodiscard]] std::vector<double> improving_ray(const ProgramView& program,
                                                 std::span<const double> direction);
 
 // The rows' and the columns' conditions that the direction leaves ever further behind: one flag
@@ -56,19 +56,20 @@ struct Loosened {
     std::vector<bool> rows, columns;
     [[nodiscard]] bool any() const noexcept;
 };
-[[nodiscard]] Loosened loosened_along(const LinearView& program, std::span<const double> direction);
+[[nodiscard]] Loosened loosened_along(const ProgramView& program,
+                                      std::span<const double> direction);
 
 // Phase one: the program's columns, then one for every finite side of a row that is its violation,
 // in units of the row's largest entry; the cost is their sum. Where the optimum is above 0, the
 // duals of the rows are Farkas multipliers.
-[[nodiscard]] LinearStatement elastic_program(const LinearView& program);
+[[nodiscard]] LinearStatement elastic_program(const ProgramView& program);
 
 // The directions of entries within -1 .. 1 that no bound or row ends; the cost is the program's in
 // units of its largest entry, and rows are in units of theirs.
-[[nodiscard]] LinearStatement recession_program(const LinearView& program);
+[[nodiscard]] LinearStatement recession_program(const ProgramView& program);
 
 // The same directions without a rise of the cost, and beyond them one column a condition with one
 // side, at most 1, that says how far the direction leaves it behind; their sum is maximised.
-[[nodiscard]] LinearStatement loosening_program(const LinearView& program);
+[[nodiscard]] LinearStatement loosening_program(const ProgramView& program);
 
 }  // namespace qlx

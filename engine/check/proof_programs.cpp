@@ -3,7 +3,6 @@
 #include <cmath>
 #include <cstddef>
 
-#include "engine/base/infinity.hpp"
 #include "engine/check/proof.hpp"
 
 namespace qlx {
@@ -62,8 +61,8 @@ int single_side(double lower, double upper) {
 
 }  // namespace
 
-LinearView LinearStatement::view() const noexcept {
-    LinearView out;
+ProgramView LinearStatement::view() const noexcept {
+    ProgramView out;
     out.matrix.num_rows = static_cast<int>(row_lower.size());
     out.matrix.num_columns = static_cast<int>(cost.size());
     out.matrix.start = std::span<const int>(start);
@@ -77,7 +76,7 @@ LinearView LinearStatement::view() const noexcept {
     return out;
 }
 
-LinearStatement elastic_program(const LinearView& program) {
+LinearStatement elastic_program(const ProgramView& program) {
     LinearStatement out;
     out.cost.assign(program.cost.size(), 0.0);
     out.lower.assign(program.lower.begin(), program.lower.end());
@@ -89,7 +88,7 @@ LinearStatement elastic_program(const LinearView& program) {
     for (int row = 0; row < program.matrix.num_rows; ++row) {
         const auto add_violation = [&](double entry) {
             add_entry(out, row, entry);
-            add_column(out, 1, 0, kInfinity);
+            add_column(out, 1, 0, kInfiniteSide);
         };
         if (is_finite_side(program.row_lower[at(row)])) add_violation(sizes[at(row)]);
         if (is_finite_side(program.row_upper[at(row)])) add_violation(-sizes[at(row)]);
@@ -97,26 +96,26 @@ LinearStatement elastic_program(const LinearView& program) {
     return out;
 }
 
-LinearStatement recession_program(const LinearView& program) {
+LinearStatement recession_program(const ProgramView& program) {
     LinearStatement out;
     double largest = 0;
     for (const double cost : program.cost) largest = std::max(largest, std::fabs(cost));
     for (const double cost : program.cost) out.cost.push_back(largest > 0 ? cost / largest : 0.0);
     out.lower = cone_sides(program.lower, -1);
     out.upper = cone_sides(program.upper, 1);
-    out.row_lower = cone_sides(program.row_lower, -kInfinity);
-    out.row_upper = cone_sides(program.row_upper, kInfinity);
+    out.row_lower = cone_sides(program.row_lower, -kInfiniteSide);
+    out.row_upper = cone_sides(program.row_upper, kInfiniteSide);
     take_matrix(program.matrix, row_sizes(program.matrix), out);
     return out;
 }
 
-LinearStatement loosening_program(const LinearView& program) {
+LinearStatement loosening_program(const ProgramView& program) {
     const LinearStatement cone = recession_program(program);
     LinearStatement out;
     out.row_lower = cone.row_lower;
     out.row_upper = cone.row_upper;
     const int cost_row = static_cast<int>(out.row_lower.size());
-    out.row_lower.push_back(-kInfinity);
+    out.row_lower.push_back(-kInfiniteSide);
     out.row_upper.push_back(0);
     // Columns as they are, with the cost as a row.
     for (std::size_t j = 0; j < cone.cost.size(); ++j) {

@@ -16,11 +16,11 @@ class StoreView {
     StoreView(const StoreView&) = delete;
     StoreView& operator=(const StoreView&) = delete;
 
-    [[nodiscard]] const LinearView& view() const noexcept { return view_; }
+    [[nodiscard]] const ProgramView& view() const noexcept { return view_; }
 
   private:
     std::vector<double> cost_, lower_, upper_, row_lower_, row_upper_;
-    LinearView view_;
+    ProgramView view_;
 };
 
 }  // namespace qlx

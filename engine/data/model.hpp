@@ -6,7 +6,6 @@
 #include <string>
 #include <vector>
 
-#include "engine/base/infinity.hpp"
 #include "engine/data/change_log.hpp"
 #include "engine/data/names.hpp"
 #include "engine/data/nonlinear_part.hpp"
@@ -15,6 +14,8 @@
 #include "engine/data/sets.hpp"
 
 namespace qlx {
+
+inline constexpr double kInfinity = 1e20;
 
 // Activity limits of a row.
 struct Sides {

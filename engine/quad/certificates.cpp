@@ -76,8 +76,8 @@ void add_flat_rows(const SparseColumns& hessian, std::span<const int> columns, i
 
 }  // namespace
 
-LinearView view_of(const QuadraticModel& model) noexcept {
-    LinearView view;
+ProgramView view_of(const QuadraticModel& model) noexcept {
+    ProgramView view;
     view.matrix.num_rows = model.row_count();
     view.matrix.num_columns = model.column_count();
     view.matrix.start = std::span<const int>(model.rows.start);
@@ -112,7 +112,7 @@ QuadraticModel model_of(LinearStatement&& statement) {
 Feasibility find_feasibility(const QuadraticModel& model, const QuadraticKernel& kernel,
                              const ConvexControl& control) {
     Feasibility finding;
-    const LinearView program = view_of(model);
+    const ProgramView program = view_of(model);
     const PolishedPoint answer = sharp_optimum(model_of(elastic_program(program)), kernel, control);
     if (answer.x.empty()) return finding;
     finding.x.assign(answer.x.begin(),
@@ -189,7 +189,7 @@ Unboundedness find_descent(RecessionConditions conditions, const QuadraticKernel
                            const ConvexControl& control) {
     Unboundedness finding;
     for (bool first = true; !control.stop.stop(); first = false) {
-        const LinearView program = view_of(conditions.model);
+        const ProgramView program = view_of(conditions.model);
         const PolishedPoint steepest =
             sharp_optimum(model_of(recession_program(program)), kernel, control);
         if (std::vector<double> ray = improving_ray(program, steepest.x); !ray.empty()) {

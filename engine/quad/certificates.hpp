@@ -14,7 +14,7 @@ namespace qlx::quad {
 enum class Finding { kProven, kRefuted, kUnknown };
 
 // The linear part: the Hessian is left out.
-LinearView view_of(const QuadraticModel& model) noexcept;
+ProgramView view_of(const QuadraticModel& model) noexcept;
 QuadraticModel model_of(LinearStatement&& statement);
 
 struct Feasibility {

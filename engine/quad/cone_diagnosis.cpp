@@ -96,7 +96,7 @@ bool ConeDiagnosis::has_cones() const noexcept {
 Unboundedness ConeDiagnosis::find_ray() {
     const RecessionConditions conditions = recession_conditions(program_.model, program_.rows);
     if (!has_cones()) return find_descent(conditions, solve_proximal, control_);
-    const LinearView linear = view_of(conditions.model);
+    const ProgramView linear = view_of(conditions.model);
     Unboundedness finding;
     for (const ConeScaling* units : units_) {
         for (const double narrower : kNarrower) {

@@ -21,12 +21,11 @@
 #include <optional>
 #include <vector>
 
-#include "engine/base/infinity.hpp"
 #include "engine/quad/sparse_columns.hpp"
 
 namespace qlx::quad {
 
-inline constexpr double kInfiniteBound = kInfinity;
+inline constexpr double kInfiniteBound = 1e20;
 
 inline bool is_finite_lower(double bound) noexcept {
     return bound > -kInfiniteBound;
@@ -165,7 +164,8 @@ struct ConvexResult {
     std::vector<double> quadratic_activity;
     std::vector<double> quadratic_dual;
     std::vector<double> reduced_cost;
-    // Where unbounded: a direction from any feasible point; empty where only a parabola falls forever.
+    // Where unbounded: a direction from any feasible point; empty where only a parabola falls
+    // forever.
     std::vector<double> ray;
 };
 

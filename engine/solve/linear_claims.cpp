@@ -78,7 +78,7 @@ int status_by_rays(Problem& problem, LpKernel& kernel, const KernelResult& resul
 
 int status_by_phase_one(Problem& problem, const SolveScope& scope, const KernelOptions& options) {
     const StoreView store(problem.model, options.matrix_tolerance);
-    const LinearView& program = store.view();
+    const ProgramView& program = store.view();
     LpKernel elastic;
     if (!solve_program(problem, scope, options, elastic_program(program), elastic))
         return QLX_LP_UNFINISHED;
