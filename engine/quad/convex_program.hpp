@@ -125,9 +125,9 @@ struct ModelPlace {
 
 // Relative errors of the conditions of Karush, Kuhn and Tucker.
 struct KktResiduals {
-    double primal = 0.0;  // worst violation over max(1, |bound|)
+    double primal = 0.0;  // worst violation over max(1, |bound|, the largest term)
     double dual = 0.0;    // worst dual without an active side, over 1 + the size of its sum
-    double complementarity = 0.0;  // sum of dual times distance, over 1 + |objective|
+    double complementarity = 0.0;  // sum of dual times distance, over 1 + the objective's terms
 };
 
 enum class Kernel { kNone, kProximal, kLargeScale, kBarrier };
@@ -146,7 +146,9 @@ struct ConvexResult {
     std::vector<double> quadratic_activity;
     std::vector<double> quadratic_dual;
     std::vector<double> reduced_cost;
-    std::vector<double> ray;  // where unbounded: a direction from any feasible point
+    // Where unbounded: a direction from any feasible point; empty where only a parabola falls
+    // forever.
+    std::vector<double> ray;
 };
 
 // The program without its quadratic rows, in compressed form.

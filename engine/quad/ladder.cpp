@@ -99,7 +99,7 @@ bool Ladder::diagnose() {
         return finish(ConvexStatus::kInfeasible);
     }
     if (feasibility.infeasible == Finding::kUnknown) return false;
-    Unboundedness unboundedness = find_ray(model_, kernel, control_);
+    Unboundedness unboundedness = find_descent(recession_conditions(model_, {}), kernel, control_);
     if (unboundedness.unbounded != Finding::kProven) return false;
     best_.x = feasibility.x;
     best_.y.assign(model_.row_lower.size(), 0.0);
