@@ -80,6 +80,8 @@ constexpr std::array kConstants = std::to_array<ConstantRow>({
     {"stop_mipgap", kInteger, 5},
     {"stop_sollimit", kInteger, 6},
     {"stop_user", kInteger, 9},
+    {"stop_cutoff", kInteger, 10},
+    {"stop_numerics", kInteger, 11},
     // Types of parameter values.
     {"type_notdefined", kInteger, 0},
     {"type_int", kInteger, 1},

@@ -72,9 +72,10 @@ void add_nonlinear_activities(const Model& model, const double* x,
         activities[at(store.row(term))] += term_value(store, term, x, stack.data());
 }
 
-// The largest magnitude of a row's terms at a point, at least 1: what a violation is measured by.
-double row_magnitude(Model& model, int row, const double* x) {
-    double magnitude = 1;
+// The largest magnitude of a row's terms at a point and of the side that it breaks, at least 1: what
+// a violation is measured by.
+double row_magnitude(Model& model, int row, const double* x, double side) {
+    double magnitude = std::max(1.0, std::fabs(side));
     const auto columns = model.matrix().row_columns(row);
     const auto values = model.matrix().row_values(row);
     for (std::size_t k = 0; k < columns.size(); ++k)
@@ -117,7 +118,7 @@ double objective_value(const Model& model, const double* x) {
 }
 
 PointCheck check_point(Model& model, const double* x, const std::vector<double>& activities,
-                       bool integral, double integrality_tolerance) {
+                       bool integral) {
     PointCheck check;
     check.bounds = bound_violation(model, x);
     for (int row = 0; row < model.num_rows(); ++row) {
@@ -127,11 +128,12 @@ PointCheck check_point(Model& model, const double* x, const std::vector<double>&
         if (std::isnan(activities[at(row)]) && model.row_type()[at(row)] != 'N') away = kInfinity;
         if (away <= 0) continue;
         if (const auto found = model.indicators().find(row); found != model.indicators().end()) {
+            // A switch between its values is a violation of its type.
             const double switched = x[found->second.column];
-            if (!integral || std::fabs(switched - found->second.active) > integrality_tolerance)
-                continue;
+            if (!integral || std::fabs(switched - found->second.active) > 0.5) continue;
         }
-        check.rows = std::max(check.rows, away / row_magnitude(model, row, x));
+        const double broken = activities[at(row)] < sides.lower ? sides.lower : sides.upper;
+        check.rows = std::max(check.rows, away / row_magnitude(model, row, x, broken));
     }
     if (!integral) return check;
     if (model.num_entities() > 0)

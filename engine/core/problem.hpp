@@ -17,7 +17,6 @@
 #include "engine/data/model.hpp"
 
 namespace qlx {
-class KernelEvents;
 class LiveModel;
 }  // namespace qlx
 
@@ -64,8 +63,6 @@ struct qlx_problem {
     qlx::Messages messages;
     qlx::InterruptCheck interrupt_check;
     qlx::IndexStamps index_stamps;  // kept, so that checking a row costs no pass over all columns
-    // Of the search that this problem is a node of, not owned; it takes this one's events.
-    qlx::KernelEvents* outer = nullptr;
     qlx::NonlinearProblem* nonlinear = nullptr;  // the one built on this problem, not owned
 
   private:

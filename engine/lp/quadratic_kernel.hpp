@@ -9,6 +9,6 @@ namespace qlx {
 // library of HiPO is missing, HiGHS falls back to another method; the answer's claim is then
 // `failed`.
 quad::KernelAnswer solve_large_quadratic(const quad::QuadraticModel& model,
-                                         const quad::StopRule& rule, int iterations, int threads);
+                                         const StopRule& rule, int iterations, int threads);
 
 }  // namespace qlx

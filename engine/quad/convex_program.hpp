@@ -13,14 +13,12 @@
 #pragma once
 
 #include <algorithm>
-#include <atomic>
-#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <limits>
-#include <optional>
 #include <vector>
 
+#include "engine/base/stop_rule.hpp"
 #include "engine/quad/sparse_columns.hpp"
 
 namespace qlx::quad {
@@ -71,22 +69,6 @@ struct QuadraticModel {
 
     int column_count() const noexcept { return static_cast<int>(cost.size()); }
     int row_count() const noexcept { return static_cast<int>(row_lower.size()); }
-};
-
-// What stops a solve early. Either part may be absent.
-struct StopRule {
-    const std::atomic<int>* interrupt = nullptr;  // stop where it is not zero
-    std::optional<std::chrono::steady_clock::time_point> deadline;
-    std::function<void()> look;  // called before the flag is read; may set it, may not throw
-
-    bool interrupted() const noexcept {
-        if (look) look();
-        return interrupt != nullptr && interrupt->load(std::memory_order_relaxed) != 0;
-    }
-    bool expired() const noexcept {
-        return deadline.has_value() && std::chrono::steady_clock::now() >= *deadline;
-    }
-    bool stop() const noexcept { return interrupted() || expired(); }
 };
 
 // What a kernel says of its own answer. None of it is taken on trust.

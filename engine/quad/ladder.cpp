@@ -136,7 +136,9 @@ ConvexResult Ladder::climb() {
 }  // namespace
 
 ConvexStatus stop_status(const StopRule& rule) noexcept {
-    return rule.interrupted() ? ConvexStatus::kInterrupted : ConvexStatus::kTimeLimit;
+    const int reason = rule.reason();
+    const bool is_timed = reason == QLX_STOP_NONE || reason == QLX_STOP_TIMELIMIT;
+    return is_timed ? ConvexStatus::kTimeLimit : ConvexStatus::kInterrupted;
 }
 
 ConvexResult climb(const QuadraticModel& model, const ConvexControl& control) {

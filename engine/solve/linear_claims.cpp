@@ -12,14 +12,15 @@ namespace qlx {
 
 namespace {
 
+// Points of which only the existence counts may be as loose as the proofs are.
 constexpr double kPointTolerance = 1e-6;
 
-bool is_feasible(Problem& problem, const std::vector<double>& x) {
-    Model& model = problem.model;
+bool is_feasible(SolveSession& session, const std::vector<double>& x) {
+    Model& model = session.model();
     if (x.size() < model.lb().size()) return false;
     const std::vector<double> activities = row_activities(model, x.data());
-    return check_point(model, x.data(), activities, false, problem.controls.inttol).feasibility() <=
-           std::max(kPointTolerance, 10 * problem.controls.feastol);
+    return check_point(model, x.data(), activities, false).feasibility() <=
+           std::max(kPointTolerance, 10 * session.controls().feastol);
 }
 
 // The rows' violations as columns, each scaled to the largest entry of its row; the sum of them is
@@ -67,17 +68,11 @@ KernelModel ray_program(Model& model) {
 }
 
 // The solve of one of these programs. False when a limit or an interrupt stopped it.
-bool solve_program(Problem& problem, const SolveScope& scope, KernelOptions options,
-                   KernelModel&& program, LpKernel& kernel) {
+bool solve_program(SolveSession& session, const KernelOptions& options, KernelModel&& program,
+                   LpKernel& kernel) {
     if (!kernel.load(std::move(program), options.matrix_tolerance)) return true;
-    options.time_limit = scope.seconds_left();
-    KernelWatch watch(problem);
-    const KernelResult result = kernel.solve(options, watch);
-    problem.results.simplex_iterations += result.simplex_iterations;
-    problem.results.stop_status = stop_of(problem, result);
-    if (result.outcome == KernelOutcome::kMemory)
-        fail(QLX_ERROR_MEMORY, "the solver ran out of memory");
-    return problem.results.stop_status == QLX_STOP_NONE;
+    session.run(kernel, options, session.events());
+    return session.results().stop_status == QLX_STOP_NONE;
 }
 
 }  // namespace
@@ -87,30 +82,29 @@ bool claims_no_optimum(KernelOutcome outcome) noexcept {
            outcome == KernelOutcome::kInfeasibleOrUnbounded;
 }
 
-int status_by_rays(Problem& problem, LpKernel& kernel, const KernelResult& result,
+int status_by_rays(SolveSession& session, LpKernel& kernel, const KernelResult& result,
                    double matrix_tolerance) {
     if (result.outcome != KernelOutcome::kUnbounded) {
-        if (proves_infeasible(problem.model, kernel.dual_ray(), matrix_tolerance))
+        if (proves_infeasible(session.model(), kernel.dual_ray(), matrix_tolerance))
             return QLX_LP_INFEAS;
     }
     if (result.outcome != KernelOutcome::kInfeasible) {
-        if (proves_improving_ray(problem.model, kernel.primal_ray(), matrix_tolerance) &&
-            is_feasible(problem, kernel.col_value()))
+        if (proves_improving_ray(session.model(), kernel.primal_ray(), matrix_tolerance) &&
+            is_feasible(session, kernel.col_value()))
             return QLX_LP_UNBOUNDED;
     }
     return -1;
 }
 
-int status_by_phase_one(Problem& problem, const SolveScope& scope, const KernelOptions& options) {
-    Model& model = problem.model;
+int status_by_phase_one(SolveSession& session, const KernelOptions& options) {
+    Model& model = session.model();
     LpKernel elastic;
-    if (!solve_program(problem, scope, options, elastic_program(model), elastic))
-        return QLX_LP_UNFINISHED;
+    if (!solve_program(session, options, elastic_program(model), elastic)) return QLX_LP_UNFINISHED;
     if (proves_infeasible(model, elastic.row_dual(), options.matrix_tolerance))
         return QLX_LP_INFEAS;
-    if (!is_feasible(problem, elastic.col_value())) return -1;
+    if (!is_feasible(session, elastic.col_value())) return -1;
     LpKernel ray;
-    if (!solve_program(problem, scope, options, ray_program(model), ray)) return QLX_LP_UNFINISHED;
+    if (!solve_program(session, options, ray_program(model), ray)) return QLX_LP_UNFINISHED;
     return proves_improving_ray(model, ray.col_value(), options.matrix_tolerance) ? QLX_LP_UNBOUNDED
                                                                                   : -1;
 }

@@ -2,9 +2,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <new>
 
-#include "engine/check/point_check.hpp"
 #include "engine/constructs/reformulation.hpp"
 #include "engine/lp/live_model.hpp"
 #include "engine/solve/cutoff.hpp"
@@ -12,118 +10,26 @@
 #include "engine/solve/recovery.hpp"
 #include "engine/solve/semicontinuous_search.hpp"
 #include "engine/solve/solve.hpp"
-#include "engine/solve/solve_scope.hpp"
+#include "engine/solve/solve_session.hpp"
 
 namespace qlx {
 
 namespace {
 
-constexpr double kPrimalTolerance = 1e-6;
-
-// Nearest integers where that keeps the point feasible.
-std::vector<double> rounded(const Model& model, const std::vector<double>& x) {
-    std::vector<double> point = x;
-    for (std::size_t col = 0; col < point.size(); ++col) {
-        const char type = model.col_type()[col];
-        if (type == 'I' || type == 'B' || type == 'R') point[col] = std::round(point[col]);
-        point[col] += 0.0;  // no negative zeros
-    }
-    return point;
-}
-
-bool passes(Problem& problem, const std::vector<double>& x, std::vector<double>& activities,
-            PointCheck& check) {
-    activities = row_activities(problem.model, x.data());
-    check = check_point(problem.model, x.data(), activities, true, problem.controls.inttol);
-    return check.feasibility() <= std::max(kPrimalTolerance, 10 * problem.controls.feastol) &&
-           check.types <= std::max(kPrimalTolerance, 10 * problem.controls.inttol);
-}
-
-// Keeps the best points that pass our check, so that an interrupted solve has the last of them.
-class MipWatch final : public KernelWatch {
-  public:
-    using KernelWatch::KernelWatch;
-    void solution(const double* x, int num_cols) noexcept override {
-        if (problem_.outer != nullptr) problem_.outer->solution(x, num_cols);
-        try {
-            take(x, num_cols);
-            if (problem_.results.solutions_found >= problem_.controls.sollimit)
-                problem_.interrupt(QLX_STOP_SOLLIMIT);
-        } catch (const std::bad_alloc&) {
-            problem_.interrupt(QLX_STOP_USER);
-        }
-    }
-
-    // The kernel's columns begin with the model's. True when the point passed the check, also where
-    // it does not beat the best one or the cutoff.
-    bool take(const double* x, int num_cols) {
-        Model& model = problem_.model;
-        if (num_cols < model.num_cols()) return false;
-        const std::vector<double> given(x, x + model.num_cols());
-        Solution solution;
-        PointCheck check;
-        solution.x = rounded(model, given);
-        if (!passes(problem_, solution.x, solution.slack, check)) {
-            solution.x = given;
-            if (!passes(problem_, solution.x, solution.slack, check)) return false;
-        }
-        solution.objective = objective_value(model, solution.x.data());
-        Results& results = problem_.results;
-        const bool better = !results.mip.valid || model.sense() * solution.objective <
-                                                      model.sense() * results.mip.objective;
-        if (!better || !beats_cutoff(problem_, solution.objective)) return true;
-        for (std::size_t row = 0; row < solution.slack.size(); ++row)
-            solution.slack[row] = model.rhs()[row] - solution.slack[row];
-        solution.valid = true;
-        results.mip = std::move(solution);
-        results.primal_infeasibility = check.feasibility();
-        ++results.solutions_found;
-        return true;
-    }
-};
-
-// Decides between infeasible and unbounded: without its objective the model has a point or not.
-// Where a limit ends that solve the question stays open.
-int infeasible_or_unbounded(Problem& problem, KernelModel model, const KernelOptions& options) {
-    std::fill(model.cost.begin(), model.cost.end(), 0.0);
-    model.constant = 0;
-    LpKernel kernel;
-    if (!kernel.load(std::move(model), options.matrix_tolerance))
-        fail(QLX_ERROR_SOLVER, "the solver refused the model without its objective");
-    KernelWatch watch(problem);
-    const KernelResult result = kernel.solve(options, watch);
-    problem.results.nodes += result.nodes;
-    problem.results.stop_status = stop_of(problem, result);
-    if (result.outcome == KernelOutcome::kOptimal || result.has_point) return QLX_MIP_UNBOUNDED;
-    return result.outcome == KernelOutcome::kInfeasible ? QLX_MIP_INFEAS : QLX_MIP_NO_SOL_FOUND;
+// The model as the kernel is to search it, the cutoff apart.
+KernelModel stated_model(SolveSession& session) {
+    Model& model = session.model();
+    return needs_reformulation(model) ? reformulate(model, session.controls().indbigm)
+                                      : kernel_model(model);
 }
 
 // Whether bound and objective are as far apart as an optimal result's may not be.
 bool leaves_gap(const Results& results, const KernelOptions& options) {
-    const double size = std::fabs(results.mip.objective);
+    const double objective = results.mip.objective();
+    const double size = std::fabs(objective);
     const double allowed =
         std::max({options.absolute_gap, options.relative_gap * size, 1e-6 * std::max(1.0, size)});
-    return std::fabs(results.mip.objective - results.best_bound) > 1.01 * allowed;
-}
-
-int status_of(const Results& results, KernelOutcome outcome) {
-    switch (outcome) {
-        case KernelOutcome::kOptimal:
-            return results.mip.valid ? QLX_MIP_OPTIMAL : -1;
-        case KernelOutcome::kInfeasible:
-            return QLX_MIP_INFEAS;
-        case KernelOutcome::kCutoff:
-            return QLX_MIP_INFEAS;
-        case KernelOutcome::kUnbounded:
-            return QLX_MIP_UNBOUNDED;
-        case KernelOutcome::kTimeLimit:
-        case KernelOutcome::kIterationLimit:
-        case KernelOutcome::kSearchLimit:
-        case KernelOutcome::kInterrupted:
-            return results.mip.valid ? QLX_MIP_SOLUTION : QLX_MIP_NO_SOL_FOUND;
-        default:
-            return -1;
-    }
+    return std::fabs(objective - results.best_bound) > 1.01 * allowed;
 }
 
 const char* describe(int status) {
@@ -141,26 +47,20 @@ const char* describe(int status) {
     }
 }
 
-// The model as the kernel is to search it, cutoff included.
-KernelModel stated_model(Problem& problem) {
-    KernelModel model = needs_reformulation(problem.model)
-                            ? reformulate(problem.model, problem.controls.indbigm)
-                            : kernel_model(problem.model);
-    if (has_cutoff(problem)) add_cutoff_row(model, problem.controls.mipabscutoff);
-    return model;
-}
-
 // The kernel with the model in it: the live one, or one of its own for what has more rows or
 // columns.
 class LoadedKernel {
   public:
-    LoadedKernel(Problem& problem, double matrix_tolerance) {
-        if (!needs_reformulation(problem.model) && !has_cutoff(problem)) {
-            problem.live_model().synchronise(problem.model, matrix_tolerance);
-            kernel_ = &problem.live_model().kernel();
+    LoadedKernel(SolveSession& session, double matrix_tolerance) {
+        const Controls& controls = session.controls();
+        if (!needs_reformulation(session.model()) && !has_cutoff(controls)) {
+            session.problem().live_model().synchronise(session.model(), matrix_tolerance);
+            kernel_ = &session.problem().live_model().kernel();
             return;
         }
-        if (!own_.load(stated_model(problem), matrix_tolerance))
+        KernelModel model = stated_model(session);
+        if (has_cutoff(controls)) add_cutoff_row(model, controls.mipabscutoff);
+        if (!own_.load(std::move(model), matrix_tolerance))
             fail(QLX_ERROR_SOLVER, "the solver refused the reformulated model");
         kernel_ = &own_;
     }
@@ -171,95 +71,165 @@ class LoadedKernel {
     LpKernel* kernel_ = nullptr;
 };
 
-// HiGHS' presolve calls some feasible models infeasible, so its claim gets a second look without
-// presolve, of bounded effort. True when that look refutes the claim.
-bool is_feasible_without_presolve(LpKernel& kernel, KernelOptions options, KernelEvents& watch,
-                                  KernelResult& result) {
-    constexpr int kNodes = 2000;
-    if (!options.presolve) return false;
-    options.presolve = false;
-    options.method = KernelMethod::kAutomatic;
-    options.node_limit = std::min(options.node_limit, kNodes);
-    kernel.forget_basis();
-    const KernelResult second = kernel.solve(options, watch);
-    if (!second.has_point) return false;
-    result = second;
-    return true;
-}
+constexpr int kUndecided = -1;
 
-// One step of the ladder; -1 when the next one is to be climbed.
-int run_once(Problem& problem, const SolveScope& scope, LpKernel& kernel, KernelOptions options) {
-    Results& results = problem.results;
-    MipWatch watch(problem);
-    KernelResult result = kernel.solve(options, watch);
-    if (result.outcome == KernelOutcome::kInfeasible &&
-        is_feasible_without_presolve(kernel, options, watch, result) &&
-        result.outcome == KernelOutcome::kSearchLimit)
-        return -1;  // the ladder's step without presolve goes on from here
-    results.simplex_iterations += result.simplex_iterations;
-    results.nodes += result.nodes;
-    results.best_bound = result.best_bound;
-    results.stop_status = stop_of(problem, result);
-    if (result.outcome == KernelOutcome::kMemory)
-        fail(QLX_ERROR_MEMORY, "the solver ran out of memory");
-    bool passed = true;
-    if (result.has_point && !kernel.col_value().empty())
-        passed = watch.take(kernel.col_value().data(), static_cast<int>(kernel.col_value().size()));
-    if (result.outcome == KernelOutcome::kOptimal &&
-        (!passed || (results.mip.valid && leaves_gap(results, options))))
-        return -1;
-    if (result.outcome == KernelOutcome::kInfeasibleOrUnbounded) {
-        options.time_limit = scope.seconds_left();
-        return infeasible_or_unbounded(problem, stated_model(problem), options);
+// One step of the ladder.
+class Attempt {
+  public:
+    Attempt(SolveSession& session, LpKernel& kernel, const KernelOptions& options)
+        : session_(session), kernel_(kernel), options_(options), results_(session.results()) {}
+
+    // The status, kUndecided where the next step is to be taken.
+    int run() {
+        KernelResult result = session_.run(kernel_, options_, session_.tree_events());
+        if (result.outcome == KernelOutcome::kInfeasible && is_refuted(result) &&
+            result.outcome == KernelOutcome::kSearchLimit)
+            return kUndecided;  // the ladder's step without presolve goes on from here
+        results_.stop_status = session_.reason_for(result);
+        results_.best_bound = result.best_bound;
+        return judge(result);
     }
-    const bool beaten = result.outcome == KernelOutcome::kOptimal && !results.mip.valid;
-    if (beaten && has_cutoff(problem)) return QLX_MIP_INFEAS;
-    return status_of(results, result.outcome);
-}
 
-void finish(Problem& problem, int status) {
-    Results& results = problem.results;
-    results.mip_status = status < 0 ? QLX_MIP_NO_SOL_FOUND : status;
-    if (status < 0 && results.mip.valid) results.mip_status = QLX_MIP_SOLUTION;
-    if (status == QLX_MIP_INFEAS || status == QLX_MIP_UNBOUNDED) results.best_bound = kNoValue;
-    if (std::fabs(results.best_bound) >= kInfinity) results.best_bound = kNoValue;
-    if (status == QLX_MIP_OPTIMAL && std::fabs(results.mip.objective - results.best_bound) >
-                                         1e-9 * std::max(1.0, std::fabs(results.mip.objective)))
-        results.stop_status = QLX_STOP_MIPGAP;
-    send_end(problem, describe(results.mip_status), results.mip.objective);
-}
+  private:
+    // HiGHS' presolve calls some feasible models infeasible, so its claim gets a second look
+    // without presolve, of bounded effort. True when that look refutes the claim.
+    bool is_refuted(KernelResult& result) {
+        constexpr int kNodes = 2000;
+        if (!options_.presolve || session_.stop_rule().stop()) return false;
+        KernelOptions options = options_;
+        options.presolve = false;
+        options.method = KernelMethod::kAutomatic;
+        options.node_limit = std::min(options.node_limit, kNodes);
+        kernel_.forget_basis();
+        const KernelResult second = session_.run(kernel_, options, session_.tree_events());
+        if (!second.has_point) return false;
+        result = second;
+        return true;
+    }
 
-}  // namespace
+    int judge(const KernelResult& result) {
+        const bool passed = !result.has_point || kernel_.col_value().empty() ||
+                            session_.offer(kernel_.col_value()) != Verdict::kRejected;
+        const bool found = !results_.mip.empty();
+        switch (result.outcome) {
+            case KernelOutcome::kOptimal:
+                if (!passed) return kUndecided;
+                if (!found) return has_cutoff(session_.controls()) ? beaten() : kUndecided;
+                return leaves_gap(results_, options_) ? kUndecided : QLX_MIP_OPTIMAL;
+            case KernelOutcome::kInfeasible:
+                return has_cutoff(session_.controls()) ? infeasible_or_beaten() : QLX_MIP_INFEAS;
+            case KernelOutcome::kCutoff:
+                return beaten();
+            case KernelOutcome::kUnbounded:
+                return QLX_MIP_UNBOUNDED;
+            case KernelOutcome::kInfeasibleOrUnbounded:
+                return infeasible_or_unbounded();
+            case KernelOutcome::kTimeLimit:
+            case KernelOutcome::kIterationLimit:
+            case KernelOutcome::kSearchLimit:
+            case KernelOutcome::kInterrupted:
+                return found ? QLX_MIP_SOLUTION : QLX_MIP_NO_SOL_FOUND;
+            default:
+                return kUndecided;
+        }
+    }
 
-bool take_integer_point(Problem& problem, const double* x) {
-    return MipWatch(problem).take(x, problem.model.num_cols());
-}
+    // Nothing is better than the cutoff.
+    int beaten() {
+        results_.stop_status = QLX_STOP_CUTOFF;
+        results_.best_bound = session_.controls().mipabscutoff;
+        return QLX_MIP_NO_SOL_FOUND;
+    }
 
-void solve_mip(Problem& problem, const SolveScope& scope, const char* flags) {
-    const KernelOptions asked = kernel_options(problem.controls, flags);
-    send_start(problem, "MIP");
-    if (const auto columns = unbounded_semicontinuous(problem.model, problem.controls.indbigm);
-        !columns.empty())
-        return finish(problem, search_semicontinuous(problem, scope, flags, columns));
-    LoadedKernel kernel(problem, asked.matrix_tolerance);
+    enum class Points { kNone, kSome, kUnknown };
+
+    // Whether the model without its objective and cutoff has a point.
+    Points look_for_any_point(const KernelOptions& options) {
+        KernelModel model = stated_model(session_);
+        std::fill(model.cost.begin(), model.cost.end(), 0.0);
+        model.constant = 0;
+        LpKernel kernel;
+        if (!kernel.load(std::move(model), options.matrix_tolerance))
+            fail(QLX_ERROR_SOLVER, "the solver refused the model without its objective");
+        const KernelResult result = session_.run(kernel, options, session_.events());
+        if (result.outcome == KernelOutcome::kOptimal || result.has_point) return Points::kSome;
+        // Nothing is unbounded without an objective.
+        return result.outcome == KernelOutcome::kInfeasible ||
+                       result.outcome == KernelOutcome::kInfeasibleOrUnbounded
+                   ? Points::kNone
+                   : Points::kUnknown;
+    }
+
+    // Where a limit ends the solve without an objective the question stays open.
+    int infeasible_or_unbounded() {
+        const Points points = look_for_any_point(options_);
+        if (points == Points::kSome) return QLX_MIP_UNBOUNDED;
+        return points == Points::kNone ? QLX_MIP_INFEAS : QLX_MIP_NO_SOL_FOUND;
+    }
+
+    // The kernel has seen the cutoff as a row: is it to blame? That is worth as much time as the
+    // proof took; a step of another solve leaves the question to that.
+    int infeasible_or_beaten() {
+        if (session_.is_nested()) return beaten();
+        KernelOptions options = options_;
+        options.time_limit = std::max(1.0, session_.seconds());
+        return look_for_any_point(options) == Points::kNone ? QLX_MIP_INFEAS : beaten();
+    }
+
+    SolveSession& session_;
+    LpKernel& kernel_;
+    const KernelOptions options_;
+    Results& results_;
+};
+
+// Step by step, until a result stands our check.
+int climb(SolveSession& session, const KernelOptions& asked) {
+    LoadedKernel kernel(session, asked.matrix_tolerance);
     if (asked.iteration_limit == 0) {
-        problem.results.stop_status = QLX_STOP_ITERLIMIT;
-        return finish(problem, QLX_MIP_NO_SOL_FOUND);
+        session.results().stop_status = QLX_STOP_ITERLIMIT;
+        return QLX_MIP_NO_SOL_FOUND;
     }
-    int status = -1;
     for (const Recovery& recovery : recovery_ladder()) {
         KernelOptions options = asked;
         recovery.adjust(options);
         options.iteration_limit = std::numeric_limits<int>::max();
-        options.time_limit = scope.seconds_left();
         if (&recovery != &recovery_ladder().front())
-            problem.send(
+            session.send(
                 QLX_MSG_WARNING, message::kRecovery,
                 join("the solver's result did not stand the check; solving again ", recovery.name));
-        status = run_once(problem, scope, kernel.get(), options);
-        if (status >= 0) break;
+        const int status = Attempt(session, kernel.get(), options).run();
+        if (status != kUndecided) return status;
     }
-    finish(problem, status);
+    session.send(QLX_MSG_WARNING, message::kRecovery, "no result of the solver stood the check");
+    session.results().stop_status = QLX_STOP_NUMERICS;
+    return session.results().mip.empty() ? QLX_MIP_NO_SOL_FOUND : QLX_MIP_SOLUTION;
+}
+
+void finish(SolveSession& session, int status) {
+    Results& results = session.results();
+    results.mip_status = status;
+    if (status == QLX_MIP_INFEAS || status == QLX_MIP_UNBOUNDED) {
+        session.incumbents().forget();
+        results.best_bound = kNoValue;
+        results.stop_status = QLX_STOP_NONE;
+    }
+    if (std::fabs(results.best_bound) >= kInfinity) results.best_bound = kNoValue;
+    const double objective = results.mip.objective();
+    if (status == QLX_MIP_OPTIMAL &&
+        std::fabs(objective - results.best_bound) > 1e-9 * std::max(1.0, std::fabs(objective)))
+        results.stop_status = QLX_STOP_MIPGAP;
+    session.send_end(describe(status), objective);
+}
+
+}  // namespace
+
+void solve_mip(SolveSession& session, const char* flags) {
+    const KernelOptions asked = kernel_options(session.controls(), flags);
+    session.send_start("MIP");
+    if (const auto columns = unbounded_semicontinuous(session.model(), session.controls().indbigm);
+        !columns.empty())
+        return finish(session, search_semicontinuous(session, flags, columns));
+    finish(session, climb(session, asked));
 }
 
 }  // namespace qlx

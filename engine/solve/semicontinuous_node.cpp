@@ -4,20 +4,15 @@
 #include <algorithm>
 #include <limits>
 
-#include "engine/solve/solve.hpp"
-
 namespace qlx {
 
-NodeProblem::NodeProblem(Problem& whole, const std::vector<SemicontinuousColumn>& columns,
-                         KernelEvents& events)
+NodeProblem::NodeProblem(Problem& whole, const std::vector<SemicontinuousColumn>& columns)
     : columns_(columns), chosen_(columns.size(), Choice::kRelaxed) {
     part_.model.copy_from(whole.model);
     part_.controls = whole.controls;
-    part_.controls.outputlog = 0;
     // The search counts the solutions of the whole; iterations do not bound a tree search.
     part_.controls.sollimit = std::numeric_limits<int>::max();
     part_.controls.lpiterlimit = std::numeric_limits<int>::max();
-    part_.outer = &events;
     for (std::size_t place = 0; place < columns.size(); ++place) {
         const int col = columns[place].col;
         const bool integer = part_.model.col_type()[static_cast<std::size_t>(col)] == 'R';
@@ -36,11 +31,6 @@ void NodeProblem::decide(const std::vector<Decision>& path) {
 void NodeProblem::forget_objective() {
     for (int col = 0; col < part_.model.num_cols(); ++col) part_.model.set_cost(col, 0);
     part_.model.set_constant(0);
-}
-
-const Results& NodeProblem::solve(const char* flags) {
-    solve_with_integrality(part_, flags);
-    return part_.results;
 }
 
 void NodeProblem::choose(std::size_t place, Choice choice) {

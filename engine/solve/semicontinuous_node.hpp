@@ -9,8 +9,6 @@
 
 namespace qlx {
 
-class KernelEvents;
-
 enum class Choice : char { kRelaxed, kZero, kInRange };
 
 struct Decision {
@@ -21,15 +19,13 @@ struct Decision {
 // The problem with the columns' types replaced by bounds, which say what a node has decided.
 class NodeProblem {
   public:
-    NodeProblem(Problem& whole, const std::vector<SemicontinuousColumn>& columns,
-                KernelEvents& events);
+    NodeProblem(Problem& whole, const std::vector<SemicontinuousColumn>& columns);
 
     // Columns that the path does not name are relaxed.
     void decide(const std::vector<Decision>& path);
     void forget_objective();
-    const Results& solve(const char* flags);
     [[nodiscard]] Choice choice(std::size_t place) const { return chosen_[place]; }
-    [[nodiscard]] Controls& controls() noexcept { return part_.controls; }
+    [[nodiscard]] Problem& problem() noexcept { return part_; }
 
   private:
     void choose(std::size_t place, Choice choice);

@@ -122,10 +122,10 @@ TEST(LpClaims, AreDecidedWithoutRaysToo) {
         TestProblem p;
         claim.build(p);
         const QLXprob prob = p;
-        const qlx::SolveScope scope(*prob);
+        qlx::SolveSession session(*prob);
         qlx::KernelOptions options = qlx::kernel_options(prob->controls, "");
         options.relax = true;
-        EXPECT_EQ(qlx::status_by_phase_one(*prob, scope, options), claim.status);
+        EXPECT_EQ(qlx::status_by_phase_one(session, options), claim.status);
     }
 }
 
@@ -135,10 +135,10 @@ TEST(LpClaims, ModelsWithAnOptimumAreNotDecided) {
     p.column(2, -5, kInf);
     p.row('G', 1, {0, 1}, {1, 1});
     const QLXprob prob = p;
-    const qlx::SolveScope scope(*prob);
+    qlx::SolveSession session(*prob);
     qlx::KernelOptions options = qlx::kernel_options(prob->controls, "");
     options.relax = true;
-    EXPECT_EQ(qlx::status_by_phase_one(*prob, scope, options), -1);
+    EXPECT_EQ(qlx::status_by_phase_one(session, options), -1);
 }
 
 // x + y >= 3 with x, y <= 1, z free and only in a second row.

@@ -21,7 +21,7 @@ TEST(MipClaims, OnlySolutionsBetterThanTheCutoff) {
         int status;
     };
     for (const int sense : {1, -1}) {
-        for (const Case c : {Case{50, QLX_MIP_INFEAS}, Case{43, QLX_MIP_INFEAS},
+        for (const Case c : {Case{50, QLX_MIP_NO_SOL_FOUND}, Case{43, QLX_MIP_NO_SOL_FOUND},
                              Case{42.5, QLX_MIP_OPTIMAL}, Case{0, QLX_MIP_OPTIMAL}}) {
             SCOPED_TRACE(sense * c.cutoff);
             TestProblem p;
@@ -29,6 +29,7 @@ TEST(MipClaims, OnlySolutionsBetterThanTheCutoff) {
             p.control("mipabscutoff", -sense * c.cutoff);
             ASSERT_EQ(QLXmipoptimize(p, ""), 0) << p.error();
             EXPECT_EQ(p.integer("mipstatus"), c.status);
+            EXPECT_EQ(p.integer("stopstatus") == QLX_STOP_CUTOFF, c.status != QLX_MIP_OPTIMAL);
             EXPECT_EQ(p.integer("mipsols") > 0, c.status == QLX_MIP_OPTIMAL);
             if (c.status == QLX_MIP_OPTIMAL) {
                 EXPECT_NEAR(p.real(QLX_ATTRIB_MIPOBJVAL), -43.0 * sense, 1e-9);
@@ -70,7 +71,9 @@ TEST(MipClaims, ACutoffChangesNoOtherClaim) {
         for (const double room : {-3.0, 3.0}) {
             p.control("mipabscutoff", best + sense * room);
             ASSERT_EQ(QLXmipoptimize(p, ""), 0) << p.error();
-            EXPECT_EQ(p.integer("mipstatus"), optimal && room < 0 ? QLX_MIP_INFEAS : status);
+            const bool beaten = optimal && room < 0;
+            EXPECT_EQ(p.integer("mipstatus"), beaten ? QLX_MIP_NO_SOL_FOUND : status);
+            EXPECT_EQ(p.integer("stopstatus") == QLX_STOP_CUTOFF, beaten);
             if (optimal && room > 0) {
                 EXPECT_NEAR(p.real(QLX_ATTRIB_MIPOBJVAL), best, 1e-6);
             }
