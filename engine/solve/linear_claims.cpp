@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "engine/base/index.hpp"
 #include "engine/check/linear_proof.hpp"
 #include "engine/check/point_check.hpp"
 #include "engine/lp/live_model.hpp"
@@ -94,6 +95,23 @@ int status_by_rays(SolveSession& session, LpKernel& kernel, const KernelResult& 
             return QLX_LP_UNBOUNDED;
     }
     return -1;
+}
+
+bool has_improving_ray(SolveSession& session, const KernelOptions& options) {
+    Model& model = session.model();
+    bool may_improve = false;
+    for (int col = 0; col < model.num_cols(); ++col) {
+        const double cost = model.sense() * model.obj()[at(col)];
+        const Sides bounds = model.relaxed_bounds(col);
+        may_improve = may_improve || (cost > 0 && bounds.lower <= -kInfinity) ||
+                      (cost < 0 && bounds.upper >= kInfinity);
+    }
+    if (!may_improve) return false;
+    LpKernel ray;
+    const int stopped = session.results().stop_status;
+    const bool ended = solve_program(session, options, ray_program(model), ray);
+    session.results().stop_status = stopped;
+    return ended && proves_improving_ray(model, ray.col_value(), options.matrix_tolerance);
 }
 
 int status_by_phase_one(SolveSession& session, const KernelOptions& options) {
