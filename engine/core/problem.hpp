@@ -43,7 +43,6 @@ struct qlx_problem {
     [[nodiscard]] int stop_reason() const noexcept {
         return stop_reason_.load(std::memory_order_relaxed);
     }
-    [[nodiscard]] const std::atomic<int>& stop_flag() const noexcept { return stop_reason_; }
     void clear_stop_reason() noexcept { stop_reason_.store(0, std::memory_order_relaxed); }
     void send(int type, int number, std::string_view text) {
         messages.send(*this, type, number, text);

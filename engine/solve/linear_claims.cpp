@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "engine/base/index.hpp"
 #include "engine/check/point_check.hpp"
 #include "engine/check/proof.hpp"
 #include "engine/check/store_view.hpp"
@@ -69,6 +70,24 @@ int status_by_rays(SolveSession& session, LpKernel& kernel, const KernelResult& 
             return QLX_LP_UNBOUNDED;
     }
     return -1;
+}
+
+bool has_improving_ray(SolveSession& session, const KernelOptions& options) {
+    Model& model = session.model();
+    bool may_improve = false;
+    for (int col = 0; col < model.num_cols(); ++col) {
+        const double cost = model.sense() * model.obj()[at(col)];
+        const Sides bounds = model.relaxed_bounds(col);
+        may_improve = may_improve || (cost > 0 && bounds.lower <= -kInfinity) ||
+                      (cost < 0 && bounds.upper >= kInfinity);
+    }
+    if (!may_improve) return false;
+    const StoreView store(model, options.matrix_tolerance);
+    LpKernel ray;
+    const int stopped = session.results().stop_status;
+    const bool ended = solve_program(session, options, recession_program(store.view()), ray);
+    session.results().stop_status = stopped;
+    return ended && !improving_ray(store.view(), ray.col_value()).empty();
 }
 
 int status_by_phase_one(SolveSession& session, const KernelOptions& options) {

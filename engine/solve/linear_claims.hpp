@@ -19,4 +19,8 @@ namespace qlx {
 // within a unit box. -1 when neither is proven, QLX_LP_UNFINISHED when a limit stopped them.
 [[nodiscard]] int status_by_phase_one(SolveSession& session, const KernelOptions& options);
 
+// Whether some direction improves the objective for ever within rows and bounds, integrality and
+// the rest of it apart. False where that stays open.
+[[nodiscard]] bool has_improving_ray(SolveSession& session, const KernelOptions& options);
+
 }  // namespace qlx

@@ -24,7 +24,7 @@ SolveSession::SolveSession(Problem& problem)
     problem.clear_stop_reason();
     problem.interrupt_check.begin();
     log_.emplace(problem);
-    stop_rule_.watch(problem.stop_flag());
+    stop_rule_.watch(asked_);
     stop_rule_.ask(
         [](void* session) noexcept { return static_cast<SolveSession*>(session)->look(); }, this);
     stop_rule_.end_in(problem.controls.timelimit);
@@ -54,10 +54,7 @@ double SolveSession::seconds_left() const noexcept {
 }
 
 void SolveSession::stop(int reason) noexcept {
-    if (is_nested())
-        asked_.store(reason, std::memory_order_relaxed);
-    else
-        problem_.interrupt(reason);
+    asked_.store(reason, std::memory_order_relaxed);
 }
 
 int SolveSession::look() noexcept {

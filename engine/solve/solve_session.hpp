@@ -96,7 +96,7 @@ class SolveSession {
     Problem& problem_;
     SolveSession* const outer_ = nullptr;
     const StopRule::Clock::time_point start_ = StopRule::Clock::now();
-    std::atomic<int> asked_{0};  // of a nested session; others use the problem's flag
+    std::atomic<int> asked_{0};  // by the session itself; interrupts are the problem's own
     StopRule stop_rule_;
     Incumbents incumbents_;
     std::optional<ProgressLog> log_;  // of the outermost session
