@@ -2,6 +2,7 @@
 #include <array>
 
 #include "bridge/conversion_check.hpp"
+#include "bridge/library_methods.hpp"
 #include "callbacks/branchobj.hpp"
 #include "callbacks/handles.hpp"
 #include "model/constraint.hpp"
@@ -95,8 +96,8 @@ PyMethodDef* method_table() {
         std::vector<PyMethodDef> rows;
         for (const PyMethodDef* part :
              {modelling_functions, function_methods, setting_methods, message_handler_methods,
-              environment_methods, conversion_check_methods, inspection_methods,
-              formula_inspection_methods}) {
+              environment_methods, conversion_check_methods, library_method_list,
+              inspection_methods, formula_inspection_methods}) {
             for (; part->ml_name != nullptr; ++part) rows.push_back(*part);
         }
         rows.push_back(exit_method);
@@ -117,7 +118,7 @@ void release_environment() noexcept {
     Py_CLEAR(qlx_py_env.ctrl_table);
     Py_CLEAR(qlx_py_env.attr_table);
     Py_CLEAR(qlx_py_env.msghandlers);
-    Py_CLEAR(qlx_py_env.deferred_exception);
+    qlx_py_env.deferred_exceptions.clear();
 }
 
 // The module's release function, called at the interpreter's end and when start-up failed. Its own

@@ -3,6 +3,7 @@
 
 #include <cmath>
 
+#include "model/containers.hpp"
 #include "module/boundary.hpp"
 #include "module/numpy.hpp"
 #include "module/pending_exception.hpp"
@@ -82,6 +83,8 @@ Ref elementary_function(PyObject* module, PyObject* argument) {
         return python_float(Function(constant_value(argument)));
     if (is_numpy_array(argument))
         return apply_to_elements(module, argument, Function, element_function<Code, Function>);
+    if (offers_array(argument))
+        return elementary_function<Code, Function>(module, offered_array(argument).get());
     return nonlin_build_node(false, Code, argument);
 }
 
@@ -211,7 +214,7 @@ PyMethodDef function_methods[] = {
      "The arguments are numbers and modelling objects. Use this function instead of\n"
      "Python's own min when an argument depends on variables."},
     {"user", method<nary_function<kUser>>, METH_FASTCALL,
-     "user(f, *terms)\n--\n\nA function of the user's own.\n\n"
+     "user(f, /, *terms)\n--\n\nA function of the user's own.\n\n"
      "a = quilex.user (f, t1, t2, ..., tn)\n\n"
      "During the solve f is called with the values of t1, ..., tn and must return a\n"
      "float; the behaviour is otherwise undefined."},

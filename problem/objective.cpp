@@ -57,7 +57,8 @@ void set_quadratic_part(Problem* problem, const RowEntries& entries) {
                                   entries.quadratic_coefficients.data()));
 }
 
-void convert_objective(const Problem* problem, PyObject* objective, RowEntries& entries) {
+void convert_objective(Problem* problem, PyObject* objective, RowEntries& entries) {
+    const ConversionScope conversion(problem);
     entries.clear();
     entries.begin_row(problem, nullptr);
     convertExpr(objective, 1.0, entries);
@@ -108,7 +109,7 @@ Ref problem_setObjective(PyObject* self, PyObject* arguments, PyObject* keywords
 
 PyMethodDef objective_methods[] = {
     {"setObjective", method<problem_setObjective>, METH_VARARGS | METH_KEYWORDS,
-     "setObjective(objective, sense=quilex.minimize)\n--\n\n"
+     "setObjective($self, objective, sense=quilex.minimize)\n--\n\n"
      "Replace the objective by a number, variable, term or expression, to be minimised or\n"
      "maximised (quilex.minimize, quilex.maximize). A constant counts in getObjVal()."},
     {nullptr, nullptr, 0, nullptr}};

@@ -1,10 +1,9 @@
 // Entry points: what the nonlinear solver knows about columns.
 #include <qlx/qslp.h>
 
-#include <cmath>
-
-#include "engine/api/arguments.hpp"
+#include "engine/api/nonlinear_arguments.hpp"
 #include "engine/api/nonlinear_boundary.hpp"
+#include "engine/base/index.hpp"
 
 using namespace qlx;
 
@@ -14,11 +13,6 @@ void require_unused(const void* argument, const char* name) {
     if (argument != nullptr)
         fail(QLX_ERROR_NOT_AVAILABLE, name,
              " is not available yet and must be null; initvalue and value are");
-}
-
-void require_value(const double* value, const char* name) {
-    if (value != nullptr && !(std::fabs(*value) < kInfinity))
-        fail(QLX_ERROR_ARGUMENT, name, " is ", *value, ", must be less than 1e20 in magnitude");
 }
 
 void make_room(std::vector<double>& values, int col) {
@@ -35,7 +29,7 @@ int QSLPchgvar(QSLPprob prob, int col, const int* detrow, const double* initstep
                const double* initvalue, const double* value, const int* tolset, const int* history,
                const int* converged, const int* vartype) {
     return nonlinear_change(prob, "QSLPchgvar", [&](NonlinearProblem& p) {
-        require_index(col, p.linear.model.num_cols(), "col");
+        check_index(col, p.linear.model.num_cols(), "col");
         require_unused(detrow, "detrow");
         require_unused(initstepbound, "initstepbound");
         require_unused(stepbound, "stepbound");
@@ -45,13 +39,13 @@ int QSLPchgvar(QSLPprob prob, int col, const int* detrow, const double* initstep
         require_unused(history, "history");
         require_unused(converged, "converged");
         require_unused(vartype, "vartype");
-        require_value(initvalue, "initvalue");
-        require_value(value, "value");
-        const auto at = static_cast<std::size_t>(col);
-        if (initvalue != nullptr) make_room(p.column_values.initial, col);
-        if (value != nullptr) make_room(p.column_values.current, col);
-        if (initvalue != nullptr) p.column_values.initial[at] = *initvalue;
-        if (value != nullptr) p.column_values.current[at] = *value;
+        if (initvalue != nullptr) check_column_value(*initvalue, "initvalue");
+        if (value != nullptr) check_column_value(*value, "value");
+        ColumnValues& values = p.linear.model.nonlinear().values;
+        if (initvalue != nullptr) make_room(values.initial, col);
+        if (value != nullptr) make_room(values.current, col);
+        if (initvalue != nullptr) values.initial[at(col)] = *initvalue;
+        if (value != nullptr) values.current[at(col)] = *value;
     });
 }
 

@@ -64,6 +64,33 @@ double bound_violation(const Model& model, const double* x) {
     return worst;
 }
 
+void add_nonlinear_activities(const Model& model, const double* x,
+                              std::vector<double>& activities) {
+    const CoefficientStore& store = model.nonlinear().coefficients;
+    std::vector<double> stack(at(store.stack_size()));
+    for (std::size_t term = 0; term < store.num_terms(); ++term)
+        activities[at(store.row(term))] += term_value(store, term, x, stack.data());
+}
+
+// The largest magnitude of a row's terms at a point, at least 1: what a violation is measured by.
+double row_magnitude(Model& model, int row, const double* x) {
+    double magnitude = 1;
+    const auto columns = model.matrix().row_columns(row);
+    const auto values = model.matrix().row_values(row);
+    for (std::size_t k = 0; k < columns.size(); ++k)
+        magnitude = std::max(magnitude, std::fabs(values[k] * x[columns[k]]));
+    if (const auto form = model.quadratic_rows().find(row); form != model.quadratic_rows().end())
+        for (const QuadraticTerm& term : form->second.terms())
+            magnitude =
+                std::max(magnitude, std::fabs(term.coefficient * x[term.first] * x[term.second]));
+    CoefficientStore& store = model.nonlinear().coefficients;
+    if (store.num_terms() == 0) return magnitude;
+    std::vector<double> stack(at(store.stack_size()));
+    for (const std::size_t term : store.terms_of_row(row))
+        magnitude = std::max(magnitude, std::fabs(term_value(store, term, x, stack.data())));
+    return magnitude;
+}
+
 }  // namespace
 
 std::vector<double> row_activities(Model& model, const double* x) {
@@ -79,6 +106,7 @@ std::vector<double> row_activities(Model& model, const double* x) {
         activities[row] = sum;
     }
     for (const auto& [row, form] : model.quadratic_rows()) activities[at(row)] += form.value(x);
+    if (!model.nonlinear().empty()) add_nonlinear_activities(model, x, activities);
     return activities;
 }
 
@@ -95,23 +123,16 @@ PointCheck check_point(Model& model, const double* x, const std::vector<double>&
     for (int row = 0; row < model.num_rows(); ++row) {
         const Sides sides = model.sides(row);
         double away = outside(activities[at(row)], sides.lower, sides.upper);
+        // A formula without a value keeps no side.
+        if (std::isnan(activities[at(row)]) && model.row_type()[at(row)] != 'N') away = kInfinity;
         if (away <= 0) continue;
         if (const auto found = model.indicators().find(row); found != model.indicators().end()) {
             // A switch between its values is a violation of its type.
             const double switched = x[found->second.column];
             if (!integral || std::fabs(switched - found->second.active) > 0.5) continue;
         }
-        double magnitude =
-            std::max(1.0, std::fabs(activities[at(row)] < sides.lower ? sides.lower : sides.upper));
-        const auto columns = model.matrix().row_columns(row);
-        const auto values = model.matrix().row_values(row);
-        for (std::size_t k = 0; k < columns.size(); ++k)
-            magnitude = std::max(magnitude, std::fabs(values[k] * x[columns[k]]));
-        if (const auto form = model.quadratic_rows().find(row);
-            form != model.quadratic_rows().end())
-            for (const QuadraticTerm& term : form->second.terms())
-                magnitude = std::max(magnitude,
-                                     std::fabs(term.coefficient * x[term.first] * x[term.second]));
+        const double side = activities[at(row)] < sides.lower ? sides.lower : sides.upper;
+        const double magnitude = std::max(row_magnitude(model, row, x), std::fabs(side));
         check.rows = std::max(check.rows, away / magnitude);
     }
     if (!integral) return check;

@@ -235,6 +235,7 @@ void Model::delete_rows(const std::vector<int>& new_index) {
     matrix_.delete_rows(new_index);
     renumber_keys(quadratic_rows_, new_index);
     renumber_keys(indicators_, new_index);
+    nonlinear_.delete_rows(new_index);
     renumber(delayed_rows_, new_index);
     renumber(model_cuts_, new_index);
     row_names_.delete_items(new_index);
@@ -267,6 +268,7 @@ void Model::delete_columns(const std::vector<int>& new_index) {
         set.references.resize(kept);
     }
     for (auto& [row, indicator] : indicators_) indicator.column = new_index[at(indicator.column)];
+    nonlinear_.delete_columns(new_index);
     col_names_.delete_items(new_index);
     changes_.delete_columns(new_index);
 }

@@ -6,6 +6,7 @@
 #include "engine/lp/live_model.hpp"
 #include "engine/lp/quadratic_kernel.hpp"
 #include "engine/quad/convex_program.hpp"
+#include "engine/solve/kernel_options.hpp"
 #include "engine/solve/solve.hpp"
 #include "engine/solve/solve_session.hpp"
 
@@ -100,7 +101,11 @@ quad::ConvexControl control_of(const SolveSession& session) {
     control.optimality_tolerance = session.controls().opttol;
     control.iteration_budget = session.controls().lpiterlimit;
     control.stop = session.stop_rule();
-    control.large_scale_qp = solve_large_quadratic;
+    control.large_scale_qp = [threads = kernel_options(session.controls(), nullptr).threads](
+                                 const quad::QuadraticModel& model, const StopRule& rule,
+                                 int iterations) {
+        return solve_large_quadratic(model, rule, iterations, threads);
+    };
     return control;
 }
 

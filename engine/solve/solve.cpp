@@ -1,7 +1,6 @@
 // Dispatches a solve to the solver of the problem's class.
 #include "engine/solve/solve.hpp"
 
-#include "engine/core/nonlinear_problem.hpp"
 #include "engine/core/problem.hpp"
 #include "engine/solve/classify.hpp"
 #include "engine/solve/kernel_options.hpp"
@@ -82,8 +81,7 @@ void solve_class(SolveSession& session, ProblemClass problem_class, const char* 
 }  // namespace
 
 void refuse_nonlinear(const Problem& problem) {
-    if (problem.nonlinear == nullptr) return;
-    const std::size_t terms = problem.nonlinear->coefficients.num_terms();
+    const std::size_t terms = problem.model.nonlinear().coefficients.num_terms();
     if (terms == 0) return;
     fail(QLX_ERROR_UNSUPPORTED, "the problem has ", terms,
          " nonlinear coefficients; there is no solver for them yet, and its linear and quadratic "
