@@ -72,8 +72,8 @@ void add_nonlinear_activities(const Model& model, const double* x,
         activities[at(store.row(term))] += term_value(store, term, x, stack.data());
 }
 
-// The largest magnitude of a row's terms at a point and of the side that it breaks, at least 1: what
-// a violation is measured by.
+// The largest magnitude of a row's terms at a point and of the side that it breaks, at least 1:
+// what a violation is measured by.
 double row_magnitude(Model& model, int row, const double* x, double side) {
     double magnitude = std::max(1.0, std::fabs(side));
     const auto columns = model.matrix().row_columns(row);

@@ -80,8 +80,8 @@ class RuleEvents final : public KernelEvents {
 
 }  // namespace
 
-quad::KernelAnswer solve_large_quadratic(const quad::QuadraticModel& model,
-                                         const StopRule& rule, int iterations, int threads) {
+quad::KernelAnswer solve_large_quadratic(const quad::QuadraticModel& model, const StopRule& rule,
+                                         int iterations, int threads) {
     const std::shared_ptr<HighsSession> session = HighsSession::make();
     session->set("solver", "hipo");
     session->set("run_crossover", "off");

@@ -99,8 +99,7 @@ int status_by_phase_one(SolveSession& session, const KernelOptions& options) {
     if (proves_infeasible(program, elastic.row_dual())) return QLX_LP_INFEAS;
     if (!is_feasible(session, elastic.col_value())) return -1;
     LpKernel ray;
-    if (!solve_program(session, options, recession_program(program), ray))
-        return QLX_LP_UNFINISHED;
+    if (!solve_program(session, options, recession_program(program), ray)) return QLX_LP_UNFINISHED;
     return improving_ray(program, ray.col_value()).empty() ? -1 : QLX_LP_UNBOUNDED;
 }
 

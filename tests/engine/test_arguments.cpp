@@ -151,9 +151,11 @@ TEST(Arguments, UnknownLettersOfTheFlagsAreRefusedInEveryClass) {
             EXPECT_EQ(p.integer("lpstatus"), QLX_LP_UNSTARTED);
         }
         QSLPprob nonlinear = nullptr;
+        ASSERT_EQ(QSLPinit(), 0);
         ASSERT_EQ(QSLPcreateprob(&nonlinear, p), 0);
         EXPECT_EQ(QSLPnlpoptimize(nonlinear, "z"), QLX_ERROR_ARGUMENT);
         ASSERT_EQ(QSLPdestroyprob(nonlinear), 0);
+        ASSERT_EQ(QSLPfree(), 0);
     }
 }
 
@@ -162,6 +164,7 @@ TEST(Arguments, TheNonlinearControlOfTheSenseIsTheModelsSense) {
     TestProblem p;
     build(p);
     QSLPprob nonlinear = nullptr;
+    ASSERT_EQ(QSLPinit(), 0);
     ASSERT_EQ(QSLPcreateprob(&nonlinear, p), 0);
     const auto shown = [&] {
         double value = 0;
@@ -180,6 +183,7 @@ TEST(Arguments, TheNonlinearControlOfTheSenseIsTheModelsSense) {
     ASSERT_EQ(QSLPsetdblcontrol(nonlinear, QSLP_CONTROL_OBJSENSE, 1), 0);
     EXPECT_EQ(shown(), 1);
     ASSERT_EQ(QSLPdestroyprob(nonlinear), 0);
+    ASSERT_EQ(QSLPfree(), 0);
 }
 
 TEST(Arguments, WrongOnesAreNamedAndChangeNothing) {

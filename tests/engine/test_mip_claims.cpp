@@ -200,7 +200,7 @@ TEST(MipClaims, EveryEndHasItsReasonAndItsPointTheTolerance) {
         const double feastol = tolerances[random.whole(0, 4)];
         p.control("feastol", feastol);
         p.control("inttol", tolerances[random.whole(0, 4)]);
-        if (random.chance(0.3)) p.control("mipabscutoff", random.real(-20, 20));
+        if (random.chance(0.5)) p.control("mipabscutoff", random.real(-20, 20));
         ASSERT_EQ(QLXmipoptimize(p, ""), 0) << p.error();
         const int status = p.integer("mipstatus");
         ++seen[status];
