@@ -49,9 +49,9 @@ namespace qlx {
          "Only integer solutions better than this are looked for; 1e20 (minimising) or -1e20: no cutoff") \
     REAL(7008, matrixtol, 1e-12, 1e-12, 1e-3, "engine/solve/kernel_options.cpp", \
          "Coefficients of at most this magnitude count as 0 when a model is solved") \
-    REAL(7009, indbigm, 1e7, 1, 1e12, "engine/reformulate", \
+    REAL(7009, indbigm, 1e7, 1, 1e12, "engine/solve/mixed_integer.cpp", \
          "Largest bound that a set, indicator, partial integer or semi-continuous column is stated with; " \
-         "columns of the last kind are branched on beyond it")
+         "beyond it, and beyond what tolerances allow, they are branched on")
 // clang-format on
 
 // The values of one problem; a member per row.

@@ -7,10 +7,10 @@
 #include "engine/check/point_check.hpp"
 #include "engine/constructs/reformulation.hpp"
 #include "engine/lp/live_model.hpp"
+#include "engine/solve/construct_search.hpp"
 #include "engine/solve/cutoff.hpp"
 #include "engine/solve/kernel_options.hpp"
 #include "engine/solve/recovery.hpp"
-#include "engine/solve/semicontinuous_search.hpp"
 #include "engine/solve/solve.hpp"
 #include "engine/solve/solve_scope.hpp"
 
@@ -141,11 +141,31 @@ const char* describe(int status) {
     }
 }
 
+// Coefficients up to this are stated with binaries whatever else there is; up to the larger one
+// where all of them are that small, and what is claimed is verified without presolve.
+constexpr double kSafeBigM = 1e4;
+constexpr double kLargestBigM = 1e6;
+// What a binary's distance from an integer, within tolerances, may let through.
+constexpr double kLeastMeaningful = 1e-6;
+
+Reformulation reformulation(Problem& problem) {
+    const double asked = problem.controls.indbigm;
+    Reformulation all(problem.model, std::min(asked, kLargestBigM));
+    if (all.branched().empty() || all.big_m() <= kSafeBigM) return all;
+    return {problem.model, std::min(asked, kSafeBigM)};
+}
+
+// A binary off by the tolerance times M must not matter.
+void tighten_for(KernelOptions& options, double big_m) {
+    const double tolerance = std::max(1e-10, kLeastMeaningful / big_m);
+    options.integrality_tolerance = std::min(options.integrality_tolerance, tolerance);
+    options.feasibility_tolerance = std::min(options.feasibility_tolerance, tolerance);
+}
+
 // The model as the kernel is to search it, cutoff included.
 KernelModel stated_model(Problem& problem) {
-    KernelModel model = needs_reformulation(problem.model)
-                            ? reformulate(problem.model, problem.controls.indbigm)
-                            : kernel_model(problem.model);
+    KernelModel model = needs_reformulation(problem.model) ? reformulation(problem).take()
+                                                           : kernel_model(problem.model);
     if (has_cutoff(problem)) add_cutoff_row(model, problem.controls.mipabscutoff);
     return model;
 }
@@ -236,11 +256,14 @@ bool take_integer_point(Problem& problem, const double* x) {
 }
 
 void solve_mip(Problem& problem, const SolveScope& scope, const char* flags) {
-    const KernelOptions asked = kernel_options(problem.controls, flags);
+    KernelOptions asked = kernel_options(problem.controls, flags);
     send_start(problem, "MIP");
-    if (const auto columns = unbounded_semicontinuous(problem.model, problem.controls.indbigm);
-        !columns.empty())
-        return finish(problem, search_semicontinuous(problem, scope, flags, columns));
+    if (has_constructs(problem.model)) {
+        const Reformulation statement = reformulation(problem);
+        if (const auto& items = statement.branched(); !items.empty())
+            return finish(problem, search_constructs(problem, scope, flags, items));
+        tighten_for(asked, statement.big_m());
+    }
     LoadedKernel kernel(problem, asked.matrix_tolerance);
     if (asked.iteration_limit == 0) {
         problem.results.stop_status = QLX_STOP_ITERLIMIT;

@@ -1,15 +1,17 @@
-// Branch and bound over semi-continuous columns that no binary can switch: such a column is 0 or
-// within its range, its relaxation lies between. Each node is a problem of its own, solved whole.
-#include "engine/solve/semicontinuous_search.hpp"
+// Branch and bound over constructs that no binary is to state. Each node is a problem of its own,
+// solved whole: a relaxation without these constructs, with what was decided about them.
+#include "engine/solve/construct_search.hpp"
 
 #include <algorithm>
 #include <cmath>
 #include <limits>
 #include <new>
 #include <optional>
+#include <utility>
 
+#include "engine/check/point_check.hpp"
+#include "engine/solve/construct_node.hpp"
 #include "engine/solve/cutoff.hpp"
-#include "engine/solve/semicontinuous_node.hpp"
 #include "engine/solve/solve.hpp"
 #include "engine/solve/solve_scope.hpp"
 
@@ -21,7 +23,7 @@ constexpr double kUnbounded = std::numeric_limits<double>::infinity();
 
 struct Node {
     double bound = -kUnbounded;  // of the objective as minimised
-    std::vector<Decision> path;
+    Path path;
 };
 
 bool is_worse(const Node& a, const Node& b) {
@@ -32,36 +34,22 @@ bool is_worse(const Node& a, const Node& b) {
 class Search final : public KernelWatch {
   public:
     Search(Problem& problem, const SolveScope& scope, const char* flags,
-           const std::vector<SemicontinuousColumn>& columns)
+           const std::vector<ConstructItem>& items)
         : KernelWatch(problem),
           scope_(scope),
           flags_(flags),
-          columns_(columns),
+          items_(items),
           results_(problem.results),
           sense_(problem.model.sense()),
-          node_(problem, columns, *this) {}
+          node_(problem, items, *this) {}
 
     int run() {
-        std::optional<Node> next = Node{};
-        while (next && !is_unbounded()) {
-            if (is_closed(next->bound)) {
-                close(next->bound);
-                next = best_open();
-                continue;
-            }
-            results_.stop_status = reason_to_stop();
-            if (results_.stop_status == QLX_STOP_NONE)
-                next = explore(std::move(*next));
-            else
-                keep(std::move(*next));
-            if (results_.stop_status != QLX_STOP_NONE) break;
-            if (!next) next = best_open();
-        }
+        search_below({});
         return conclude();
     }
 
     // The events of a node's solve.
-    bool stop() noexcept override { return KernelWatch::stop() || is_unbounded(); }
+    bool stop() noexcept override { return KernelWatch::stop() || is_found(); }
     void progress(const KernelProgress& of_node) noexcept override {
         KernelProgress whole;
         whole.seconds = scope_.seconds();
@@ -83,7 +71,26 @@ class Search final : public KernelWatch {
     }
 
   private:
-    [[nodiscard]] bool is_unbounded() const noexcept { return seeking_ && has_point_; }
+    void search_below(Node root) {
+        std::optional<Node> next = std::move(root);
+        while (next && !unbounded_ && !is_found()) {
+            if (is_closed(next->bound)) {
+                close(next->bound);
+                next = best_open();
+                continue;
+            }
+            results_.stop_status = reason_to_stop();
+            if (results_.stop_status == QLX_STOP_NONE)
+                next = explore(std::move(*next));
+            else
+                keep(std::move(*next));
+            if (results_.stop_status != QLX_STOP_NONE) break;
+            if (!next) next = best_open();
+        }
+    }
+
+    // Whether any point was sought, and there is one.
+    [[nodiscard]] bool is_found() const noexcept { return seeking_ && has_point_; }
     [[nodiscard]] double incumbent() const noexcept {
         return results_.mip.valid ? sense_ * results_.mip.objective : kUnbounded;
     }
@@ -91,17 +98,21 @@ class Search final : public KernelWatch {
         return has_cutoff(problem_) && !seeking_ ? sense_ * problem_.controls.mipabscutoff
                                                  : kUnbounded;
     }
-    [[nodiscard]] double cutoff() const noexcept { return std::min(incumbent(), asked_cutoff()); }
+    [[nodiscard]] double cutoff() const noexcept {
+        return seeking_ ? kUnbounded : std::min(incumbent(), asked_cutoff());
+    }
     // Whether nothing that is better by more than the gap can be below a node.
     [[nodiscard]] bool is_closed(double bound) const noexcept {
         if (bound >= asked_cutoff()) return true;
-        if (!results_.mip.valid) return false;
+        if (!results_.mip.valid || seeking_) return false;
         const Controls& controls = problem_.controls;
         const double gap =
             std::max(controls.mipabsgap, controls.miprelgap * std::fabs(incumbent()));
         return bound >= incumbent() - gap;
     }
-    void close(double bound) noexcept { closed_bound_ = std::min(closed_bound_, bound); }
+    void close(double bound) noexcept {
+        if (!seeking_) closed_bound_ = std::min(closed_bound_, bound);
+    }
     [[nodiscard]] double open_bound(double of_current) const noexcept {
         return open_.empty() ? of_current : std::min(of_current, open_.front().bound);
     }
@@ -140,7 +151,6 @@ class Search final : public KernelWatch {
     }
 
     const Results& solve(const Node& node) {
-        node_.decide(node.path);
         Controls& controls = node_.controls();
         controls.timelimit = scope_.seconds_left();
         controls.nodelimit = problem_.controls.nodelimit - static_cast<int>(results_.nodes);
@@ -157,7 +167,12 @@ class Search final : public KernelWatch {
     // Solves a node; the child to dive into, if any.
     std::optional<Node> explore(Node node) {
         const double better_than = cutoff();
+        if (!node_.decide(node.path)) {
+            close(better_than);
+            return std::nullopt;
+        }
         const Results& found = solve(node);
+        if (is_found()) return std::nullopt;
         progress({});
         if (std::isfinite(found.best_bound))
             node.bound = std::max(node.bound, sense_ * found.best_bound);
@@ -166,8 +181,7 @@ class Search final : public KernelWatch {
                 close(better_than);
                 return std::nullopt;
             case QLX_MIP_UNBOUNDED:
-                if (!seeking_) return seek_point();
-                return branch_anywhere(std::move(node));
+                return follow_ray(std::move(node));
             case QLX_MIP_OPTIMAL:
                 return take(std::move(node), found.mip.x);
             default:
@@ -181,86 +195,99 @@ class Search final : public KernelWatch {
         return std::nullopt;
     }
 
-    // The relaxation goes on for ever in a direction that improves the objective. Far enough along
-    // it from any point of the whole problem every column is within its range, or as it was: the
-    // problem is unbounded if it has a point, whatever its objective.
-    std::optional<Node> seek_point() {
-        seeking_ = true;
-        undecided_ = false;
-        node_.forget_objective();
-        open_.clear();
-        return Node{};
+    // The relaxation goes on for ever in a direction that improves the objective. Where nothing
+    // undecided can end that way, the problem is unbounded if the node has a point of it, whatever
+    // its objective.
+    std::optional<Node> follow_ray(Node node) {
+        for (const ConstructItem& one : items_) {
+            if (!one.construct->blocks_rays() && !seeking_) continue;
+            auto children = branches(one, nullptr);
+            if (!children.empty()) return branch(std::move(node), std::move(children));
+        }
+        if (seeking_) {
+            undecided_ = true;
+            return std::nullopt;
+        }
+        std::vector<Node> others;
+        others.swap(open_);
+        set_seeking(true);
+        search_below({-kUnbounded, node.path});
+        unbounded_ = has_point_;
+        set_seeking(false);
+        open_.swap(others);
+        if (!unbounded_ && results_.stop_status != QLX_STOP_NONE) keep(std::move(node));
+        return std::nullopt;
+    }
+    void set_seeking(bool seeking) {
+        if (seeking) has_point_ = false;
+        seeking_ = seeking;
+        node_.set_seeking(seeking);
     }
 
     std::optional<Node> take(Node node, const std::vector<double>& x) {
-        if (const auto place = between(x, problem_.controls.feastol))
-            return offer_and_branch(std::move(node), *place, x);
-        if (offer(x.data()) || is_closed(node.bound)) {
+        auto children = branches_at(x, problem_.controls.feastol);
+        // What is violated by little more than the tolerance may still pass.
+        const bool passed = offer(x.data());
+        if ((passed && children.empty()) || is_closed(node.bound)) {
             close(node.bound);
             return std::nullopt;
         }
+        if (!children.empty()) return branch(std::move(node), std::move(children));
         if (problem_.stop_reason() == 0) return branch_anywhere(std::move(node));
         keep(std::move(node));
         return std::nullopt;
     }
 
-    // The undecided column that is farthest from both 0 and its range.
-    [[nodiscard]] std::optional<std::size_t> between(const std::vector<double>& x,
-                                                     double tolerance) const {
-        std::optional<std::size_t> found;
-        double worst = 0;
-        for (std::size_t place = 0; place < columns_.size(); ++place) {
-            if (node_.choice(place) != Choice::kRelaxed) continue;
-            const double near = columns_[place].near();
-            const double value = x[static_cast<std::size_t>(columns_[place].col)];
-            const double share = value / near;
-            const double away = std::min(share, 1 - share);
-            if (away * std::fabs(near) <= tolerance || away <= worst) continue;
-            worst = away;
-            found = place;
-        }
-        return found;
+    [[nodiscard]] std::vector<Branch> branches(const ConstructItem& one, const double* x) const {
+        return one.construct->branches(problem_.model, node_.model(), one.item, x);
     }
 
-    std::optional<Node> offer_and_branch(Node node, std::size_t place,
-                                         const std::vector<double>& x) {
-        offer(x.data());  // what is between by little more than the tolerance may still pass
-        if (is_closed(node.bound)) {
-            close(node.bound);
-            return std::nullopt;
+    // Of the undecided construct that is violated most.
+    [[nodiscard]] std::vector<Branch> branches_at(const std::vector<double>& x, double tolerance) {
+        const std::vector<double> activities = row_activities(problem_.model, x.data());
+        std::vector<std::pair<double, const ConstructItem*>> violated;
+        for (const ConstructItem& one : items_) {
+            const Violation violation =
+                one.construct->violation(problem_.model, one.item, {x.data(), activities});
+            if (std::max(violation.types, violation.rows) > tolerance)
+                violated.emplace_back(violation.share, &one);
         }
-        const SemicontinuousColumn& column = columns_[place];
-        const double share = x[static_cast<std::size_t>(column.col)] / column.near();
-        return branch(std::move(node), place, share < 0.5 ? Choice::kZero : Choice::kInRange);
+        std::stable_sort(violated.begin(), violated.end(),
+                         [](const auto& a, const auto& b) { return a.first > b.first; });
+        for (const auto& [share, one] : violated)
+            if (auto children = branches(*one, x.data()); !children.empty()) return children;
+        return {};
     }
 
     // A node without an answer that stands the check: its children may be easier.
     std::optional<Node> branch_anywhere(Node node) {
-        for (std::size_t place = 0; place < columns_.size(); ++place)
-            if (node_.choice(place) == Choice::kRelaxed)
-                return branch(std::move(node), place, Choice::kInRange);
+        for (const ConstructItem& one : items_)
+            if (auto children = branches(one, nullptr); !children.empty())
+                return branch(std::move(node), std::move(children));
         undecided_ = true;
         close(node.bound);
         return std::nullopt;
     }
 
-    std::optional<Node> branch(Node node, std::size_t place, Choice first) {
-        Node other = node;
-        other.path.push_back({place, first == Choice::kZero ? Choice::kInRange : Choice::kZero});
-        keep(std::move(other));
-        node.path.push_back({place, first});
-        return node;
+    // The first child is dived into.
+    std::optional<Node> branch(const Node& node, std::vector<Branch> children) {
+        const auto child = [&](Branch& branch) {
+            return Node{node.bound,
+                        std::make_shared<const Step>(Step{std::move(branch), node.path})};
+        };
+        for (std::size_t k = 1; k < children.size(); ++k) keep(child(children[k]));
+        return child(children.front());
     }
 
     int conclude() {
-        if (is_unbounded()) {
+        if (unbounded_) {
             results_.stop_status = QLX_STOP_NONE;
             results_.mip = {};
             results_.solutions_found = 0;
             return QLX_MIP_UNBOUNDED;
         }
         for (const Node& node : open_) close(node.bound);
-        if (!seeking_) results_.best_bound = sense_ * std::min(closed_bound_, incumbent());
+        results_.best_bound = sense_ * std::min(closed_bound_, incumbent());
         if (results_.stop_status != QLX_STOP_NONE || undecided_)
             return results_.mip.valid ? QLX_MIP_SOLUTION : QLX_MIP_NO_SOL_FOUND;
         return results_.mip.valid ? QLX_MIP_OPTIMAL : QLX_MIP_INFEAS;
@@ -268,23 +295,24 @@ class Search final : public KernelWatch {
 
     const SolveScope& scope_;
     const char* flags_;
-    const std::vector<SemicontinuousColumn>& columns_;
+    const std::vector<ConstructItem>& items_;
     Results& results_;
     double sense_;
     NodeProblem node_;
     std::vector<Node> open_;  // a heap, the best bound first
     double closed_bound_ = kUnbounded;
     double current_bound_ = -kUnbounded;
-    bool seeking_ = false;    // for a point of a problem whose relaxation is unbounded
+    bool seeking_ = false;    // for any point below a node whose relaxation is unbounded
     bool has_point_ = false;  // of the whole problem, perhaps none that beats the cutoff
+    bool unbounded_ = false;
     bool undecided_ = false;  // some node was left without an answer
 };
 
 }  // namespace
 
-int search_semicontinuous(Problem& problem, const SolveScope& scope, const char* flags,
-                          const std::vector<SemicontinuousColumn>& columns) {
-    return Search(problem, scope, flags, columns).run();
+int search_constructs(Problem& problem, const SolveScope& scope, const char* flags,
+                      const std::vector<ConstructItem>& items) {
+    return Search(problem, scope, flags, items).run();
 }
 
 }  // namespace qlx
