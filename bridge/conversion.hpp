@@ -1,5 +1,4 @@
-// Conversion between Python containers and the library's flat arrays, by element kind. Typed forms
-// whose arrays free themselves are in bridge/arrays.hpp.
+// Conversion between Python containers and the library's flat arrays, by element kind.
 #pragma once
 
 #include "bridge/allocator.hpp"

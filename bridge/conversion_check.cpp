@@ -1,7 +1,7 @@
 // Functions through which the tests reach the conversions directly.
 #include "bridge/conversion_check.hpp"
 
-#include "bridge/arrays.hpp"
+#include "bridge/conversion.hpp"
 #include "bridge/new_objects.hpp"
 #include "module/boundary.hpp"
 
@@ -105,6 +105,12 @@ Ref index(PyObject*, PyObject* arguments) {
     return require(PyLong_FromLong(result));
 }
 
+template <ElementKind Kind>
+ConvertedArray<Kind> array_or_none(Problem* problem, int64_t* length, PyObject* object) {
+    if (object == Py_None) return {};
+    return convert_container<Kind>(problem, length, object);
+}
+
 // _add_columns(problem, names, types, columns, letters, first, count).
 Ref add_columns(PyObject*, PyObject* arguments) {
     PyObject* object = nullptr;
@@ -119,9 +125,9 @@ Ref add_columns(PyObject*, PyObject* arguments) {
         throw PythonFailure();
     }
     Problem* const problem = problem_or_null(object);
-    TiedLength length;
-    const InputArray<kInt32> entity_columns(problem, columns, length);
-    const InputArray<kCharacter> entity_letters(problem, letters, length);
+    int64_t length = -1;
+    const auto entity_columns = array_or_none<kInt32>(problem, &length, columns);
+    const auto entity_letters = array_or_none<kCharacter>(problem, &length, letters);
     addColsAsVariables(problem, names, types,
                        {entity_columns.elements(), entity_letters.elements(), {}}, first, count);
     return none();

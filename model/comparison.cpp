@@ -6,59 +6,27 @@
 #include "model/operators.hpp"
 #include "module/numpy.hpp"
 #include "module/numpy_comparisons.hpp"
-#include "nonlinear/node_internal.hpp"
+#include "nonlinear/node.hpp"
 
 namespace quilex {
 
 namespace {
 
-// A body with the constant that was on its side of the comparison, and which side that is.
-struct Difference {
-    Ref body;
-    double bound = 0.0;
-    bool reversed = false;  // the body was subtracted from the constant
-};
-
-Difference split_expression(Ref body) {
+SplitBody split_expression(Ref body) {
     // 0 - c, not -c: a bound of -0.0 helps nobody.
     const double bound = 0.0 - std::exchange(as_expression(body.get())->constant, 0.0);
     return {std::move(body), bound};
 }
 
-// Takes the constant at the end of a sum. A sum that is the user's own operand stays whole.
-Difference split_sum(Ref body, PyObject* operand) {
-    PyObject* const list = as_node(body.get())->args;
-    const Py_ssize_t size = PyList_GET_SIZE(list);
-    if (size < 2 || classify(PyList_GET_ITEM(list, size - 1)) != kConstant)
-        return {std::move(body)};
-    const double bound = 0.0 - constant_value(PyList_GET_ITEM(list, size - 1));
-    if (body.get() == operand)
-        return {make_container_node(kSum, require(PyList_GetSlice(list, 0, size - 1))), bound};
-    remove_operand(body.get(), size - 1);
-    return {std::move(body), bound};
-}
-
-// Takes the constant of a difference; an expression stays apart from the user's own.
-Difference split_pair(Ref body) {
-    PyObject* const first = PyTuple_GET_ITEM(as_node(body.get())->args, 0);
-    PyObject* const second = PyTuple_GET_ITEM(as_node(body.get())->args, 1);
-    if (classify(first) == kConstant)
-        return {is_expression(second) ? Ref(expression_copy(second, 1.0)) : share(second),
-                constant_value(first), true};
-    if (classify(second) == kConstant) return {share(first), constant_value(second)};
-    return {std::move(body)};
-}
-
-Difference split(Ref body, PyObject* operand) {
-    require_kind(body.get());
-    if (is_expression(body.get())) return split_expression(std::move(body));
-    if (is_sum(body.get())) return split_sum(std::move(body), operand);
-    if (is_pair_node(body.get(), kDifference)) return split_pair(std::move(body));
+SplitBody split(Ref body, PyObject* operand) {
+    const OperandKind kind = require_kind(body.get());
+    if (kind == kExpression) return split_expression(std::move(body));
+    if (kind == kNonlinear) return nonlin_split(std::move(body), operand);
     return {std::move(body)};
 }
 
 // The difference a - b, split.
-Difference difference(PyObject* a, OperandKind kind_a, PyObject* b, OperandKind kind_b) {
+SplitBody difference(PyObject* a, OperandKind kind_a, PyObject* b, OperandKind kind_b) {
     if (kind_b == kConstant) {
         const double value = constant_value(b);
         if (kind_a == kConstant) return {expression_base(), value};
@@ -103,7 +71,7 @@ void set_bounds(Constraint* constraint, double bound, bool reversed, int op) {
 
 Ref constraint_of(PyObject* a, OperandKind kind_a, PyObject* b, OperandKind kind_b, int op) {
     Owned<Constraint> constraint = constraint_base();
-    Difference parts = difference(a, kind_a, b, kind_b);
+    SplitBody parts = difference(a, kind_a, b, kind_b);
     constraint_set_body(constraint.get(), std::move(parts.body));
     set_bounds(constraint.get(), parts.bound, parts.reversed, op);
     return constraint;

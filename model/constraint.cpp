@@ -147,7 +147,7 @@ PyNumberMethods constraint_number = [] {
 
 PyMethodDef constraint_methods[] = {
     {"copy", method<copy_method>, METH_NOARGS,
-     "copy()\n--\n\nReturn a copy of the constraint as a new object"},
+     "copy($self)\n--\n\nReturn a copy of the constraint as a new object"},
     QUILEX_REFUSED_PICKLING,
     {nullptr, nullptr, 0, nullptr},
 };

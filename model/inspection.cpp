@@ -33,9 +33,11 @@ Ref list_of_products(Expression* expression) {
 
 Ref node_parts(PyObject* object) {
     const auto* node = reinterpret_cast<NonlinearNode*>(object);
-    Ref operands = PyTuple_Check(node->args) || PyList_Check(node->args)
-                       ? require(PySequence_Tuple(node->args))
-                       : require(PyTuple_Pack(1, node->args));
+    const Py_ssize_t count = nonlin_arg_size(object);
+    const Ref operands = require(PyTuple_New(count));
+    for (Py_ssize_t i = 0; i < count; ++i) {
+        PyTuple_SET_ITEM(operands.get(), i, share(nonlin_arg_at(object, i)).release());
+    }
     return require(Py_BuildValue("(iO)", static_cast<int>(node->op), operands.get()));
 }
 

@@ -4,7 +4,7 @@
 #include "model/expression.hpp"
 #include "model/linterm.hpp"
 #include "model/quadterm.hpp"
-#include "nonlinear/node_internal.hpp"
+#include "nonlinear/node.hpp"
 
 namespace quilex {
 
@@ -17,9 +17,7 @@ constexpr Py_ssize_t kReferencesOfPassedOperand = 2;
 // Whether in-place operators may add operands to the object itself.
 bool grows_in_place(PyObject* object) noexcept {
     if (Py_TYPE(object) == &expression_type) return true;
-    if (Py_TYPE(object) != &nonlinear_type) return false;
-    const int op = as_node(object)->op;
-    return op == kSum || op == kProduct || op == kQuotient || op == kPower;
+    return Py_TYPE(object) == &nonlinear_type && nonlin_grows_in_place(object);
 }
 
 }  // namespace

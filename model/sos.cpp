@@ -126,7 +126,7 @@ Ref sos_copy(PyObject* self, PyObject*) {
 
 PyMethodDef sos_methods[] = {
     {"copy", method<sos_copy>, METH_NOARGS,
-     "copy()\n--\n\nReturn a copy of the SOS as a new object"},
+     "copy($self)\n--\n\nReturn a copy of the SOS as a new object"},
     QUILEX_REFUSED_PICKLING,
     {nullptr, nullptr, 0, nullptr},
 };

@@ -2,6 +2,7 @@
 #include <array>
 
 #include "bridge/conversion_check.hpp"
+#include "bridge/library_methods.hpp"
 #include "callbacks/branchobj.hpp"
 #include "callbacks/handles.hpp"
 #include "model/constraint.hpp"
@@ -95,8 +96,8 @@ PyMethodDef* method_table() {
         std::vector<PyMethodDef> rows;
         for (const PyMethodDef* part :
              {modelling_functions, function_methods, setting_methods, message_handler_methods,
-              environment_methods, conversion_check_methods, inspection_methods,
-              formula_inspection_methods}) {
+              environment_methods, conversion_check_methods, library_method_list,
+              inspection_methods, formula_inspection_methods}) {
             for (; part->ml_name != nullptr; ++part) rows.push_back(*part);
         }
         rows.push_back(exit_method);

@@ -110,7 +110,8 @@ PyMethodDef setting_methods[] = {
     {"getversion", method<quilexmod_getversion>, METH_NOARGS,
      "getversion()\n--\n\nThe library's version as a string."},
     {"getbanner", method<quilexmod_getbanner>, METH_VARARGS | METH_KEYWORDS,
-     "getbanner()\n--\n\nThe library's banner as a string. Arguments are ignored."},
+     "getbanner(*arguments, **keywords)\n--\n\nThe library's banner as a string. Arguments are "
+     "ignored."},
     {"getcheckedmode", method<quilexmod_getcheckedmode>, METH_NOARGS,
      "getcheckedmode()\n--\n\nWhether the library checks its arguments; see setcheckedmode."},
     {"setcheckedmode", method<quilexmod_setcheckedmode>, METH_VARARGS | METH_KEYWORDS,

@@ -211,7 +211,7 @@ PyMethodDef function_methods[] = {
      "The arguments are numbers and modelling objects. Use this function instead of\n"
      "Python's own min when an argument depends on variables."},
     {"user", method<nary_function<kUser>>, METH_FASTCALL,
-     "user(f, *terms)\n--\n\nA function of the user's own.\n\n"
+     "user(f, /, *terms)\n--\n\nA function of the user's own.\n\n"
      "a = quilex.user (f, t1, t2, ..., tn)\n\n"
      "During the solve f is called with the values of t1, ..., tn and must return a\n"
      "float; the behaviour is otherwise undefined."},

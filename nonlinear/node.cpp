@@ -36,6 +36,7 @@ InstancePool<NonlinearNode, 1024> pool;
 
 void release_node(PyObject* self) noexcept {
     Py_CLEAR(as_node(self)->args);
+    Py_CLEAR(as_node(self)->shared);
     count_destroyed(Counted::kNonlinear);
     pool.give(as_node(self));
 }
@@ -51,6 +52,7 @@ void nonlin_dealloc(PyObject* self) {
 }
 
 int nonlin_traverse(PyObject* self, visitproc visit, void* arg) {
+    // Shared operands lead to no cycle.
     Py_VISIT(as_node(self)->args);
     return 0;
 }
@@ -88,7 +90,9 @@ void clear_node_pool() noexcept {
 Owned<NonlinearNode> nonlin_base() {
     NonlinearNode* const node = pool.take(&nonlinear_type);
     node->args = nullptr;
+    node->shared = nullptr;
     node->op = -1;
+    node->shared_count = 0;
     count_created(Counted::kNonlinear);
     return Owned<NonlinearNode>::steal(node);
 }
@@ -242,12 +246,28 @@ Ref nonlin_build_node(bool nary, int op, PyObject* args) {
 
 // --- Iteration over operands --------------------------------------------------------------------
 
+bool nonlin_grows_in_place(PyObject* node) noexcept {
+    const int op = as_node(node)->op;
+    return op == kSum || op == kProduct || op == kQuotient || op == kPower;
+}
+
 Py_ssize_t nonlin_arg_size(PyObject* object) noexcept {
     if (object == nullptr || !is_nonlinear(object)) return -1;
     PyObject* const args = as_node(object)->args;
     if (args == nullptr) return 0;
-    if (PyTuple_Check(args) || PyList_Check(args)) return PySequence_Fast_GET_SIZE(args);
-    return 1;
+    if (!PyTuple_Check(args) && !PyList_Check(args)) return 1;
+    return as_node(object)->shared_count + PySequence_Fast_GET_SIZE(args);
+}
+
+PyObject* nonlin_arg_at(PyObject* node, Py_ssize_t position) noexcept {
+    PyObject* const args = as_node(node)->args;
+    if (args == nullptr) return nullptr;
+    if (!PyTuple_Check(args) && !PyList_Check(args)) return position == 0 ? args : nullptr;
+    const Py_ssize_t shared = as_node(node)->shared_count;
+    if (position < shared) return PyList_GET_ITEM(as_node(node)->shared, position);
+    return position - shared < PySequence_Fast_GET_SIZE(args)
+               ? PySequence_Fast_GET_ITEM(args, position - shared)
+               : nullptr;
 }
 
 PyObject* nonlin_arg_first(PyObject* object, Py_ssize_t* cursor) noexcept {
@@ -258,10 +278,7 @@ PyObject* nonlin_arg_first(PyObject* object, Py_ssize_t* cursor) noexcept {
         return nullptr;
     }
     if (cursor != nullptr) *cursor = 0;
-    PyObject* const args = as_node(object)->args;
-    if (args == nullptr) return nullptr;
-    if (!PyTuple_Check(args) && !PyList_Check(args)) return args;
-    return PySequence_Fast_GET_SIZE(args) > 0 ? PySequence_Fast_GET_ITEM(args, 0) : nullptr;
+    return nonlin_arg_at(object, 0);
 }
 
 PyObject* nonlin_arg_next(PyObject* object, Py_ssize_t* cursor) noexcept {
@@ -271,11 +288,7 @@ PyObject* nonlin_arg_next(PyObject* object, Py_ssize_t* cursor) noexcept {
                         "expression");
         return nullptr;
     }
-    PyObject* const args = as_node(object)->args;
-    const Py_ssize_t position = ++*cursor;
-    if (args == nullptr || (!PyTuple_Check(args) && !PyList_Check(args))) return nullptr;
-    return position < PySequence_Fast_GET_SIZE(args) ? PySequence_Fast_GET_ITEM(args, position)
-                                                     : nullptr;
+    return nonlin_arg_at(object, ++*cursor);
 }
 
 }  // namespace quilex

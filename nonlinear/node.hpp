@@ -34,8 +34,10 @@ enum NodeCode : int32_t {
 
 struct NonlinearNode {
     PyObject_HEAD
-    PyObject* args;  // one operand, a tuple, or (sum and product) a list; null when new
-    int32_t op;      // a NodeCode; -1 when new
+    PyObject* args;        // one operand, a tuple, or (sum and product) a list; null when new
+    PyObject* shared;      // a sum's operands before those of args (nonlinear/shared_operands.hpp)
+    int32_t op;            // a NodeCode; -1 when new
+    int32_t shared_count;  // how many of the items of `shared` are this sum's
 };
 
 extern PyTypeObject nonlinear_type;
@@ -52,11 +54,27 @@ Ref nonlin_instantiate_binary(int op, PyObject* a, PyObject* b);
 // The general builder: `nary` false for one operand, true for a tuple or list of operands.
 Ref nonlin_build_node(bool nary, int op, PyObject* args);
 
-// Argument iteration: the number of operands (-1 for an object that is not a node), the first and
-// the next one (borrowed; null at the end, or with an exception set).
+// Whether in-place operators may add operands to the node itself.
+bool nonlin_grows_in_place(PyObject* node) noexcept;
+
+// Argument iteration: the number of operands (-1 for an object that is not a node), the operand at
+// a position (null beyond the end), the first and the next one (null at the end, or with an
+// exception set); all borrowed.
 Py_ssize_t nonlin_arg_size(PyObject* object) noexcept;
+PyObject* nonlin_arg_at(PyObject* node, Py_ssize_t position) noexcept;
 PyObject* nonlin_arg_first(PyObject* object, Py_ssize_t* cursor) noexcept;
 PyObject* nonlin_arg_next(PyObject* object, Py_ssize_t* cursor) noexcept;
+
+// A body without the constant that was one of its operands, and the bound that the constant makes.
+struct SplitBody {
+    Ref body;
+    double bound = 0.0;
+    bool reversed = false;  // the body was subtracted from the constant
+};
+
+// Takes the constant out of a sum or difference that is compared with 0. The node itself loses it,
+// unless it is `operand`, the user's own.
+SplitBody nonlin_split(Ref node, PyObject* operand);
 
 Ref nonlin_copy(PyObject* node, double scale);
 Ref nonlin_alg_sum(PyObject* a, PyObject* b, double scale);

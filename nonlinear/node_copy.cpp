@@ -1,6 +1,6 @@
 // Deep copies of expression trees, scaled. Without recursion: trees may be deeper than the C stack.
 #include "model/cumulative.hpp"
-#include "nonlinear/node_internal.hpp"
+#include "nonlinear/shared_operands.hpp"
 
 namespace quilex {
 
@@ -14,6 +14,8 @@ struct CopyFrame {
     double scale;
     Ref container;  // the new tuple or list; empty for a single operand
     Ref single;
+    Ref shared;  // the shared operands of a sum, which need no copies
+    int32_t shared_count = 0;
     Py_ssize_t next = 0;
 };
 
@@ -85,7 +87,12 @@ class TreeCopy {
             scale = -scale;
         }
         if (!is_nonlinear(object)) return general_copy(object, scale);
-        CopyFrame frame{share(object), scale, Ref(), Ref()};
+        CopyFrame frame{share(object),
+                        scale,
+                        Ref(),
+                        Ref(),
+                        Ref::share(as_node(object)->shared),
+                        as_node(object)->shared_count};
         PyObject* const args = as_node(object)->args;
         if (args != nullptr && (PyTuple_Check(args) || PyList_Check(args)))
             frame.container = copy_container(args);
@@ -137,6 +144,7 @@ class TreeCopy {
                 require_status(PyList_SetSlice(frame.container.get(), frame.next - 1,
                                                PyList_GET_SIZE(frame.container.get()), nullptr));
             copy = make_container_node(op, std::move(frame.container));
+            take_shared_operands(copy.get(), frame.shared.get(), frame.shared_count);
         } else if (frame.single) {
             copy = make_unary(op, frame.single.get());
         } else {

@@ -46,7 +46,7 @@ inline bool is_pair_node(PyObject* object, int op) noexcept {
            PyTuple_GET_SIZE(as_node(object)->args) == 2;
 }
 
-// Adds an operand to a sum's or product's list, before the position given or at the end.
+// Adds an operand to a sum's or product's own list, before the position given or at the end.
 void insert_operand(PyObject* node, Py_ssize_t position, PyObject* operand);
 inline void append_operand(PyObject* node, PyObject* operand) {
     insert_operand(node, PyList_GET_SIZE(as_node(node)->args), operand);

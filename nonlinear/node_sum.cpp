@@ -7,7 +7,7 @@
 #include "model/expression.hpp"
 #include "model/linterm.hpp"
 #include "model/quadterm.hpp"
-#include "nonlinear/node_internal.hpp"
+#include "nonlinear/shared_operands.hpp"
 
 namespace quilex {
 
@@ -15,7 +15,7 @@ namespace {
 
 constexpr Py_ssize_t kSimplePartWindow = 3;
 
-// The position of the simple part among the last three items, or -1.
+// The position of the simple part among the last three items of a sum's own list, or -1.
 Py_ssize_t find_simple_part(PyObject* list) noexcept {
     const Py_ssize_t size = PyList_GET_SIZE(list);
     for (Py_ssize_t i = size - 1; i >= 0 && i >= size - kSimplePartWindow; --i)
@@ -62,15 +62,6 @@ Ref scaled(PyObject* object, double c) {
     return general_mul(object, make_float(c).get());
 }
 
-std::vector<Ref> items_of(PyObject* sum) {
-    PyObject* const list = as_node(sum)->args;
-    std::vector<Ref> items;
-    items.reserve(static_cast<size_t>(PyList_GET_SIZE(list)));
-    for (Py_ssize_t i = 0; i < PyList_GET_SIZE(list); ++i)
-        items.push_back(share(PyList_GET_ITEM(list, i)));
-    return items;
-}
-
 // Takes the simple part out of a list of items; empty when there is none.
 Ref take_simple_part(std::vector<Ref>& items) {
     const size_t first = items.size() > kSimplePartWindow ? items.size() - kSimplePartWindow : 0;
@@ -90,7 +81,7 @@ Ref take_simple_part(PyObject* sum) {
 
 // a + c * (the sum b), where a is not a sum.
 Ref add_sum_to_other(PyObject* a, PyObject* b, double c) {
-    std::vector<Ref> items = items_of(b);
+    std::vector<Ref> items = leading_operands(b);
     Ref simple;
     Ref list = require(PyList_New(0));
     if (is_nonlinear(a)) {
@@ -131,7 +122,7 @@ Ref add_other_to_sum(PyObject* a, PyObject* b, OperandKind kind_b, double c) {
 
 // a + c * b in place, where both are sums (perhaps the same one).
 Ref add_sum_to_sum(PyObject* a, PyObject* b, double c) {
-    std::vector<Ref> items = items_of(b);
+    std::vector<Ref> items = leading_operands(b);
     Ref part_b = take_simple_part(items);
     Ref part_a = take_simple_part(a);
     for (const Ref& item : items) append_operand(a, scaled(item.get(), c).get());
@@ -170,6 +161,7 @@ Ref nonlin_incremental_alg_sum(PyObject* a, PyObject* b, double c) {
 Ref nonlin_alg_sum(PyObject* a, PyObject* b, double scale) {
     require_kind(a);
     const Ref copy = copy_operand(a, 1.0);
+    if (is_sum(copy.get())) share_operands(copy.get());
     return nonlin_incremental_alg_sum(copy.get(), b, scale);
 }
 

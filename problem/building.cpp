@@ -78,21 +78,21 @@ Ref problem_addConstraint(PyObject* self, PyObject* const* arguments, Py_ssize_t
 
 PyMethodDef building_methods[] = {
     {"addVariable", method<problem_addVariable>, METH_FASTCALL,
-     "addVariable(*variables)\n--\n\n"
+     "addVariable($self, *variables)\n--\n\n"
      "Add variables as columns, in the order given. Takes variables, and lists, tuples, dicts\n"
      "(their values), sequences, iterators and numpy arrays of them, nested up to 32 deep. The\n"
      "first wrong object raises RuntimeError; the variables before it have been added."},
     {"addConstraint", method<problem_addConstraint>, METH_FASTCALL,
-     "addConstraint(*constraints)\n--\n\n"
+     "addConstraint($self, *constraints)\n--\n\n"
      "Add constraints as rows, in the order given. Takes constraints, nested as in addVariable\n"
      "up to 31 deep. The first wrong object raises RuntimeError; the constraints before it have\n"
      "been added."},
     {"addSOS", method<problem_addSOS>, METH_FASTCALL,
-     "addSOS(*sets)\n--\n\n"
+     "addSOS($self, *sets)\n--\n\n"
      "Add special ordered sets, nested as in addVariable. Their members are variables of this\n"
      "problem, or column indices; without weights the members count 1, 2, 3, ..."},
     {"addIndicator", method<problem_addIndicator>, METH_FASTCALL,
-     "addIndicator(condition, constraint) or addIndicator(*pairs)\n--\n\n"
+     "addIndicator(condition, constraint) or addIndicator(*pairs)\n\n"
      "Add constraints that hold only when a binary variable has a value. A condition is\n"
      "variable == 0 or variable == 1; pairs are tuples (condition, constraint)."},
     {nullptr, nullptr, 0, nullptr}};

@@ -171,17 +171,17 @@ static_assert(static_cast<int>(ObjectKind::kConstraint) == kRowIndex &&
 PyMethodDef deletion_methods[] = {
     {"delVariable", method<delete_method<ObjectKind::kVariable, delete_columns>>,
      METH_VARARGS | METH_KEYWORDS,
-     "delVariable(index=None, first=-1, last=-1)\n--\n\n"
+     "delVariable($self, index=None, first=-1, last=-1)\n--\n\n"
      "Delete variables: `index` is an index, a variable, or a list of indices, variables and\n"
      "names; `first` and `last` give a range instead. A variable that has entries in\n"
      "constraints, in the objective or in sets disappears from them in the library; the\n"
      "constraints' bodies still show it."},
     {"delConstraint", method<delete_method<ObjectKind::kConstraint, delete_rows>>,
      METH_VARARGS | METH_KEYWORDS,
-     "delConstraint(index=None, first=-1, last=-1)\n--\n\n"
+     "delConstraint($self, index=None, first=-1, last=-1)\n--\n\n"
      "Delete constraints, chosen as in delVariable."},
     {"delSOS", method<delete_method<ObjectKind::kSet, delete_sets>>, METH_VARARGS | METH_KEYWORDS,
-     "delSOS(index=None, first=-1, last=-1)\n--\n\n"
+     "delSOS($self, index=None, first=-1, last=-1)\n--\n\n"
      "Delete special ordered sets, chosen as in delVariable."},
     {nullptr, nullptr, 0, nullptr}};
 

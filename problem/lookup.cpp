@@ -96,17 +96,17 @@ Ref problem_getIndex(PyObject* self, PyObject* object) {
 
 PyMethodDef lookup_methods[] = {
     {"getVariable", method<lookup_method<ObjectKind::kVariable>>, METH_VARARGS | METH_KEYWORDS,
-     "getVariable(index=None, first=-1, last=-1)\n--\n\n"
+     "getVariable($self, index=None, first=-1, last=-1)\n--\n\n"
      "The variable at an index, a list of those at a nested list of indices, or of those from\n"
      "`first` to `last`; without arguments a list of all, in the order of the columns."},
     {"getConstraint", method<lookup_method<ObjectKind::kConstraint>>, METH_VARARGS | METH_KEYWORDS,
-     "getConstraint(index=None, first=-1, last=-1)\n--\n\n"
+     "getConstraint($self, index=None, first=-1, last=-1)\n--\n\n"
      "The constraint at an index, or a list of constraints, chosen as in getVariable."},
     {"getSOS", method<lookup_method<ObjectKind::kSet>>, METH_VARARGS | METH_KEYWORDS,
-     "getSOS(index=None, first=-1, last=-1)\n--\n\n"
+     "getSOS($self, index=None, first=-1, last=-1)\n--\n\n"
      "The special ordered set at an index, or a list of sets, chosen as in getVariable."},
     {"getIndex", method<problem_getIndex>, METH_O,
-     "getIndex(object)\n--\n\n"
+     "getIndex($self, object, /)\n--\n\n"
      "The index of a variable (its column), a constraint (its row) or a special ordered set."},
     {nullptr, nullptr, 0, nullptr}};
 

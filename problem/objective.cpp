@@ -108,7 +108,7 @@ Ref problem_setObjective(PyObject* self, PyObject* arguments, PyObject* keywords
 
 PyMethodDef objective_methods[] = {
     {"setObjective", method<problem_setObjective>, METH_VARARGS | METH_KEYWORDS,
-     "setObjective(objective, sense=quilex.minimize)\n--\n\n"
+     "setObjective($self, objective, sense=quilex.minimize)\n--\n\n"
      "Replace the objective by a number, variable, term or expression, to be minimised or\n"
      "maximised (quilex.minimize, quilex.maximize). A constant counts in getObjVal()."},
     {nullptr, nullptr, 0, nullptr}};

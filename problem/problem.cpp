@@ -104,13 +104,15 @@ int problem_init(PyObject* self, PyObject* arguments, PyObject* keywords) {
 // to the problem any more.
 void part_from_constraints(Problem* problem) noexcept {
     try {
-        if (problem->prob != nullptr) {
+        // Once the library is off, at the interpreter's end, nobody asks for a body any more.
+        if (problem->prob != nullptr && qlx_py_env.initialised != 0) {
             if (problem->has_pending) flush_pending(problem);
             restore_all_held_bodies(problem);
         }
     } catch (...) {
         set_python_error_from_current_exception();
-        PyErr_WriteUnraisable(as_object(problem));
+        // Not the problem itself: to a report it would be alive again, and die once more after it.
+        PyErr_WriteUnraisable(as_object(Py_TYPE(problem)));
     }
     forget_released_bodies(problem);
 }
@@ -227,7 +229,7 @@ PyTypeObject problem_type = make_problem_type();
 
 PyMethodDef identity_methods[] = {
     {"name", method<problem_name>, METH_NOARGS,
-     "name()\n--\n\nThe problem's name; 'noname' when none was given."},
+     "name($self)\n--\n\nThe problem's name; 'noname' when none was given."},
     {"__reduce__", method<problem_reduce>, METH_NOARGS, "Problems cannot be pickled."},
     {nullptr, nullptr, 0, nullptr}};
 

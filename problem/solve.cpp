@@ -129,19 +129,20 @@ Ref problem_getProbStatusString(PyObject* self, PyObject*) {
 
 PyMethodDef solve_methods[] = {
     {"solve", method<problem_solve>, METH_VARARGS | METH_KEYWORDS,
-     "solve(flags=None)\n--\n\n"
+     "solve($self, flags=None)\n--\n\n"
      "Solve the problem; the outcome is in getProbStatus(). `flags` is a string: 'p' primal\n"
      "simplex, 'd' dual simplex, 'b' interior point, 'n' first-order method. Other threads run\n"
      "meanwhile. An exception raised in a callback, and KeyboardInterrupt after Ctrl-C, stop the\n"
      "solve and are raised here; the best solution so far can be read."},
     {"getObjVal", method<problem_getObjVal>, METH_NOARGS,
-     "getObjVal()\n--\n\nThe objective value of the last solve's solution, its constant included."},
+     "getObjVal($self)\n--\n\nThe objective value of the last solve's solution, its constant "
+     "included."},
     {"getProbStatus", method<problem_getProbStatus>, METH_NOARGS,
-     "getProbStatus()\n--\n\n"
+     "getProbStatus($self)\n--\n\n"
      "The status as one of the constants quilex.lp_..., quilex.mip_... or quilex.nlp_...,\n"
      "depending on the kind of problem."},
     {"getProbStatusString", method<problem_getProbStatusString>, METH_NOARGS,
-     "getProbStatusString()\n--\n\nThe name of the status, for example 'lp_optimal'."},
+     "getProbStatusString($self)\n--\n\nThe name of the status, for example 'lp_optimal'."},
     {nullptr, nullptr, 0, nullptr}};
 
 }  // namespace quilex

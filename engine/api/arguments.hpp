@@ -1,16 +1,12 @@
-// Checks of arguments, shared by the entry points. Each throws Error naming argument, index and
-// value.
+// Checks of arguments by the entry points: null pointers and counts, always; what the arrays hold
+// (engine/data/checks.hpp) only in checked mode, as that costs a pass over them.
 #pragma once
 
-#include <cmath>
 #include <cstdint>
-#include <string>
-#include <vector>
 
-#include "engine/base/errors.hpp"
-#include "engine/base/index_stamps.hpp"
 #include "engine/core/environment.hpp"
-#include "engine/data/model.hpp"
+#include "engine/data/checks.hpp"
+#include "engine/data/model_checks.hpp"
 
 namespace qlx {
 
@@ -24,38 +20,77 @@ void require_array(const T* array, std::int64_t count, const char* name) {
         fail(QLX_ERROR_ARGUMENT, name, " is null, must have ", count, " entries");
 }
 
-// One index in 0 .. limit-1.
-void require_index(int index, int limit, const char* name);
-// Indices in 0 .. limit-1; checked mode only.
-void require_indices(const int* array, std::int64_t count, int limit, const char* name);
-// No NaN, and with `finite` no infinite value either; checked mode only.
-void require_numbers(const double* array, std::int64_t count, const char* name, bool finite);
-// Letters of a given alphabet; checked mode only.
-void require_letters(const char* array, std::int64_t count, const char* alphabet, const char* name);
-// lower[k] <= upper[k], and neither on the wrong side of infinity.
-void require_bounds(const double* lower, const double* upper, int count);
-// Row types, right-hand sides and ranges. range null is allowed when no row is 'R'.
-void require_rows(int count, const char* type, const double* rhs, const double* range);
-// first .. last within 0 .. count-1.
-void require_range(int first, int last, int count);
-// Starts that begin at 0, never descend and end at nelems.
+[[nodiscard]] inline bool checked_mode() noexcept {
+    return environment().checked.load(std::memory_order_relaxed);
+}
+
+inline void require_indices(const int* array, std::int64_t count, int limit, const char* name) {
+    require_array(array, count, name);
+    if (checked_mode()) check_indices(array, count, limit, name);
+}
+
+inline void require_numbers(const double* array, std::int64_t count, const char* name,
+                            bool finite) {
+    require_array(array, count, name);
+    if (checked_mode()) check_numbers(array, count, name, finite);
+}
+
+inline void require_letters(const char* array, std::int64_t count, const char* alphabet,
+                            const char* name) {
+    require_array(array, count, name);
+    if (checked_mode()) check_letters(array, count, alphabet, name);
+}
+
+inline void require_bounds(const double* lower, const double* upper, int count) {
+    require_array(lower, count, "lb");
+    require_array(upper, count, "ub");
+    if (checked_mode()) check_bounds(lower, upper, count);
+}
+
+inline void require_rows(int count, const char* type, const double* rhs, const double* range) {
+    require_array(type, count, "rowtype");
+    require_array(rhs, count, "rhs");
+    if (checked_mode()) check_rows(count, type, rhs, range);
+}
+
+// Starts are needed to find one's way, so they are checked in every mode.
 template <class Start>
 void require_starts(const Start* start, int count, std::int64_t nelems) {
     require_array(start, std::int64_t{count} + 1, "start");
-    if (start[0] != 0) fail(QLX_ERROR_ARGUMENT, "start[0] is ", start[0], ", must be 0");
-    for (int k = 0; k < count; ++k)
-        if (start[k + 1] < start[k])
-            fail(QLX_ERROR_ARGUMENT, "start[", k + 1, "] is ", start[k + 1],
-                 ", must be at least start[", k, "] = ", start[k]);
-    if (static_cast<std::int64_t>(start[count]) != nelems)
-        fail(QLX_ERROR_ARGUMENT, "start[", count, "] is ", start[count],
-             ", must be the number of entries, ", nelems);
+    check_starts(start, count, nelems);
 }
-// No index twice within an item; `limit` is the number of possible indices.
-void require_distinct(IndexStamps& stamps, const std::int64_t* start, const int* index, int count,
-                      int limit, const char* name);
-// The map old index -> new index (-1 gone) that deleting these indices makes; each at most once.
-[[nodiscard]] std::vector<int> deletion_map(const int* indices, int count, int limit,
-                                            const char* name);
+
+inline void require_distinct(IndexStamps& stamps, const std::int64_t* start, const int* index,
+                             int count, int limit, const char* name) {
+    if (checked_mode()) check_distinct(stamps, start, index, count, limit, name);
+}
+
+[[nodiscard]] inline std::vector<int> require_deletion_map(const int* indices, int count, int limit,
+                                                           const char* name) {
+    require_count(count, join("n", name).c_str());
+    require_array(indices, count, name);
+    return deletion_map(indices, count, limit, name);
+}
+
+// Pairs of columns with their coefficients.
+inline void require_pairs(std::int64_t count, const int* col1, const int* col2,
+                          const double* values, int num_cols) {
+    require_count(count, "the number of quadratic terms");
+    require_indices(col1, count, num_cols, "qcol1");
+    require_indices(col2, count, num_cols, "qcol2");
+    require_numbers(values, count, "qvalues", true);
+}
+
+inline void require_sets(int count, const char* type, const std::int64_t* start, const int* columns,
+                         const double* references, int num_cols) {
+    require_count(count, "nsets");
+    if (count == 0) return;
+    require_array(type, count, "settype");
+    require_array(start, std::int64_t{count} + 1, "setstart");
+    check_starts(start, count, start[count], "setstart");
+    require_array(columns, start[count], "colind");
+    require_array(references, start[count], "refval");
+    if (checked_mode()) check_sets(count, type, start, columns, references, num_cols);
+}
 
 }  // namespace qlx

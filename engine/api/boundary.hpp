@@ -66,6 +66,11 @@ int read(QLXprob prob, const char* name, Body&& body) noexcept {
 }
 
 template <class Body>
+int control(QLXprob prob, const char* name, Body&& body) noexcept {
+    return call(prob, name, Access::kControl, std::forward<Body>(body));
+}
+
+template <class Body>
 int change(QLXprob prob, const char* name, Body&& body) noexcept {
     return call(prob, name, Access::kChange, std::forward<Body>(body));
 }

@@ -5,7 +5,6 @@
 
 #include "engine/api/arguments.hpp"
 #include "engine/api/boundary.hpp"
-#include "engine/core/nonlinear_problem.hpp"
 
 using namespace qlx;
 
@@ -90,7 +89,6 @@ int QLXcopyprob(QLXprob dest, QLXprob src, const char* name) {
         if (src == nullptr) fail(QLX_ERROR_ARGUMENT, "src is null");
         if (src == dest) fail(QLX_ERROR_ARGUMENT, "src is dest");
         const Use use(src->ownership, Access::kRead);
-        if (to.nonlinear != nullptr) to.nonlinear->clear_model();
         to.model.copy_from(src->model);
         if (name != nullptr && *name != '\0') to.model.set_name(name);
         to.forget_results();

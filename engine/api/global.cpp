@@ -18,7 +18,7 @@ int QLX_ge_addcbmsghandler(QLXmsghandler handler, void* data, int priority) {
     return call_environment("QLX_ge_addcbmsghandler", [&] {
         if (handler == nullptr) fail(QLX_ERROR_ARGUMENT, "handler is null");
         require_initialised();
-        environment().add_handler(handler, data, priority);
+        environment().handlers.add(handler, data, priority);
         handler(nullptr, data, nullptr, nullptr, -1, 0);
     });
 }
@@ -26,7 +26,7 @@ int QLX_ge_addcbmsghandler(QLXmsghandler handler, void* data, int priority) {
 int QLX_ge_removecbmsghandler(QLXmsghandler handler, void* data) {
     return call_environment("QLX_ge_removecbmsghandler", [&] {
         require_initialised();
-        if (!environment().remove_handler(handler, data))
+        if (!environment().handlers.remove(handler, data))
             fail(QLX_ERROR_ARGUMENT, "no such message handler is registered");
     });
 }

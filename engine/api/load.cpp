@@ -5,8 +5,6 @@
 
 #include "engine/api/arguments.hpp"
 #include "engine/api/boundary.hpp"
-#include "engine/api/entities.hpp"
-#include "engine/core/nonlinear_problem.hpp"
 
 using namespace qlx;
 
@@ -40,36 +38,23 @@ struct Load {
     const double* refval = nullptr;
 };
 
-// Checks the matrix: every column's entries in range, finite, no row twice.
+// The matrix. Where its columns begin and end is checked in every mode, as it tells how far to
+// read.
 template <class Start>
 void require_matrix(const Load<Start>& load) {
     if (load.start == nullptr) return;
-    std::vector<int> seen(static_cast<std::size_t>(load.nrows), -1);
     for (int col = 0; col < load.ncols; ++col) {
         const std::int64_t first = load.start[col];
         const std::int64_t last =
             load.count != nullptr ? first + load.count[col] : std::int64_t{load.start[col + 1]};
         if (first < 0 || last < first)
-            fail(QLX_ERROR_ARGUMENT, "column ", col, " has entries ", first, " .. ", last - 1);
-        if (last == first) continue;
-        require_indices(load.rowind + first, last - first, load.nrows, "rowind");
-        require_numbers(load.values + first, last - first, "values", true);
-        for (std::int64_t k = first; k < last; ++k) {
-            int& mark = seen[static_cast<std::size_t>(load.rowind[k])];
-            if (mark == col)
-                fail(QLX_ERROR_ARGUMENT, "rowind[", k, "] is ", load.rowind[k],
-                     ", which is given twice in column ", col);
-            mark = col;
-        }
+            fail(QLX_ERROR_ARGUMENT, "column ", col, " has entries ", first, " .. ", last - 1,
+                 ", must begin at 0 or above and end no earlier");
+        require_array(load.rowind, last, "rowind");
+        require_array(load.values, last, "values");
     }
-}
-
-void require_pairs(std::int64_t count, const int* col1, const int* col2, const double* values,
-                   int ncols) {
-    require_count(count, "the number of quadratic terms");
-    require_indices(col1, count, ncols, "qcol1");
-    require_indices(col2, count, ncols, "qcol2");
-    require_numbers(values, count, "qvalues", true);
+    if (checked_mode())
+        check_matrix(load.ncols, load.nrows, load.start, load.count, load.rowind, load.values);
 }
 
 template <class Start>
@@ -108,7 +93,6 @@ int load_model(QLXprob prob, const char* function, const Load<Start>& load) {
     return change(prob, function, [&](Problem& p) {
         require_all(load);
         Model& m = p.model;
-        if (p.nonlinear != nullptr) p.nonlinear->clear_model();
         m.load({load.ncols, load.obj, load.lb, load.ub},
                {load.nrows, load.rowtype, load.rhs, load.range}, load.start, load.count,
                load.rowind, load.values);

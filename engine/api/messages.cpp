@@ -1,5 +1,4 @@
-// Entry points: message callbacks, log files and message numbers.
-#include <qlx/qlx_callbacks.h>
+// Entry points: log files and message numbers.
 #include <qlx/qlx_controls.h>
 
 #include "engine/api/arguments.hpp"
@@ -9,22 +8,8 @@ using namespace qlx;
 
 extern "C" {
 
-int QLXaddcbmessage(QLXprob prob, QLXmessagecb callback, void* data, int priority) {
-    return read(prob, "QLXaddcbmessage", [&](Problem& p) {
-        if (callback == nullptr) fail(QLX_ERROR_ARGUMENT, "callback is null");
-        p.messages.add(callback, data, priority);
-    });
-}
-
-int QLXremovecbmessage(QLXprob prob, QLXmessagecb callback, void* data) {
-    return read(prob, "QLXremovecbmessage", [&](Problem& p) {
-        if (!p.messages.remove(callback, data))
-            fail(QLX_ERROR_ARGUMENT, "no such message callback is registered");
-    });
-}
-
 int QLXsetlogfile(QLXprob prob, const char* filename) {
-    return change(prob, "QLXsetlogfile", [&](Problem& p) { p.messages.set_log_file(filename); });
+    return control(prob, "QLXsetlogfile", [&](Problem& p) { p.messages.set_log_file(filename); });
 }
 
 int QLXgetmessagestatus(QLXprob prob, int number, int* status) {
@@ -35,8 +20,8 @@ int QLXgetmessagestatus(QLXprob prob, int number, int* status) {
 }
 
 int QLXsetmessagestatus(QLXprob prob, int number, int status) {
-    return change(prob, "QLXsetmessagestatus",
-                  [&](Problem& p) { p.messages.set_enabled(number, status != 0); });
+    return control(prob, "QLXsetmessagestatus",
+                   [&](Problem& p) { p.messages.set_enabled(number, status != 0); });
 }
 
 }  // extern "C"

@@ -27,6 +27,11 @@ int nonlinear_read(QSLPprob prob, const char* name, Body&& body) noexcept {
 }
 
 template <class Body>
+int nonlinear_control(QSLPprob prob, const char* name, Body&& body) noexcept {
+    return call(prob, name, Access::kControl, std::forward<Body>(body));
+}
+
+template <class Body>
 int nonlinear_change(QSLPprob prob, const char* name, Body&& body) noexcept {
     return call(prob, name, Access::kChange, std::forward<Body>(body));
 }

@@ -1,7 +1,6 @@
 // Entry points: nonlinear coefficients.
 #include <qlx/qslp.h>
 
-#include <cmath>
 #include <limits>
 
 #include "engine/api/nonlinear_arguments.hpp"
@@ -13,71 +12,22 @@ using namespace qlx;
 
 namespace {
 
-void require_factor(double factor, const char* name) {
-    if (!std::isfinite(factor)) fail(QLX_ERROR_ARGUMENT, name, " is ", factor, ", must be finite");
-}
-
-std::string entry(const char* name, int index) {
-    return join(name, "[", index, "]");
-}
-
-// Rows, columns and factors of single coefficients; the cheap test first, as blocks are long.
-void require_places(const NonlinearProblem& p, int count, const int* rows, const int* cols) {
-    const int num_rows = p.linear.model.num_rows();
-    const int num_cols = p.linear.model.num_cols();
-    require_array(rows, count, "rows");
-    require_array(cols, count, "cols");
-    for (int k = 0; k < count; ++k) {
-        if (rows[k] < 0 || rows[k] >= num_rows)
-            require_index(rows[k], num_rows, entry("rows", k).c_str());
-        if (cols[k] < kNoColumn || cols[k] >= num_cols)
-            require_coefficient_column(cols[k], num_cols, entry("cols", k).c_str());
-    }
-}
-
-void require_starts(const CoefficientBlock& block) {
+void require_block(const NonlinearProblem& p, const CoefficientBlock& block, int parsed) {
+    require_count(block.count, "ncoefs");
+    require_parsed(parsed);
+    if (block.count == 0) return;
+    require_array(block.rows, block.count, "rows");
+    require_array(block.cols, block.count, "cols");
     require_array(block.start, std::int64_t{block.count} + 1, "start");
-    if (block.start[0] < 0)
-        fail(QLX_ERROR_ARGUMENT, "start[0] is ", block.start[0], ", must be at least 0");
-    for (int k = 0; k < block.count; ++k)
-        if (block.start[k + 1] <= block.start[k])
-            fail(QLX_ERROR_ARGUMENT, "start[", k + 1, "] is ", block.start[k + 1],
-                 ", must be above start[", k, "] = ", block.start[k],
-                 ": a formula has at least its closing token");
+    check_places(p.linear.model, block.count, block.rows, block.cols);
+    check_factors(block);
+    check_formula_starts(block);
     require_array(block.type, block.start[block.count], "type");
     require_array(block.value, block.start[block.count], "value");
 }
 
-void require_block(const NonlinearProblem& p, const CoefficientBlock& block, int parsed) {
-    require_count(block.count, "ncoefs");
-    require_parsed(parsed);
-    require_places(p, block.count, block.rows, block.cols);
-    for (int k = 0; block.factors != nullptr && k < block.count; ++k)
-        if (!std::isfinite(block.factors[k]))
-            require_factor(block.factors[k], entry("factors", k).c_str());
-    if (block.count > 0) require_starts(block);
-}
-
-void append(NonlinearProblem& p, CoefficientStore& store, const CoefficientBlock& block) {
-    if (block.count == 0) return;
-    const BadCoefficient bad = store.append(block, p.linear.model.num_cols());
-    if (bad.coefficient < 0) return;
-    const int k = bad.coefficient;
-    refuse_token(bad.token, block.start[k + 1], block.type, block.value,
-                 join("; in the formula of coefficient ", k, ", row ", block.rows[k], ", column ",
-                      block.cols[k]));
-}
-
-[[noreturn]] void refuse_missing(int row, int col, const std::string& where) {
-    fail(QLX_ERROR_ARGUMENT, "row ", row, " has no coefficient in column ", col, where);
-}
-
-std::vector<std::size_t> require_terms(NonlinearProblem& p, int row, int col) {
-    require_index(row, p.linear.model.num_rows(), "row");
-    require_coefficient_column(col, p.linear.model.num_cols(), "col");
-    std::vector<std::size_t> terms = p.coefficients.terms_of(row, col);
-    if (terms.empty()) refuse_missing(row, col, "");
-    return terms;
+CoefficientStore& coefficients(NonlinearProblem& p) {
+    return p.linear.model.nonlinear().coefficients;
 }
 
 // Writes tokens as far as there is room, and counts them all.
@@ -142,7 +92,7 @@ int QSLPaddcoefs(QSLPprob prob, int ncoefs, const int* rows, const int* cols, co
     return nonlinear_change(prob, "QSLPaddcoefs", [&](NonlinearProblem& p) {
         const CoefficientBlock block{ncoefs, rows, cols, factors, start, type, value};
         require_block(p, block, parsed);
-        append(p, p.coefficients, block);
+        append_coefficients(p.linear.model, coefficients(p), block);
     });
 }
 
@@ -153,63 +103,53 @@ int QSLPloadcoefs(QSLPprob prob, int ncoefs, const int* rows, const int* cols,
         const CoefficientBlock block{ncoefs, rows, cols, factors, start, type, value};
         require_block(p, block, parsed);
         CoefficientStore loaded;
-        append(p, loaded, block);
-        p.coefficients = std::move(loaded);
+        append_coefficients(p.linear.model, loaded, block);
+        coefficients(p) = std::move(loaded);
     });
 }
 
 int QSLPchgcoef(QSLPprob prob, int row, int col, const double* factor, int parsed, const int* type,
                 const double* value) {
     return nonlinear_change(prob, "QSLPchgcoef", [&](NonlinearProblem& p) {
-        std::vector<char> old(p.coefficients.num_terms(), 0);
+        Model& model = p.linear.model;
+        CoefficientStore& store = coefficients(p);
+        std::vector<char> old(store.num_terms(), 0);
         if (type == nullptr) {
-            for (const std::size_t term : require_terms(p, row, col)) old[term] = 1;
-            return p.coefficients.delete_terms(old);
+            for (const std::size_t term : check_coefficient(model, row, col)) old[term] = 1;
+            return store.delete_terms(old);
         }
         require_parsed(parsed);
-        require_places(p, 1, &row, &col);
-        if (factor != nullptr) require_factor(*factor, "factor");
+        check_places(model, 1, &row, &col);
+        if (factor != nullptr) check_factor(*factor, "factor");
         require_array(value, 1, "value");
         int count = 0;
         while (type[count] != QSLP_TOKEN_END) ++count;
         const int start[] = {0, count + 1};
         // The new one is added first, as it may be refused.
-        for (const std::size_t term : p.coefficients.terms_of(row, col)) old[term] = 1;
-        append(p, p.coefficients, {1, &row, &col, factor, start, type, value});
+        for (const std::size_t term : store.terms_of(row, col)) old[term] = 1;
+        append_coefficients(model, store, {1, &row, &col, factor, start, type, value});
         old.push_back(0);
-        p.coefficients.delete_terms(old);
+        store.delete_terms(old);
     });
 }
 
 int QSLPdelcoefs(QSLPprob prob, int ncoefs, const int* rows, const int* cols) {
     return nonlinear_change(prob, "QSLPdelcoefs", [&](NonlinearProblem& p) {
         require_count(ncoefs, "ncoefs");
-        require_places(p, ncoefs, rows, cols);
-        std::vector<char> marked(p.coefficients.num_terms(), 0);
-        for (int k = 0; k < ncoefs; ++k) {
-            bool found = false;
-            for (const std::size_t term : p.coefficients.terms_of_row(rows[k])) {
-                if (p.coefficients.col(term) != cols[k]) continue;
-                if (marked[term] != 0)
-                    fail(QLX_ERROR_ARGUMENT, "rows[", k, "] = ", rows[k], " and cols[", k,
-                         "] = ", cols[k], " are given twice");
-                marked[term] = 1;
-                found = true;
-            }
-            if (!found)
-                refuse_missing(rows[k], cols[k], join(" (rows[", k, "] and cols[", k, "])"));
-        }
-        if (ncoefs > 0) p.coefficients.delete_terms(marked);
+        require_array(rows, ncoefs, "rows");
+        require_array(cols, ncoefs, "cols");
+        const std::vector<char> marked = marked_coefficients(p.linear.model, ncoefs, rows, cols);
+        if (ncoefs > 0) coefficients(p).delete_terms(marked);
     });
 }
 
 int QSLPgetcoefs(QSLPprob prob, int* ncoefs, int* rows, int* cols) {
     return nonlinear_read(prob, "QSLPgetcoefs", [&](NonlinearProblem& p) {
-        const std::vector<std::size_t> terms = p.coefficients.first_terms();
+        const std::vector<std::size_t> terms = coefficients(p).first_terms();
         if (ncoefs != nullptr) *ncoefs = static_cast<int>(terms.size());
         for (std::size_t k = 0; k < terms.size(); ++k) {
-            if (rows != nullptr) rows[k] = p.coefficients.row(terms[k]);
-            if (cols != nullptr) cols[k] = p.coefficients.col(terms[k]);
+            if (rows != nullptr) rows[k] = coefficients(p).row(terms[k]);
+            if (cols != nullptr) cols[k] = coefficients(p).col(terms[k]);
         }
     });
 }
@@ -219,16 +159,16 @@ int QSLPgetcoefformula(QSLPprob prob, int row, int col, double* factor, int pars
     return nonlinear_read(prob, "QSLPgetcoefformula", [&](NonlinearProblem& p) {
         require_parsed(parsed);
         require_count(size, "size");
-        const std::vector<std::size_t> terms = require_terms(p, row, col);
+        const std::vector<std::size_t> terms = check_coefficient(p.linear.model, row, col);
         TokenList tokens(size, type, value);
         if (terms.size() == 1) {
-            tokens.add(p.coefficients.formula(terms.front()));
+            tokens.add(coefficients(p).formula(terms.front()));
         } else {
-            add_sum(p.coefficients, terms, tokens);
+            add_sum(coefficients(p), terms, tokens);
         }
         tokens.add(QSLP_TOKEN_END, 0);
         if (factor != nullptr)
-            *factor = terms.size() == 1 ? p.coefficients.factor(terms.front()) : 1.0;
+            *factor = terms.size() == 1 ? coefficients(p).factor(terms.front()) : 1.0;
         if (ntokens != nullptr) *ntokens = tokens.count();
     });
 }
@@ -236,11 +176,11 @@ int QSLPgetcoefformula(QSLPprob prob, int row, int col, double* factor, int pars
 int QSLPevaluatecoef(QSLPprob prob, int row, int col, double* value) {
     return nonlinear_read(prob, "QSLPevaluatecoef", [&](NonlinearProblem& p) {
         require_array(value, 1, "value");
-        std::vector<double> stack(at(p.coefficients.stack_size()));
+        std::vector<double> stack(at(coefficients(p).stack_size()));
         double sum = 0;
-        for (const std::size_t term : require_terms(p, row, col))
-            sum += p.coefficients.factor(term) *
-                   evaluate(p.coefficients.formula(term), stack.data(),
+        for (const std::size_t term : check_coefficient(p.linear.model, row, col))
+            sum += coefficients(p).factor(term) *
+                   evaluate(coefficients(p).formula(term), stack.data(),
                             [&](int column) { return p.current_value(column); });
         *value = sum;
     });

@@ -5,6 +5,7 @@
 
 #include "engine/api/arguments.hpp"
 #include "engine/api/nonlinear_boundary.hpp"
+#include "engine/base/index.hpp"
 
 using namespace qlx;
 
@@ -35,7 +36,7 @@ int QSLPchgvar(QSLPprob prob, int col, const int* detrow, const double* initstep
                const double* initvalue, const double* value, const int* tolset, const int* history,
                const int* converged, const int* vartype) {
     return nonlinear_change(prob, "QSLPchgvar", [&](NonlinearProblem& p) {
-        require_index(col, p.linear.model.num_cols(), "col");
+        check_index(col, p.linear.model.num_cols(), "col");
         require_unused(detrow, "detrow");
         require_unused(initstepbound, "initstepbound");
         require_unused(stepbound, "stepbound");
@@ -47,11 +48,11 @@ int QSLPchgvar(QSLPprob prob, int col, const int* detrow, const double* initstep
         require_unused(vartype, "vartype");
         require_value(initvalue, "initvalue");
         require_value(value, "value");
-        const auto at = static_cast<std::size_t>(col);
-        if (initvalue != nullptr) make_room(p.column_values.initial, col);
-        if (value != nullptr) make_room(p.column_values.current, col);
-        if (initvalue != nullptr) p.column_values.initial[at] = *initvalue;
-        if (value != nullptr) p.column_values.current[at] = *value;
+        ColumnValues& values = p.linear.model.nonlinear().values;
+        if (initvalue != nullptr) make_room(values.initial, col);
+        if (value != nullptr) make_room(values.current, col);
+        if (initvalue != nullptr) values.initial[at(col)] = *initvalue;
+        if (value != nullptr) values.current[at(col)] = *value;
     });
 }
 

@@ -8,7 +8,6 @@
 extern "C" {
 
 // clang-format off
-NOT_AVAILABLE(QSLPcopyprob, dest, (QSLPprob dest, QSLPprob, const char*))
 NOT_AVAILABLE(QSLPchgccoef, prob, (QSLPprob prob, int, int, const double*, const char*))
 NOT_AVAILABLE(QSLPgetccoef, prob, (QSLPprob prob, int, int, double*, char*, int))
 NOT_AVAILABLE(QSLPadddfs, prob, (QSLPprob prob, int, const int*, const int*, const double*))
@@ -74,23 +73,5 @@ NOT_AVAILABLE(QSLPgetmessagetype, prob, (QSLPprob prob, int, int*))
 NOT_AVAILABLE(QSLPprintmsg, prob, (QSLPprob prob, int, const char*))
 NOT_AVAILABLE(QSLPprintmemory, prob, (QSLPprob prob))
 NOT_AVAILABLE(QSLPprintevalinfo, prob, (QSLPprob prob))
-NOT_AVAILABLE(QSLPsetcbcascadeend, prob, (QSLPprob prob, QSLPplaincb, void*))
-NOT_AVAILABLE(QSLPsetcbcascadestart, prob, (QSLPprob prob, QSLPplaincb, void*))
-NOT_AVAILABLE(QSLPsetcbcascadevar, prob, (QSLPprob prob, QSLPcolumncb, void*))
-NOT_AVAILABLE(QSLPsetcbcascadevarfail, prob, (QSLPprob prob, QSLPcolumncb, void*))
-NOT_AVAILABLE(QSLPsetcbcoefevalerror, prob, (QSLPprob prob, QSLPcoefevalerrorcb, void*))
-NOT_AVAILABLE(QSLPsetcbconstruct, prob, (QSLPprob prob, QSLPplaincb, void*))
-NOT_AVAILABLE(QSLPsetcbdestroy, prob, (QSLPprob prob, QSLPplaincb, void*))
-NOT_AVAILABLE(QSLPsetcbdrcol, prob, (QSLPprob prob, QSLPdrcolcb, void*))
-NOT_AVAILABLE(QSLPsetcbformula, prob, (QSLPprob prob, QSLPformulacb, void*))
-NOT_AVAILABLE(QSLPsetcbiterend, prob, (QSLPprob prob, QSLPplaincb, void*))
-NOT_AVAILABLE(QSLPsetcbiterstart, prob, (QSLPprob prob, QSLPplaincb, void*))
-NOT_AVAILABLE(QSLPsetcbitervar, prob, (QSLPprob prob, QSLPcolumncb, void*))
-NOT_AVAILABLE(QSLPsetcbmsjobend, prob, (QSLPprob prob, QSLPmsjobcb, void*))
-NOT_AVAILABLE(QSLPsetcbmsjobstart, prob, (QSLPprob prob, QSLPmsjobcb, void*))
-NOT_AVAILABLE(QSLPsetcbmswinner, prob, (QSLPprob prob, QSLPmswinnercb, void*))
-NOT_AVAILABLE(QSLPsetcbslpend, prob, (QSLPprob prob, QSLPplaincb, void*))
-NOT_AVAILABLE(QSLPsetcbslpnode, prob, (QSLPprob prob, QSLPplaincb, void*))
-NOT_AVAILABLE(QSLPsetcbslpstart, prob, (QSLPprob prob, QSLPplaincb, void*))
 // clang-format on
 }

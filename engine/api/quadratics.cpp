@@ -12,23 +12,10 @@ using namespace qlx;
 
 namespace {
 
-void require_pairs(const Model& model, std::int64_t count, const int* col1, const int* col2,
-                   const double* values) {
-    require_count(count, "nquads");
-    require_indices(col1, count, model.num_cols(), "qcol1");
-    require_indices(col2, count, model.num_cols(), "qcol2");
-    require_numbers(values, count, "values", true);
-}
-
 const QuadraticForm& row_form(const Model& model, int row) {
     static const QuadraticForm kEmpty;
     const auto found = model.quadratic_rows().find(row);
     return found == model.quadratic_rows().end() ? kEmpty : found->second;
-}
-
-void refuse_indicator(const Model& model, int row) {
-    if (model.indicators().count(row) != 0)
-        fail(QLX_ERROR_UNSUPPORTED, "row is ", row, ", an indicator row, which must be linear");
 }
 
 // Terms of columns first .. last by column of the upper triangle.
@@ -60,16 +47,16 @@ extern "C" {
 int QLXaddqmatrix64(QLXprob prob, int row, int64_t nquads, const int* qcol1, const int* qcol2,
                     const double* values) {
     return change(prob, "QLXaddqmatrix64", [&](Problem& p) {
-        require_index(row, p.model.num_rows(), "row");
-        require_pairs(p.model, nquads, qcol1, qcol2, values);
-        if (nquads > 0) refuse_indicator(p.model, row);
+        check_index(row, p.model.num_rows(), "row");
+        require_pairs(nquads, qcol1, qcol2, values, p.model.num_cols());
+        if (nquads > 0) check_no_indicator(p.model, row);
         p.model.add_quadratic_row(row, nquads, qcol1, qcol2, values);
     });
 }
 
 int QLXdelqmatrix(QLXprob prob, int row) {
     return change(prob, "QLXdelqmatrix", [&](Problem& p) {
-        if (row != -1) require_index(row, p.model.num_rows(), "row");
+        if (row != -1) check_index(row, p.model.num_rows(), "row");
         p.model.clear_quadratic(row);
     });
 }
@@ -86,16 +73,16 @@ int QLXchgmqobj(QLXprob prob, int nquads, const int* qcol1, const int* qcol2,
 int QLXchgmqobj64(QLXprob prob, int64_t nquads, const int* qcol1, const int* qcol2,
                   const double* values) {
     return change(prob, "QLXchgmqobj64", [&](Problem& p) {
-        require_pairs(p.model, nquads, qcol1, qcol2, values);
+        require_pairs(nquads, qcol1, qcol2, values, p.model.num_cols());
         p.model.set_quadratic_objective(nquads, qcol1, qcol2, values);
     });
 }
 
 int QLXchgqrowcoeff(QLXprob prob, int row, int col1, int col2, double value) {
     return change(prob, "QLXchgqrowcoeff", [&](Problem& p) {
-        require_index(row, p.model.num_rows(), "row");
-        require_pairs(p.model, 1, &col1, &col2, &value);
-        refuse_indicator(p.model, row);
+        check_index(row, p.model.num_rows(), "row");
+        require_pairs(1, &col1, &col2, &value, p.model.num_cols());
+        check_no_indicator(p.model, row);
         p.model.set_quadratic_row(row, 1, &col1, &col2, &value);
     });
 }
@@ -103,7 +90,7 @@ int QLXchgqrowcoeff(QLXprob prob, int row, int col1, int col2, double value) {
 int QLXgetmqobj(QLXprob prob, int* start, int* colind, double* values, int size, int* nelems,
                 int first, int last) {
     return read(prob, "QLXgetmqobj", [&](Problem& p) {
-        require_range(first, last, p.model.num_cols());
+        check_range(first, last, p.model.num_cols());
         give_columns(p.model.quadratic_objective(), start, colind, values, size, nelems, first,
                      last);
     });
@@ -112,7 +99,7 @@ int QLXgetmqobj(QLXprob prob, int* start, int* colind, double* values, int size,
 int QLXgetmqobj64(QLXprob prob, int64_t* start, int* colind, double* values, int64_t size,
                   int64_t* nelems, int first, int last) {
     return read(prob, "QLXgetmqobj64", [&](Problem& p) {
-        require_range(first, last, p.model.num_cols());
+        check_range(first, last, p.model.num_cols());
         give_columns(p.model.quadratic_objective(), start, colind, values, size, nelems, first,
                      last);
     });
@@ -120,8 +107,8 @@ int QLXgetmqobj64(QLXprob prob, int64_t* start, int* colind, double* values, int
 
 int QLXgetqobj(QLXprob prob, int col1, int col2, double* value) {
     return read(prob, "QLXgetqobj", [&](Problem& p) {
-        require_index(col1, p.model.num_cols(), "col1");
-        require_index(col2, p.model.num_cols(), "col2");
+        check_index(col1, p.model.num_cols(), "col1");
+        check_index(col2, p.model.num_cols(), "col2");
         require_array(value, 1, "value");
         *value = p.model.quadratic_objective().at(col1, col2);
     });
@@ -129,9 +116,9 @@ int QLXgetqobj(QLXprob prob, int col1, int col2, double* value) {
 
 int QLXgetqrowcoeff(QLXprob prob, int row, int col1, int col2, double* value) {
     return read(prob, "QLXgetqrowcoeff", [&](Problem& p) {
-        require_index(row, p.model.num_rows(), "row");
-        require_index(col1, p.model.num_cols(), "col1");
-        require_index(col2, p.model.num_cols(), "col2");
+        check_index(row, p.model.num_rows(), "row");
+        check_index(col1, p.model.num_cols(), "col1");
+        check_index(col2, p.model.num_cols(), "col2");
         require_array(value, 1, "value");
         *value = row_form(p.model, row).at(col1, col2);
     });
@@ -140,8 +127,8 @@ int QLXgetqrowcoeff(QLXprob prob, int row, int col1, int col2, double* value) {
 int QLXgetqrowqmatrix(QLXprob prob, int row, int* start, int* colind, double* values, int size,
                       int* nelems, int first, int last) {
     return read(prob, "QLXgetqrowqmatrix", [&](Problem& p) {
-        require_index(row, p.model.num_rows(), "row");
-        require_range(first, last, p.model.num_cols());
+        check_index(row, p.model.num_rows(), "row");
+        check_range(first, last, p.model.num_cols());
         give_columns(row_form(p.model, row), start, colind, values, size, nelems, first, last);
     });
 }
@@ -149,7 +136,7 @@ int QLXgetqrowqmatrix(QLXprob prob, int row, int* start, int* colind, double* va
 int QLXgetqrowqmatrixtriplets(QLXprob prob, int row, int* nquads, int* qcol1, int* qcol2,
                               double* values) {
     return read(prob, "QLXgetqrowqmatrixtriplets", [&](Problem& p) {
-        require_index(row, p.model.num_rows(), "row");
+        check_index(row, p.model.num_rows(), "row");
         const auto& terms = row_form(p.model, row).terms();
         if (nquads != nullptr) *nquads = static_cast<int>(terms.size());
         for (std::size_t k = 0; k < terms.size(); ++k) {

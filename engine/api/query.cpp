@@ -13,7 +13,7 @@ namespace {
 
 template <class T>
 void give(const std::vector<T>& values, T* out, int first, int last, const char* name) {
-    require_range(first, last, static_cast<int>(values.size()));
+    check_range(first, last, static_cast<int>(values.size()));
     require_array(out, 1, name);
     std::copy(values.begin() + first, values.begin() + last + 1, out);
 }
@@ -49,7 +49,7 @@ extern "C" {
 int QLXgetrows64(QLXprob prob, int64_t* start, int* colind, double* values, int64_t size,
                  int64_t* nelems, int first, int last) {
     return read(prob, "QLXgetrows64", [&](Problem& p) {
-        require_range(first, last, p.model.num_rows());
+        check_range(first, last, p.model.num_rows());
         const auto& starts = p.model.matrix().starts();
         const std::int64_t begin = starts[at(first)];
         const std::int64_t count = starts[at(last) + 1] - begin;
@@ -68,15 +68,15 @@ int QLXgetrows64(QLXprob prob, int64_t* start, int* colind, double* values, int6
 int QLXgetcols64(QLXprob prob, int64_t* start, int* rowind, double* values, int64_t size,
                  int64_t* nelems, int first, int last) {
     return read(prob, "QLXgetcols64", [&](Problem& p) {
-        require_range(first, last, p.model.num_cols());
+        check_range(first, last, p.model.num_cols());
         give_columns(p.model, start, rowind, values, size, nelems, first, last);
     });
 }
 
 int QLXgetcoef(QLXprob prob, int row, int col, double* value) {
     return read(prob, "QLXgetcoef", [&](Problem& p) {
-        require_index(row, p.model.num_rows(), "row");
-        require_index(col, p.model.num_cols(), "col");
+        check_index(row, p.model.num_rows(), "row");
+        check_index(col, p.model.num_cols(), "col");
         require_array(value, 1, "value");
         *value = p.model.matrix().at(row, col);
     });
@@ -112,7 +112,7 @@ int QLXgetrowtype(QLXprob prob, char* rowtype, int first, int last) {
 
 int QLXgetrhsrange(QLXprob prob, double* range, int first, int last) {
     return read(prob, "QLXgetrhsrange", [&](Problem& p) {
-        require_range(first, last, p.model.num_rows());
+        check_range(first, last, p.model.num_rows());
         require_array(range, 1, "range");
         for (int row = first; row <= last; ++row) range[row - first] = p.model.range(row);
     });

@@ -8,7 +8,6 @@
 #include "engine/api/arguments.hpp"
 #include "engine/api/boundary.hpp"
 #include "engine/base/index.hpp"
-#include "engine/core/nonlinear_problem.hpp"
 #include "engine/core/result_edits.hpp"
 
 using namespace qlx;
@@ -93,10 +92,8 @@ int QLXaddcols64(QLXprob prob, int ncols, int64_t nelems, const double* obj, con
 
 int QLXdelrows(QLXprob prob, int nrows, const int* rows) {
     return change(prob, "QLXdelrows", [&](Problem& p) {
-        require_count(nrows, "nrows");
-        const std::vector<int> map = deletion_map(rows, nrows, p.model.num_rows(), "rows");
+        const std::vector<int> map = require_deletion_map(rows, nrows, p.model.num_rows(), "rows");
         if (nrows == 0) return;
-        if (p.nonlinear != nullptr) p.nonlinear->delete_rows(map);
         p.model.delete_rows(map);
         delete_rows_from_results(p.results, map);
     });
@@ -104,17 +101,9 @@ int QLXdelrows(QLXprob prob, int nrows, const int* rows) {
 
 int QLXdelcols(QLXprob prob, int ncols, const int* cols) {
     return change(prob, "QLXdelcols", [&](Problem& p) {
-        require_count(ncols, "ncols");
-        const std::vector<int> map = deletion_map(cols, ncols, p.model.num_cols(), "cols");
+        const std::vector<int> map = require_deletion_map(cols, ncols, p.model.num_cols(), "cols");
         if (ncols == 0) return;
-        for (const auto& [row, indicator] : p.model.indicators())
-            if (map[at(indicator.column)] < 0)
-                fail(QLX_ERROR_STATE, "column ", indicator.column, " is the indicator of row ", row,
-                     "; delete the row or its indicator first");
-        if (p.nonlinear != nullptr) {
-            p.nonlinear->require_deletable(map);
-            p.nonlinear->delete_columns(map);
-        }
+        check_deletable_columns(p.model, map);
         p.model.delete_columns(map);
         delete_columns_from_results(p.results, map);
     });
@@ -124,7 +113,7 @@ int QLXaddnames(QLXprob prob, int type, const char* names, int first, int last) 
     return change(prob, "QLXaddnames", [&](Problem& p) {
         int count = 0;
         Names& target = names_of(p.model, type, count);
-        require_range(first, last, count);
+        check_range(first, last, count);
         require_array(names, 1, "names");
         for (int index = first; index <= last; ++index) {
             const std::size_t length = std::strlen(names);
@@ -139,7 +128,7 @@ int QLXaddnumberednames(QLXprob prob, int type, const int64_t* numbers, int64_t 
     return change(prob, "QLXaddnumberednames", [&](Problem& p) {
         int count = 0;
         Names& target = names_of(p.model, type, count);
-        require_range(first, last, count);
+        check_range(first, last, count);
         for (int k = 0; k <= last - first; ++k) {
             const std::int64_t own = numbers != nullptr ? numbers[k] : number + k;
             if (own < 0)
@@ -154,7 +143,7 @@ int QLXgetnames(QLXprob prob, int type, char* names, int first, int last) {
     return read(prob, "QLXgetnames", [&](Problem& p) {
         int count = 0;
         Names& source = names_of(p.model, type, count);
-        require_range(first, last, count);
+        check_range(first, last, count);
         require_array(names, 1, "names");
         Model& m = p.model;
         const std::size_t longest =

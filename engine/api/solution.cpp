@@ -36,8 +36,15 @@ const Solution& mip_solution(Problem& p) {
     return p.results.mip;
 }
 
+void refuse_nonlinear_gradients(const Model& model) {
+    if (!model.nonlinear().empty())
+        fail(QLX_ERROR_NOT_AVAILABLE,
+             "reduced costs of problems with nonlinear coefficients are not available yet");
+}
+
 // Gradients of the rows' quadratic terms times their duals, taken off the reduced costs.
 std::vector<double> reduced_costs_at(Model& model, const double* duals, const double* x) {
+    refuse_nonlinear_gradients(model);
     std::vector<double> djs =
         reduced_costs(model, std::vector<double>(duals, duals + model.num_rows()));
     const bool quadratic = !model.quadratic_objective().empty() || !model.quadratic_rows().empty();

@@ -22,6 +22,14 @@ double bound_violation(const Model& model, const double* x) {
     return worst;
 }
 
+void add_nonlinear_activities(const Model& model, const double* x,
+                              std::vector<double>& activities) {
+    const CoefficientStore& store = model.nonlinear().coefficients;
+    std::vector<double> stack(at(store.stack_size()));
+    for (std::size_t term = 0; term < store.num_terms(); ++term)
+        activities[at(store.row(term))] += term_value(store, term, x, stack.data());
+}
+
 }  // namespace
 
 std::vector<double> row_activities(Model& model, const double* x) {
@@ -37,6 +45,7 @@ std::vector<double> row_activities(Model& model, const double* x) {
         activities[row] = sum;
     }
     for (const auto& [row, form] : model.quadratic_rows()) activities[at(row)] += form.value(x);
+    if (!model.nonlinear().empty()) add_nonlinear_activities(model, x, activities);
     return activities;
 }
 

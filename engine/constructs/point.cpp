@@ -8,6 +8,29 @@
 
 namespace qlx {
 
+namespace {
+
+// The largest magnitude of a row's terms at a point, at least 1: what a violation is measured by.
+double row_magnitude(Model& model, int row, const double* x) {
+    double magnitude = 1;
+    const auto columns = model.matrix().row_columns(row);
+    const auto values = model.matrix().row_values(row);
+    for (std::size_t k = 0; k < columns.size(); ++k)
+        magnitude = std::max(magnitude, std::fabs(values[k] * x[columns[k]]));
+    if (const auto form = model.quadratic_rows().find(row); form != model.quadratic_rows().end())
+        for (const QuadraticTerm& term : form->second.terms())
+            magnitude =
+                std::max(magnitude, std::fabs(term.coefficient * x[term.first] * x[term.second]));
+    CoefficientStore& store = model.nonlinear().coefficients;
+    if (store.num_terms() == 0) return magnitude;
+    std::vector<double> stack(at(store.stack_size()));
+    for (const std::size_t term : store.terms_of_row(row))
+        magnitude = std::max(magnitude, std::fabs(term_value(store, term, x, stack.data())));
+    return magnitude;
+}
+
+}  // namespace
+
 double outside(double value, double lower, double upper) noexcept {
     return std::max(
         {0.0, lower > -kInfinity ? lower - value : 0.0, upper < kInfinity ? value - upper : 0.0});
@@ -19,18 +42,11 @@ double distance_to_integer(double value) noexcept {
 
 double row_violation(Model& model, int row, const Point& point) {
     const Sides sides = model.sides(row);
-    const double away = outside(point.activities[at(row)], sides.lower, sides.upper);
-    if (away <= 0) return 0;
-    double magnitude = 1;
-    const auto columns = model.matrix().row_columns(row);
-    const auto values = model.matrix().row_values(row);
-    for (std::size_t k = 0; k < columns.size(); ++k)
-        magnitude = std::max(magnitude, std::fabs(values[k] * point.x[columns[k]]));
-    if (const auto form = model.quadratic_rows().find(row); form != model.quadratic_rows().end())
-        for (const QuadraticTerm& term : form->second.terms())
-            magnitude = std::max(magnitude, std::fabs(term.coefficient * point.x[term.first] *
-                                                      point.x[term.second]));
-    return away / magnitude;
+    const double activity = point.activities[at(row)];
+    // A formula without a value keeps no side.
+    if (std::isnan(activity)) return model.row_type()[at(row)] != 'N' ? kInfinity : 0;
+    const double away = outside(activity, sides.lower, sides.upper);
+    return away > 0 ? away / row_magnitude(model, row, point.x) : 0;
 }
 
 }  // namespace qlx

@@ -6,7 +6,7 @@
 
 #include <qlx/codes.h>
 
-#include "engine/core/parameter_names.hpp"
+#include "engine/core/nonlinear_problem.hpp"
 #include "engine/core/problem.hpp"
 
 namespace qlx {
@@ -40,14 +40,19 @@ double relative_gap(Problem& p) {
 }
 
 // clang-format off
-#define INTEGER(id, name, text, expression) \
-    AttributeRow{id, name, [](Problem& p) -> std::int64_t { return expression; }, nullptr, nullptr, text}
-#define REAL(id, name, text, expression) \
-    AttributeRow{id, name, nullptr, [](Problem& p) -> double { return expression; }, nullptr, text}
-#define TEXT(id, name, text, expression) \
-    AttributeRow{id, name, nullptr, nullptr, [](Problem& p) -> std::string { return expression; }, text}
+#define ROW_INTEGER(handle, id, name, text, expression) \
+    AttributeRow{handle, id, name, [](Problem& p) -> std::int64_t { return expression; }, nullptr, nullptr, text}
+#define ROW_REAL(handle, id, name, text, expression) \
+    AttributeRow{handle, id, name, nullptr, [](Problem& p) -> double { return expression; }, nullptr, text}
+#define ROW_TEXT(handle, id, name, text, expression) \
+    AttributeRow{handle, id, name, nullptr, nullptr, [](Problem& p) -> std::string { return expression; }, text}
+#define INTEGER(...) ROW_INTEGER(Handle::kProblem, __VA_ARGS__)
+#define REAL(...) ROW_REAL(Handle::kProblem, __VA_ARGS__)
+#define TEXT(...) ROW_TEXT(Handle::kProblem, __VA_ARGS__)
+#define NONLINEAR_INTEGER(...) ROW_INTEGER(Handle::kNonlinearProblem, __VA_ARGS__)
+#define NONLINEAR_REAL(...) ROW_REAL(Handle::kNonlinearProblem, __VA_ARGS__)
 
-const std::vector<AttributeRow> kTable = {
+constexpr AttributeRow kTable[] = {
     INTEGER(QLX_ATTRIB_ORIGINALROWS, "originalrows", "Rows of the model as stated", p.model.num_rows()),
     INTEGER(QLX_ATTRIB_SETS, "sets", "Special ordered sets", p.model.num_sets()),
     INTEGER(QLX_ATTRIB_LPSTATUS, "lpstatus",
@@ -97,21 +102,62 @@ const std::vector<AttributeRow> kTable = {
     REAL(2105, "maxprimalinfeas", "Largest violation of a bound or row by the last point found",
          p.results.primal_infeasibility),
     TEXT(3001, "probname", "The problem's name", p.model.name()),
+    NONLINEAR_INTEGER(QSLP_ATTRIB_ROWS, "nlprows", "Rows", p.model.num_rows()),
+    NONLINEAR_INTEGER(QSLP_ATTRIB_COLS, "nlpcols", "Columns", p.model.num_cols()),
+    NONLINEAR_INTEGER(QSLP_ATTRIB_EQUALSCOLUMN, "equalscolumn",
+            "Column of coefficients without a column of their own: always -1, the constant 1",
+            (static_cast<void>(p), kNoColumn)),
+    NONLINEAR_INTEGER(QSLP_ATTRIB_STATUS, "nlpstatus",
+            "Outcome of the last nonlinear solve: 0 unstarted, 1 locally optimal, 2 globally optimal, "
+            "3 locally infeasible, 4 infeasible, 5 unbounded, 6 unfinished", p.nonlinear->status),
+    NONLINEAR_INTEGER(QSLP_ATTRIB_PRESOLVESTATE, "presolvestate",
+            "State of the problem: bit 0 augmented, bit 29 presolved", p.nonlinear->presolve_state),
+    NONLINEAR_INTEGER(QSLP_ATTRIB_COEFS, "nlpcoefs", "Terms of nonlinear coefficients, as they were added",
+            static_cast<std::int64_t>(p.model.nonlinear().coefficients.num_terms())),
+    NONLINEAR_REAL(QSLP_ATTRIB_OBJVAL, "nlpobjval",
+            "Objective value of the last nonlinear solution; not a number when none",
+            p.nonlinear->objective),
 };
 // clang-format on
 
+static_assert(rows_differ(std::span<const AttributeRow>(kTable)));
+
+template <class Reader>
+Reader reader_of(Handle handle, int id, Reader AttributeRow::*reader, const char* type) {
+    const AttributeRow& row = attribute_of(handle, id);
+    if (row.*reader == nullptr)
+        fail(QLX_ERROR_ARGUMENT, handle_prefix(handle), "attribute ", row.name, " (", id,
+             ") is not ", type);
+    return row.*reader;
+}
+
 }  // namespace
 
-const std::vector<AttributeRow>& attribute_table() {
+std::span<const AttributeRow> attribute_table() {
     return kTable;
 }
 
-const AttributeRow* find_attribute(int id) {
-    return find_row(kTable, id);
+const AttributeRow* find_attribute(Handle handle, std::string_view name) {
+    return find_row(attribute_table(), handle, name);
 }
 
-const AttributeRow* find_attribute(std::string_view name) {
-    return find_row(kTable, name);
+const AttributeRow& attribute_of(Handle handle, int id) {
+    const AttributeRow* row = find_row(attribute_table(), id);
+    if (row == nullptr || row->handle != handle)
+        fail(QLX_ERROR_ARGUMENT, "there is no ", handle_prefix(handle), "attribute with id ", id);
+    return *row;
+}
+
+std::int64_t integer_attribute(Problem& problem, Handle handle, int id) {
+    return reader_of(handle, id, &AttributeRow::integer, "an integer")(problem);
+}
+
+double real_attribute(Problem& problem, Handle handle, int id) {
+    return reader_of(handle, id, &AttributeRow::real, "a double")(problem);
+}
+
+std::string text_attribute(Problem& problem, Handle handle, int id) {
+    return reader_of(handle, id, &AttributeRow::text, "a string")(problem);
 }
 
 }  // namespace qlx

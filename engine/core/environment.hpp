@@ -2,13 +2,11 @@
 #pragma once
 
 #include <atomic>
-#include <cstddef>
-#include <memory>
-#include <mutex>
 #include <string_view>
-#include <vector>
 
 #include <qlx/qlx_types.h>
+
+#include "engine/core/event_list.hpp"
 
 namespace qlx {
 
@@ -25,30 +23,16 @@ class Environment {
     std::atomic<bool> checked{true};
     std::atomic<bool> messages_enabled{true};
 
-    void add_handler(QLXmsghandler handler, void* data, int priority);
-    // Null matches all; false when nothing matched.
-    [[nodiscard]] bool remove_handler(QLXmsghandler handler, void* data);
-    [[nodiscard]] bool has_handlers() const noexcept { return num_handlers_ > 0; }
+    // Message handlers; they are called without a lock, from any thread, and may overlap.
+    EventList<QLXmsghandler> handlers;
     // Sends to all handlers; true when one asks to stop the solve.
     [[nodiscard]] bool broadcast(QLXobject sender, std::string_view text, int type, int number);
 
   private:
-    struct Handler {
-        QLXmsghandler call;
-        void* data;
-        int priority;
-    };
-    using Handlers = std::vector<Handler>;
-
     static bool remove_one(std::atomic<int>& users) noexcept;
 
     std::atomic<int> users_{0};
     std::atomic<int> nonlinear_users_{0};
-    std::atomic<std::size_t> num_handlers_{0};
-    std::mutex mutex_;
-    // Replaced as a whole, so that handlers are called without the lock: they may wait for other
-    // locks.
-    std::shared_ptr<const Handlers> handlers_ = std::make_shared<Handlers>();
 };
 
 [[nodiscard]] Environment& environment() noexcept;

@@ -1,13 +1,10 @@
-// The messages of one problem: where they go.
+// The messages of one problem: where they go besides the callbacks of event message.
 #pragma once
-
-#include <qlx/qlx_types.h>
 
 #include <cstdio>
 #include <map>
 #include <memory>
 #include <string_view>
-#include <vector>
 
 #include "engine/core/problem_fwd.hpp"
 
@@ -26,9 +23,6 @@ inline constexpr int kControl = 300;
 
 class Messages {
   public:
-    void add(QLXmessagecb callback, void* data, int priority);
-    // Null matches all; false when nothing matched.
-    [[nodiscard]] bool remove(QLXmessagecb callback, void* data);
     // Null or empty ends the log file. Throws Error when the file cannot be opened.
     void set_log_file(const char* filename);
     [[nodiscard]] bool enabled(int number) const;
@@ -39,16 +33,10 @@ class Messages {
     void send(Problem& problem, int type, int number, std::string_view text);
 
   private:
-    struct Receiver {
-        QLXmessagecb call;
-        void* data;
-        int priority;
-    };
     struct CloseFile {
         void operator()(std::FILE* file) const noexcept { std::fclose(file); }
     };
 
-    std::vector<Receiver> receivers_;
     std::unique_ptr<std::FILE, CloseFile> file_;
     std::map<int, bool> enabled_;
 };

@@ -1,6 +1,7 @@
 // Making and dropping a problem's parts.
 #include "engine/core/problem.hpp"
 
+#include "engine/core/nonlinear_problem.hpp"
 #include "engine/lp/live_model.hpp"
 
 qlx_problem::qlx_problem() = default;
@@ -14,4 +15,9 @@ qlx::LiveModel& qlx_problem::live_model() {
 void qlx_problem::drop_live_model() noexcept {
     live_model_.reset();
     model.changes().stop_listening();
+}
+
+void qlx_problem::forget_results() {
+    results = {};
+    if (nonlinear != nullptr) nonlinear->forget_results();
 }

@@ -8,6 +8,7 @@
 #include "engine/base/index_stamps.hpp"
 #include "engine/base/live_counts.hpp"
 #include "engine/core/controls.hpp"
+#include "engine/core/events.hpp"
 #include "engine/core/interrupt_check.hpp"
 #include "engine/core/messages.hpp"
 #include "engine/core/ownership.hpp"
@@ -52,13 +53,14 @@ struct qlx_problem {
     [[nodiscard]] qlx::LiveModel& live_model();
     void drop_live_model() noexcept;
     // Results of another model must not stay readable.
-    void forget_results() { results = {}; }
+    void forget_results();
 
     qlx::LastError error;
     qlx::Ownership ownership;
     qlx::Controls controls;
     qlx::Model model;
     qlx::Results results;
+    qlx::Events events;
     qlx::Messages messages;
     qlx::InterruptCheck interrupt_check;
     qlx::IndexStamps index_stamps;  // kept, so that checking a row costs no pass over all columns

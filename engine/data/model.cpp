@@ -226,6 +226,7 @@ void Model::delete_rows(const std::vector<int>& new_index) {
     matrix_.delete_rows(new_index);
     renumber_keys(quadratic_rows_, new_index);
     constructs_.delete_rows(new_index);
+    nonlinear_.delete_rows(new_index);
     renumber(delayed_rows_, new_index);
     renumber(model_cuts_, new_index);
     row_names_.delete_items(new_index);
@@ -246,6 +247,7 @@ void Model::delete_columns(const std::vector<int>& new_index) {
         form->second.delete_columns(new_index);
         form = form->second.empty() ? quadratic_rows_.erase(form) : std::next(form);
     }
+    nonlinear_.delete_columns(new_index);
     col_names_.delete_items(new_index);
     changes_.delete_columns(new_index);
 }

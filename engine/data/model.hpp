@@ -8,6 +8,7 @@
 
 #include "engine/data/change_log.hpp"
 #include "engine/data/names.hpp"
+#include "engine/data/nonlinear_part.hpp"
 #include "engine/data/quadratic_form.hpp"
 #include "engine/data/row_matrix.hpp"
 #include "engine/data/sets.hpp"
@@ -78,9 +79,13 @@ class Model {
         return constructs_.sets;
     }
     [[nodiscard]] const Indicators& indicators() const noexcept { return constructs_.indicators; }
+    [[nodiscard]] NonlinearPart& nonlinear() noexcept { return nonlinear_; }
+    [[nodiscard]] const NonlinearPart& nonlinear() const noexcept { return nonlinear_; }
     [[nodiscard]] Names& row_names() noexcept { return row_names_; }
     [[nodiscard]] Names& col_names() noexcept { return col_names_; }
     [[nodiscard]] Names& set_names() noexcept { return set_names_; }
+    [[nodiscard]] const Names& row_names() const noexcept { return row_names_; }
+    [[nodiscard]] const Names& col_names() const noexcept { return col_names_; }
     [[nodiscard]] const std::string& name() const noexcept { return name_; }
     [[nodiscard]] ChangeLog& changes() noexcept { return changes_; }
     [[nodiscard]] const std::vector<int>& delayed_rows() const noexcept { return delayed_rows_; }
@@ -148,6 +153,7 @@ class Model {
     ConstructData constructs_;
     std::vector<int> delayed_rows_;
     std::vector<int> model_cuts_;
+    NonlinearPart nonlinear_;
     Names row_names_;
     Names col_names_;
     Names set_names_;

@@ -122,8 +122,8 @@ void LiveModel::synchronise(Model& model, double matrix_tolerance) {
     ChangeLog& changes = model.changes();
     const auto coefficients = static_cast<std::int64_t>(changes.changed_coefficients().size());
     const bool many = coefficients > 1000 && coefficients > model.matrix().num_entries() / 10;
-    if (changes.needs_rebuild() || has_hessian_ || many || model.num_cols() < num_cols_ ||
-        model.num_rows() < num_rows_)
+    if (!kernel_.is_loaded() || changes.needs_rebuild() || has_hessian_ || many ||
+        model.num_cols() < num_cols_ || model.num_rows() < num_rows_)
         hand_over(model, matrix_tolerance);
     else
         forward(model);

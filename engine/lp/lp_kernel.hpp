@@ -6,6 +6,8 @@
 #include <memory>
 #include <vector>
 
+#include "engine/lp/kernel_events.hpp"
+
 namespace qlx {
 
 // A model as the kernel takes it over; the matrix is by columns.
@@ -70,32 +72,12 @@ enum class KernelOutcome {
     kError
 };
 
-// Where a running solve stands.
-struct KernelProgress {
-    double seconds = 0;
-    bool tree = false;  // of a tree search, else of an LP
-    std::int64_t iterations = 0;
-    double objective = 0;  // of the LP
-    std::int64_t nodes = 0;
-    double best_solution = 0;
-    double best_bound = 0;
-};
-
-// What a solve calls back; on the solving thread or, in a parallel tree search, a worker of it.
-class KernelEvents {
-  public:
-    virtual ~KernelEvents() = default;
-    // True stops the solve.
-    virtual bool stop() noexcept = 0;
-    virtual void progress(const KernelProgress& progress) noexcept = 0;
-    // A new best integer point.
-    virtual void solution(const double* x, int num_cols) noexcept = 0;
-};
-
 struct KernelResult {
     KernelOutcome outcome = KernelOutcome::kUnknown;
     bool has_point = false;
     bool has_duals = false;
+    // It did not obey in time and goes on without us; the kernel is empty.
+    bool left_behind = false;
     double best_bound = 0;  // tree search only
     std::int64_t nodes = 0;
     std::int64_t simplex_iterations = 0;
@@ -110,6 +92,9 @@ class LpKernel {
     LpKernel(LpKernel&&) noexcept;
     LpKernel& operator=(LpKernel&&) noexcept;
 
+    // Whether there is a model in it: not before the first, and not after a solve that was left
+    // behind (SolveLink).
+    [[nodiscard]] bool is_loaded() const noexcept;
     // Each of these is false when HiGHS refuses.
     [[nodiscard]] bool load(KernelModel&& model, double matrix_tolerance);
     [[nodiscard]] bool add_columns(int count, const double* cost, const double* lower,

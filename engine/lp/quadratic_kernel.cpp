@@ -1,10 +1,10 @@
 // HiPO on HiGHS. Compiled with HiGHS' string ABI; no std::string crosses this file's interface.
 #include "engine/lp/quadratic_kernel.hpp"
 
-#include <Highs.h>
-
 #include <algorithm>
-#include <string>
+#include <chrono>
+
+#include "engine/lp/highs_session.hpp"
 
 namespace qlx {
 
@@ -66,32 +66,45 @@ quad::KernelClaim claim_of(HighsModelStatus status) {
     }
 }
 
+// The rule as events of a run.
+class RuleEvents final : public KernelEvents {
+  public:
+    explicit RuleEvents(const quad::StopRule& rule) : rule_(rule) {}
+    bool stop() noexcept override { return rule_.stop(); }
+    void progress(const KernelProgress&) noexcept override {}
+    void solution(const double*, int) noexcept override {}
+
+  private:
+    const quad::StopRule& rule_;
+};
+
 }  // namespace
 
 quad::KernelAnswer solve_large_quadratic(const quad::QuadraticModel& model,
-                                         const quad::StopRule& rule, int iterations) {
-    quad::KernelAnswer answer;
-    Highs highs;
-    highs.setOptionValue("output_flag", false);
-    highs.setOptionValue("solver", std::string("hipo"));
-    highs.setOptionValue("run_crossover", std::string("off"));
-    highs.setOptionValue("small_matrix_value", 1e-12);
-    highs.setOptionValue("ipm_iteration_limit", iterations);
+                                         const quad::StopRule& rule, int iterations, int threads) {
+    const std::shared_ptr<HighsSession> session = HighsSession::make();
+    session->set("solver", "hipo");
+    session->set("run_crossover", "off");
+    session->set("small_matrix_value", 1e-12);
+    session->set("ipm_iteration_limit", HighsInt{iterations});
+    RunLimits limits{threads, 1e20, true};
     if (rule.deadline) {
         const std::chrono::duration<double> left =
             *rule.deadline - std::chrono::steady_clock::now();
-        highs.setOptionValue("time_limit", std::max(left.count(), 1e-3));
+        limits.seconds = std::max(left.count(), 1e-3);
+        session->set("time_limit", limits.seconds);
     }
-    highs.setCallback([&rule](int, const std::string&, const HighsCallbackOutput*,
-                              HighsCallbackInput* input, void*) {
-        if (input != nullptr) input->user_interrupt = rule.stop();
-    });
-    highs.startCallback(kCallbackIpmInterrupt);
     HighsModel whole;
     whole.lp_ = linear_part(model);
     whole.hessian_ = hessian_of(model);
-    if (highs.passModel(std::move(whole)) == HighsStatus::kError) return answer;
-    highs.run();
+    quad::KernelAnswer answer;
+    Highs& highs = session->highs();
+    if (!accepted(highs.passModel(std::move(whole)))) return answer;
+    RuleEvents events(rule);
+    if (session->run(limits, events).left_behind) {
+        answer.claim = quad::KernelClaim::kStopped;
+        return answer;
+    }
     answer.claim = claim_of(highs.getModelStatus());
     answer.iterations = static_cast<int>(highs.getInfo().ipm_iteration_count);
     const HighsSolution& solution = highs.getSolution();

@@ -5,9 +5,10 @@
 
 namespace qlx {
 
-// Fits ConvexControl::large_scale_qp. Where the companion library of HiPO is missing, HiGHS falls
-// back to another method; the answer's claim is then `failed`.
+// A quad::QuadraticKernel once the number of threads, at most, is bound. Where the companion
+// library of HiPO is missing, HiGHS falls back to another method; the answer's claim is then
+// `failed`.
 quad::KernelAnswer solve_large_quadratic(const quad::QuadraticModel& model,
-                                         const quad::StopRule& rule, int iterations);
+                                         const quad::StopRule& rule, int iterations, int threads);
 
 }  // namespace qlx

@@ -6,6 +6,7 @@ namespace qlx {
 ProblemClass classify(const Model& model, bool integral) {
     const bool tree = integral && (model.num_entities() > 0 || model.num_sets() > 0 ||
                                    !model.indicators().empty());
+    if (!model.nonlinear().empty()) return tree ? ProblemClass::kMinlp : ProblemClass::kNlp;
     if (!model.quadratic_rows().empty()) return tree ? ProblemClass::kMiqcp : ProblemClass::kQcqp;
     if (!model.quadratic_objective().empty()) return tree ? ProblemClass::kMiqp : ProblemClass::kQp;
     return tree ? ProblemClass::kMip : ProblemClass::kLp;
@@ -23,8 +24,12 @@ const char* class_name(ProblemClass problem_class) {
             return "QCQP";
         case ProblemClass::kMiqp:
             return "MIQP";
-        default:
+        case ProblemClass::kMiqcp:
             return "MIQCP";
+        case ProblemClass::kNlp:
+            return "NLP";
+        default:
+            return "MINLP";
     }
 }
 

@@ -5,7 +5,7 @@
 
 namespace qlx {
 
-enum class ProblemClass { kLp, kMip, kQp, kQcqp, kMiqp, kMiqcp };
+enum class ProblemClass { kLp, kMip, kQp, kQcqp, kMiqp, kMiqcp, kNlp, kMinlp };
 
 // integral: count types, sets and indicators; else the model is taken without them.
 [[nodiscard]] ProblemClass classify(const Model& model, bool integral);

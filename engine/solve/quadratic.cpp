@@ -7,6 +7,7 @@
 #include "engine/lp/live_model.hpp"
 #include "engine/lp/quadratic_kernel.hpp"
 #include "engine/quad/convex_program.hpp"
+#include "engine/solve/kernel_options.hpp"
 #include "engine/solve/solve.hpp"
 #include "engine/solve/solve_scope.hpp"
 
@@ -109,7 +110,11 @@ quad::ConvexControl control_of(Problem& problem, const SolveScope& scope) {
             std::chrono::steady_clock::now() +
             std::chrono::duration_cast<std::chrono::steady_clock::duration>(seconds);
     }
-    control.large_scale_qp = solve_large_quadratic;
+    control.large_scale_qp = [threads = kernel_options(problem.controls, nullptr).threads](
+                                 const quad::QuadraticModel& model, const quad::StopRule& rule,
+                                 int iterations) {
+        return solve_large_quadratic(model, rule, iterations, threads);
+    };
     return control;
 }
 

@@ -1,7 +1,6 @@
 // Dispatches a solve to the solver of the problem's class.
 #include "engine/solve/solve.hpp"
 
-#include "engine/core/nonlinear_problem.hpp"
 #include "engine/core/problem.hpp"
 #include "engine/solve/classify.hpp"
 #include "engine/solve/solve_scope.hpp"
@@ -52,8 +51,7 @@ void take_as_integer(Results& results) {
 }  // namespace
 
 void refuse_nonlinear(const Problem& problem) {
-    if (problem.nonlinear == nullptr) return;
-    const std::size_t terms = problem.nonlinear->coefficients.num_terms();
+    const std::size_t terms = problem.model.nonlinear().coefficients.num_terms();
     if (terms == 0) return;
     fail(QLX_ERROR_UNSUPPORTED, "the problem has ", terms,
          " nonlinear coefficients; there is no solver for them yet, and its linear and quadratic "

@@ -45,7 +45,8 @@ enum {
     QLX_ATTRIB_ROWS = 1124,
     QLX_ATTRIB_PROBNAMELENGTH = 1158,  /* bytes of the problem's name with its closing NUL */
     QLX_ATTRIB_SETMEMBERS_SETS = 1194, /* special ordered sets, as the sets' row count */
-    QLX_ATTRIB_COLS = 1214
+    QLX_ATTRIB_COLS = 1214,
+    QLX_ATTRIB_SETMEMBERS = 1304 /* members of all special ordered sets */
 };
 
 /* Double attributes. */

@@ -1,6 +1,12 @@
 /* Registration of a problem's callbacks. Several may be registered per event; higher priorities are
- * called first, equal ones in order of registration. Removing: a null callback matches all, a null
- * data all data; refused when nothing matches. */
+ * called first, equal ones in order of registration; what a callback registers or removes counts
+ * from the next event on. Removing: a null callback matches all, a null data all data; refused when
+ * nothing matches. An event that no part of the library raises yet is refused at registration.
+ *
+ * While its callback runs, the problem belongs to the calling thread. From every callback
+ * QLXinterrupt may be called; the event tells what else: nothing, reading only, setting controls
+ * too, or stating cuts and branches too. Other calls are refused by a text that names the event. A
+ * caller that holds a lock which its callbacks take must release it before it calls a solve. */
 #ifndef QLX_CALLBACKS_H
 #define QLX_CALLBACKS_H
 

@@ -49,10 +49,11 @@ QLX_API int QSLPinit(void);
 QLX_API int QSLPfree(void);
 /* Builds a nonlinear problem on a problem, which must outlive it. One per problem. */
 QLX_API int QSLPcreateprob(QSLPprob* prob, QLXprob linear);
-/* Destroys it, not the problem below; null is allowed. */
+/* Destroys it, not the problem below, whose model keeps the coefficients; null is allowed. */
 QLX_API int QSLPdestroyprob(QSLPprob prob);
 /* Copies coefficients, formulas, user functions, columns' and rows' settings. The problem below has
- * been copied before. */
+ * been copied before (QLXcopyprob), which copies the coefficients already; refused when it has
+ * other numbers of rows, columns or coefficients. */
 QLX_API int QSLPcopyprob(QSLPprob dest, QSLPprob src, const char* name);
 /* code may be null; text at most 511 characters and NUL. */
 QLX_API int QSLPgetlasterror(QSLPprob prob, int* code, char* text);
@@ -225,7 +226,7 @@ QLX_API int QSLPprintmsg(QSLPprob prob, int type, const char* message);
 QLX_API int QSLPprintmemory(QSLPprob prob);
 QLX_API int QSLPprintevalinfo(QSLPprob prob);
 
-/* One callback per event; null removes it. */
+/* One callback per event; null removes it. What qlx_callbacks.h says holds here too. */
 QLX_API int QSLPsetcbcascadeend(QSLPprob prob, QSLPplaincb callback, void* data);
 QLX_API int QSLPsetcbcascadestart(QSLPprob prob, QSLPplaincb callback, void* data);
 QLX_API int QSLPsetcbcascadevar(QSLPprob prob, QSLPcolumncb callback, void* data);

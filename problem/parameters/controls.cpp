@@ -286,14 +286,14 @@ int apply_default_controls(Problem* problem) {
 
 PyMethodDef control_methods[] = {
     {"getControl", method<problem_getControl>, METH_VARARGS,
-     "getControl(*names)\n--\n\n"
+     "getControl($self, *names)\n--\n\n"
      "One name: the value of that control. A list, tuple or iterator of names, or several names:\n"
      "a dict of their values. No name: a dict of all controls."},
     {"setControl", method<problem_setControl>, METH_VARARGS,
-     "setControl(name, value)\n--\n\n"
+     "setControl(name, value) or setControl(settings)\n\n"
      "Set one control, or those of a dict {name: value} in its order, up to the first failure."},
     {"getAttrib", method<problem_getAttrib>, METH_VARARGS,
-     "getAttrib(*names)\n--\n\n"
+     "getAttrib($self, *names)\n--\n\n"
      "One name: the value of that attribute. A list, tuple or iterator of names, or several "
      "names:\n"
      "a dict of their values. No name: a dict of all attributes."},

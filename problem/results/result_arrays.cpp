@@ -154,18 +154,18 @@ Ref array_method(PyObject* self, PyObject* const* arguments, Py_ssize_t count) {
 
 PyMethodDef result_array_methods[] = {
     {"getSolutionArray", method<array_method<ResultKind::kSolution>>, METH_FASTCALL,
-     "getSolutionArray(variables=None)\n--\n\n"
+     "getSolutionArray($self, variables=None, /)\n--\n\n"
      "Values in the solution of the last solve as a numpy array of float64: of the shape of an\n"
      "array of variables or of column indices; one-dimensional, in walking order, for nested\n"
      "lists and the like; of all columns without an argument. Refused where getSolution is."},
     {"getSlackArray", method<array_method<ResultKind::kSlack>>, METH_FASTCALL,
-     "getSlackArray(constraints=None)\n--\n\n"
+     "getSlackArray($self, constraints=None, /)\n--\n\n"
      "Slacks of constraints or rows as a numpy array, as in getSolutionArray."},
     {"getDualArray", method<array_method<ResultKind::kDual>>, METH_FASTCALL,
-     "getDualArray(constraints=None)\n--\n\n"
+     "getDualArray($self, constraints=None, /)\n--\n\n"
      "Duals of constraints or rows as a numpy array, as in getSolutionArray."},
     {"getRCostArray", method<array_method<ResultKind::kReducedCost>>, METH_FASTCALL,
-     "getRCostArray(variables=None)\n--\n\n"
+     "getRCostArray($self, variables=None, /)\n--\n\n"
      "Reduced costs of variables or columns as a numpy array, as in getSolutionArray."},
     {nullptr, nullptr, 0, nullptr}};
 

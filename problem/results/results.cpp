@@ -204,19 +204,19 @@ Ref result_method(PyObject* self, PyObject* const* arguments, Py_ssize_t count) 
 
 PyMethodDef result_methods[] = {
     {"getSolution", method<result_method<ResultKind::kSolution>>, METH_FASTCALL,
-     "getSolution(*variables)\n--\n\n"
+     "getSolution($self, *variables)\n--\n\n"
      "Values in the solution of the last solve: a float for one variable or column index, a flat\n"
      "list in walking order for nested lists, tuples, dicts (their values), iterators or arrays,\n"
      "a list of all without arguments. RuntimeError when there is no solution."},
     {"getSlack", method<result_method<ResultKind::kSlack>>, METH_FASTCALL,
-     "getSlack(*constraints)\n--\n\n"
+     "getSlack($self, *constraints)\n--\n\n"
      "Slacks of constraints or row indices (right-hand side minus activity), as in getSolution."},
     {"getDual", method<result_method<ResultKind::kDual>>, METH_FASTCALL,
-     "getDual(*constraints)\n--\n\n"
+     "getDual($self, *constraints)\n--\n\n"
      "Duals of constraints or row indices (change of the optimum per unit of right-hand side), as\n"
      "in getSolution. Integer problems have none."},
     {"getRCost", method<result_method<ResultKind::kReducedCost>>, METH_FASTCALL,
-     "getRCost(*variables)\n--\n\n"
+     "getRCost($self, *variables)\n--\n\n"
      "Reduced costs of variables or column indices, as in getSolution. Integer problems have\n"
      "none."},
     {nullptr, nullptr, 0, nullptr}};

@@ -29,7 +29,7 @@ void convert_operand(PyObject* operand, double sign, RowEntries& row, const char
 void convert_node(PyObject* node, double sign, RowEntries& row) {
     if (is_sum(node)) {
         for (Py_ssize_t i = 0; i < nonlin_arg_size(node); ++i) {
-            const Ref item = Ref::share(PyList_GET_ITEM(as_node(node)->args, i));
+            const Ref item = Ref::share(nonlin_arg_at(node, i));
             convert_operand(item.get(), sign, row, "Invalid expression in nonlinear sum");
         }
     } else if (is_pair_node(node, kDifference)) {

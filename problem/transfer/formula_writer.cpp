@@ -241,11 +241,10 @@ class FormulaWriter {
         require_arity(object);
         OpenNode& node = open_.emplace_back();
         node.node = share(object);
-        PyObject* const args = as_node(object)->args;
-        const Py_ssize_t size = is_container(args) ? PySequence_Fast_GET_SIZE(args) : 1;
+        const Py_ssize_t size = nonlin_arg_size(object);
         node.count = size;
         const int op = node.op();
-        if (op == kUser) raise_no_user_functions(args);
+        if (op == kUser) raise_no_user_functions(as_node(object)->args);
         if (is_balanced(op)) {
             if (open_.size() == 1 && root_is_product_) extract(node);
             if (size == 0) write_empty(op);
@@ -292,7 +291,7 @@ class FormulaWriter {
     void extract(OpenNode& product) {
         product.skips_constants = true;
         for (Py_ssize_t place = 0; place < nonlin_arg_size(product.node.get()); ++place) {
-            const Ref item = operand_at(product, place);
+            const Ref item = share(nonlin_arg_at(product.node.get(), place));
             const OperandKind kind = classify(item.get());
             if (kind == kConstant) {
                 *factor_ *= constant_value(item.get());
@@ -304,19 +303,10 @@ class FormulaWriter {
         }
     }
 
-    static Ref operand_at(const OpenNode& node, Py_ssize_t place) noexcept {
-        PyObject* const args = as_node(node.node.get())->args;
-        if (args == nullptr) return Ref();
-        if (!is_container(args)) return Ref::share(place == 0 ? args : nullptr);
-        return Ref::share(place < PySequence_Fast_GET_SIZE(args)
-                              ? PySequence_Fast_GET_ITEM(args, place)
-                              : nullptr);
-    }
-
     // The next operand that is to be written, with the markers before it; empty at the end.
     Ref next_operand(OpenNode& node) {
         while (true) {
-            Ref operand = operand_at(node, node.next);
+            Ref operand = share(nonlin_arg_at(node.node.get(), node.next));
             if (!operand) return operand;
             const Py_ssize_t place = node.next++;
             if (place == node.extracted) continue;

@@ -46,6 +46,10 @@ CHANGES = {
     "chgobjsense": (lambda x, y, t, d: (quilex.minimize,), 0),
     "chgqobj": (lambda x, y, t, d: (x, "x", -1), 8),
     "chgmqobj": (lambda x, y, t, d: ([x, y], [x, y], [-1, -1]), 3.25),
+    "addrows": (lambda x, y, t, d: ("LG", [2.5, -1], [0, 1, 3], [x, "x", 1], [1, 1, -1]), 10.5),
+    "addrows of a range": (lambda x, y, t, d: ("R", [2], [0, 1], [0], [1], [1]), 10),
+    "addrows without entries": (lambda x, y, t, d: ("N", [0], [0, 0], [], []), 11),
+    "addrows of nothing": (lambda x, y, t, d: ("", [], [], [], []), 11),
 }
 
 
@@ -70,12 +74,73 @@ def test_column_types_and_limits(model):
     assert solved(p) == pytest.approx(10.2)
 
 
-def test_quadratic_row_coefficient(model):
+@pytest.mark.parametrize("add, remove", [
+    (lambda p, t, x: p.chgqrowcoeff(t, x, x, 1),
+     lambda p, t: p.chgqrowcoeff(irow="total", icol=0, jcol=0, dval=0)),
+    (lambda p, t, x: p.addqmatrix("total", [x], [0], [1]), lambda p, t: p.delqmatrix(t)),
+])  # fmt: skip
+def test_quadratic_row(model, add, remove):
     p, x, _, total, _ = model
-    p.chgqrowcoeff(total, x, x, 1)
+    add(p, total, x)
     assert solved(p) == pytest.approx(5 * 3**0.5 - 1, abs=1e-5)  # y = x + 2
-    p.chgqrowcoeff(irow="total", icol=0, jcol=0, dval=0)
+    remove(p, total)
     assert solved(p) == pytest.approx(11)
+
+
+def test_quadratic_objective_is_removed(model):
+    p, x, y, *_ = model
+    p.chgmqobj([x, y], [x, y], [-1, -1])
+    p.delqmatrix(-1)
+    assert solved(p) == pytest.approx(11)
+
+
+def test_indicators(model):
+    p, _, _, total, _ = model
+    switch = quilex.var("switch", vartype=quilex.binary)
+    p.addVariable(switch)
+    p.chgobj([switch], [-1])
+    p.setindicators([total], [switch], [-1])  # x + y <= 4 only while the switch is 0
+    assert solved(p) == pytest.approx(14)  # 15 at (3, 3) less the switch
+    p.setindicators([total], [switch], [0])
+    assert solved(p) == pytest.approx(11)
+
+
+def test_added_rows_have_constraints(model):
+    p, x, y, *_ = model
+    p.addrows("LG", [9, -9], [0, 1, 2], [x, y], [1, 1], names=["upper", "lower"])
+    p.addrows("L", [9], [0, 1], [x], [1])
+    upper, lower, unnamed = p.getConstraint()[2:]
+    assert [upper.name, lower.name] == ["upper", "lower"]
+    assert unnamed.name.startswith("R")
+    assert p.getIndex(lower) == p.getIndexFromName(1, "lower") == 3
+    p.delConstraint(upper)
+    assert p.getIndex(unnamed) == 3
+    with pytest.raises(RuntimeError, match="Stale expression link"):
+        quilex.problem().addConstraint(lower)
+
+
+@pytest.mark.parametrize("arguments, text", [
+    (("L", [1], [0], [0], [1]), "expected 2, found 1"),  # starts without the end
+    (("L", [1], [0, 2], [0], [1]), "expected 2, found 1"),  # entries fewer than the starts say
+    (("L", [1], [0, -1], [0], [1]), "mstart ends with -1"),
+    (("LL", [1], [0, 0, 0], [], []), "expected 2, found 1"),
+    (("L", [1], [0, 0], [], [], [1, 2]), "expected 1, found 2"),
+    (("L", [1], [0, 1], ["nobody"], [1]), "nobody"),
+])  # fmt: skip
+def test_wrong_rows_leave_no_constraints(model, arguments, text):
+    p = model[0]
+    with pytest.raises(RuntimeError, match=text):
+        p.addrows(*arguments)
+    assert len(p.getConstraint()) == p.getAttrib("rows") == 2
+    assert solved(p) == pytest.approx(11)
+
+
+def test_name_of_the_problem(model):
+    p = model[0]
+    p.setprobname("other")
+    assert p.name() == "other"
+    with pytest.raises(RuntimeError, match="ASCII"):
+        p.setprobname("größer")
 
 
 MISSING = {
@@ -88,6 +153,8 @@ MISSING = {
     "chgbounds": "mindex, qbtype, bnd",
     "chgcoltype": "mindex, qbtype",
     "chgglblimit": "mindex, dlimit",
+    "addqmatrix": "mqc1, mqc2, dqe",
+    "addrows": "qrtype, rhs, mstart, mclind, dmatval",
 }
 
 

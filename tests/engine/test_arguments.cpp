@@ -69,7 +69,7 @@ const std::vector<Case> kCases = {
          const double value = 11;
          return QLXchgbounds(p, 1, &col, "L", &value);
      }},
-    {"cols[0] is 2, must be 0 .. 1",
+    {"cols[0] is 2, must be -1 (the constant) .. 1",
      [](QLXprob p) {
          const int col = 2;
          const double value = 1;

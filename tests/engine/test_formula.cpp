@@ -327,6 +327,88 @@ TEST_F(NonlinearTest, ValuesOfColumns) {
     EXPECT_EQ(result, 8);
 }
 
+// The coefficients are the model's: a copy has them, whether a nonlinear problem is built on it
+// before, after or never, and points are judged with them.
+TEST_F(NonlinearTest, CopiesKeepCoefficientsAndValues) {
+    const Tokens square{{QSLP_TOKEN_COLUMN, 1}, {QSLP_TOKEN_COLUMN, 1}, {QSLP_TOKEN_END, 0}};
+    ASSERT_EQ(add(2, 3, 0.5, square), 0) << error();
+    for (const bool before : {false, true}) {
+        TestProblem copy;
+        QSLPprob above = nullptr;
+        if (before) {
+            ASSERT_EQ(QSLPcreateprob(&above, copy), 0);
+            EXPECT_EQ(QSLPcopyprob(above, slp, ""), QLX_ERROR_STATE);
+            EXPECT_NE(copy.error().find("has 0 rows, that of src 3"), std::string::npos)
+                << copy.error();
+        }
+        ASSERT_EQ(QLXcopyprob(copy, p, "copy"), 0) << copy.error();
+        EXPECT_EQ(QLXlpoptimize(copy, nullptr), QLX_ERROR_UNSUPPORTED);
+        std::vector<double> slacks(3);
+        ASSERT_EQ(QLXcalcslacks(copy, kPoint, slacks.data()), 0) << copy.error();
+        EXPECT_EQ(slacks, (std::vector<double>{1, 1, 1 - 0.5 * -4 * 2 * 2}));
+        double infeasibility = 0;
+        const double wrong[] = {0, -3, 0, 4};  // 18 > 1
+        ASSERT_EQ(QLXcalcsolinfo(copy, wrong, nullptr, QLX_SOLINFO_RELPRIMALINFEAS, &infeasibility),
+                  0);
+        EXPECT_NEAR(infeasibility, 17.0 / 18, 1e-12);
+        if (!before) ASSERT_EQ(QSLPcreateprob(&above, copy), 0);
+        ASSERT_EQ(QSLPcopyprob(above, slp, ""), 0) << copy.error();
+        double value = 0;
+        ASSERT_EQ(QSLPevaluatecoef(above, 2, 3, &value), 0) << copy.error();
+        EXPECT_EQ(value, 0.5 * 4);
+        // Each is a model of its own.
+        const int row = 0;
+        ASSERT_EQ(QLXdelrows(copy, 1, &row), 0);
+        ASSERT_EQ(QSLPevaluatecoef(above, 1, 3, &value), 0) << copy.error();
+        const int col = 1;
+        EXPECT_EQ(QLXdelcols(copy, 1, &col), QLX_ERROR_STATE);
+        EXPECT_EQ(coefficient(2, 3), 2);
+        ASSERT_EQ(QSLPdestroyprob(above), 0);
+        EXPECT_EQ(QLXlpoptimize(copy, nullptr), QLX_ERROR_UNSUPPORTED);
+        ASSERT_EQ(QLXloadlp(copy, "", 0, 0, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+                            nullptr, nullptr, nullptr, nullptr),
+                  0);
+        copy.column(1, 0, 1);
+        EXPECT_EQ(QLXlpoptimize(copy, nullptr), 0) << copy.error();
+    }
+}
+
+// A point at which a formula has no value keeps no row.
+TEST_F(NonlinearTest, AFormulaWithoutAValueIsAViolation) {
+    const Tokens log{{QSLP_TOKEN_MARKER, 0},
+                     {QSLP_TOKEN_COLUMN, 3},
+                     {QSLP_TOKEN_FUNCTION, QSLP_FUNCTION_LOG},
+                     {QSLP_TOKEN_END, 0}};
+    ASSERT_EQ(add(0, -1, 1, log), 0) << error();
+    double infeasibility = 0;
+    ASSERT_EQ(QLXcalcsolinfo(p, kPoint, nullptr, QLX_SOLINFO_RELPRIMALINFEAS, &infeasibility), 0);
+    EXPECT_GE(infeasibility, 1);
+    double value = 0;
+    EXPECT_EQ(QLXcalcreducedcosts(p, kPoint, kPoint, &value), QLX_ERROR_NOT_AVAILABLE);
+}
+
+// One table, two handles: each sees and resets its own rows only, and the sense is the model's.
+TEST_F(NonlinearTest, ParametersOfTheTwoHandles) {
+    double sense = 0;
+    ASSERT_EQ(QSLPsetintcontrol(slp, QSLP_CONTROL_AUTOSAVE, 7), 0) << error();
+    ASSERT_EQ(QLXsetdefaults(p), 0);
+    int autosave = 0;
+    ASSERT_EQ(QSLPgetintcontrol(slp, QSLP_CONTROL_AUTOSAVE, &autosave), 0);
+    EXPECT_EQ(autosave, 7);
+    EXPECT_NE(QLXgetintcontrol(p, QSLP_CONTROL_AUTOSAVE, &autosave), 0);
+    EXPECT_NE(QSLPgetintcontrol(slp, QLX_CONTROL_LOADLOG, &autosave), 0);
+    EXPECT_NE(error().find("no nonlinear control with id 8035"), std::string::npos) << error();
+
+    ASSERT_EQ(QSLPsetdblcontrol(slp, QSLP_CONTROL_OBJSENSE, -1), 0) << error();
+    EXPECT_EQ(p.integer("objsense"), -1);
+    ASSERT_EQ(QLXchgobjsense(p, 1), 0);
+    ASSERT_EQ(QSLPgetdblcontrol(slp, QSLP_CONTROL_OBJSENSE, &sense), 0);
+    EXPECT_EQ(sense, 1);
+    EXPECT_EQ(QSLPsetdblcontrol(slp, QSLP_CONTROL_OBJSENSE, 0.5), QLX_ERROR_ARGUMENT);
+    EXPECT_NE(error().find("must be 1 (minimise) or -1 (maximise)"), std::string::npos) << error();
+    EXPECT_EQ(p.integer("objsense"), 1);
+}
+
 TEST_F(NonlinearTest, TheLinearPartAloneIsNeverSolved) {
     ASSERT_EQ(QLXlpoptimize(p, nullptr), 0) << p.error();
     ASSERT_EQ(add(0, -1, 1, {column(3), kEnd}), 0);

@@ -1,14 +1,14 @@
-// Argument checks. The scans over whole arrays are plain loops that the compiler turns into vector
+// Checks of arrays. The scans over whole arrays are plain loops that the compiler turns into vector
 // code; only when one fails is the culprit looked for.
-#include "engine/api/arguments.hpp"
+#include "engine/data/checks.hpp"
 
-#include <cstring>
+#include <cmath>
+
+#include "engine/data/model.hpp"
 
 namespace qlx {
 
 namespace {
-
-constexpr double kLargest = 1.7976931348623157e308;
 
 bool all_numbers(const double* array, std::int64_t count) {
     bool good = true;
@@ -24,39 +24,32 @@ bool all_finite(const double* array, std::int64_t count) {
 
 }  // namespace
 
-void require_index(int index, int limit, const char* name) {
+void check_index(int index, int limit, const char* name) {
     if (index >= 0 && index < limit) return;
     if (limit == 0) fail(QLX_ERROR_ARGUMENT, name, " is ", index, ", but there are none");
     fail(QLX_ERROR_ARGUMENT, name, " is ", index, ", must be 0 .. ", limit - 1);
 }
 
-void require_indices(const int* array, std::int64_t count, int limit, const char* name) {
-    require_array(array, count, name);
-    if (!environment().checked) return;
+void check_indices(const int* array, std::int64_t count, int limit, const char* name) {
     bool good = true;
     for (std::int64_t k = 0; k < count; ++k)
         good &= static_cast<unsigned>(array[k]) < static_cast<unsigned>(limit);
     if (good) return;
     for (std::int64_t k = 0; k < count; ++k)
         if (static_cast<unsigned>(array[k]) >= static_cast<unsigned>(limit))
-            require_index(array[k], limit, join(name, "[", k, "]").c_str());
+            check_index(array[k], limit, join(name, "[", k, "]").c_str());
 }
 
-void require_numbers(const double* array, std::int64_t count, const char* name, bool finite) {
-    require_array(array, count, name);
-    if (!environment().checked) return;
+void check_numbers(const double* array, std::int64_t count, const char* name, bool finite) {
     if (finite ? all_finite(array, count) : all_numbers(array, count)) return;
     for (std::int64_t k = 0; k < count; ++k) {
-        if (std::isnan(array[k])) fail(QLX_ERROR_ARGUMENT, name, "[", k, "] is not a number");
+        if (std::isnan(array[k])) fail(QLX_ERROR_ARGUMENT, name, "[", k, "] is not a number, must be one");
         if (finite && std::fabs(array[k]) >= kInfinity)
             fail(QLX_ERROR_ARGUMENT, name, "[", k, "] is ", array[k], ", must be below 1e20");
     }
 }
 
-void require_letters(const char* array, std::int64_t count, const char* alphabet,
-                     const char* name) {
-    require_array(array, count, name);
-    if (!environment().checked) return;
+void check_letters(const char* array, std::int64_t count, const char* alphabet, const char* name) {
     bool allowed[256] = {};
     for (const char* letter = alphabet; *letter != '\0'; ++letter)
         allowed[static_cast<unsigned char>(*letter)] = true;
@@ -70,10 +63,9 @@ void require_letters(const char* array, std::int64_t count, const char* alphabet
     }
 }
 
-void require_bounds(const double* lower, const double* upper, int count) {
-    require_numbers(lower, count, "lb", false);
-    require_numbers(upper, count, "ub", false);
-    if (!environment().checked) return;
+void check_bounds(const double* lower, const double* upper, int count) {
+    check_numbers(lower, count, "lb", false);
+    check_numbers(upper, count, "ub", false);
     bool good = true;
     for (int k = 0; k < count; ++k)
         good &= lower[k] <= upper[k] && lower[k] < kInfinity && upper[k] > -kInfinity;
@@ -89,29 +81,31 @@ void require_bounds(const double* lower, const double* upper, int count) {
     }
 }
 
-void require_rows(int count, const char* type, const double* rhs, const double* range) {
-    require_letters(type, count, "LGERN", "rowtype");
-    require_numbers(rhs, count, "rhs", false);
-    if (!environment().checked) return;
+// A side that is infinite on its own side says nothing; on the other it can never hold.
+void check_row_side(char type, double rhs, int k) {
+    const bool wrong = (type == 'L' && rhs <= -kInfinity) || (type == 'G' && rhs >= kInfinity) ||
+                       ((type == 'E' || type == 'R') && std::fabs(rhs) >= kInfinity);
+    if (wrong)
+        fail(QLX_ERROR_ARGUMENT, "rhs[", k, "] is ", rhs, ", not possible for row type '", type,
+             "', must be below 1e20 in magnitude");
+}
+
+void check_rows(int count, const char* type, const double* rhs, const double* range) {
+    check_letters(type, count, "LGERN", "rowtype");
+    check_numbers(rhs, count, "rhs", false);
     for (int k = 0; k < count; ++k) {
-        // A side that is infinite on its own side says nothing; on the other it can never hold.
-        const bool wrong = (type[k] == 'L' && rhs[k] <= -kInfinity) ||
-                           (type[k] == 'G' && rhs[k] >= kInfinity) ||
-                           ((type[k] == 'E' || type[k] == 'R') && std::fabs(rhs[k]) >= kInfinity);
-        if (wrong)
-            fail(QLX_ERROR_ARGUMENT, "rhs[", k, "] is ", rhs[k], ", not possible for row type '",
-                 type[k], "'");
+        check_row_side(type[k], rhs[k], k);
         if (type[k] != 'R') continue;
         if (range == nullptr)
             fail(QLX_ERROR_ARGUMENT, "range is null, but row ", k, " has type 'R'");
-        if (!(std::fabs(range[k]) <= kLargest))
+        if (!std::isfinite(range[k]))
             fail(QLX_ERROR_ARGUMENT, "range[", k, "] is ", range[k], ", must be finite");
     }
 }
 
-void require_range(int first, int last, int count) {
-    require_index(first, count, "first");
-    require_index(last, count, "last");
+void check_range(int first, int last, int count) {
+    check_index(first, count, "first");
+    check_index(last, count, "last");
     if (first > last) fail(QLX_ERROR_ARGUMENT, "first is ", first, ", above last = ", last);
 }
 
@@ -127,9 +121,8 @@ constexpr std::int64_t kComparedLength = 16;
 
 }  // namespace
 
-void require_distinct(IndexStamps& stamps, const std::int64_t* start, const int* index, int count,
+void check_distinct(IndexStamps& stamps, const std::int64_t* start, const int* index, int count,
                       int limit, const char* name) {
-    if (!environment().checked) return;
     for (int item = 0; item < count; ++item) {
         const std::int64_t first = start[item];
         const std::int64_t end = start[item + 1];
@@ -149,11 +142,10 @@ void require_distinct(IndexStamps& stamps, const std::int64_t* start, const int*
 }
 
 std::vector<int> deletion_map(const int* indices, int count, int limit, const char* name) {
-    require_array(indices, count, name);
     std::vector<int> map(static_cast<std::size_t>(limit), 0);
     for (int k = 0; k < count; ++k) {
         if (indices[k] < 0 || indices[k] >= limit)
-            require_index(indices[k], limit, join(name, "[", k, "]").c_str());
+            check_index(indices[k], limit, join(name, "[", k, "]").c_str());
         int& mark = map[static_cast<std::size_t>(indices[k])];
         if (mark < 0)
             fail(QLX_ERROR_ARGUMENT, name, "[", k, "] is ", indices[k], ", which is given twice");
