@@ -25,7 +25,7 @@ void switch_column(Builder& builder, int col, const std::vector<int>& switches) 
         below.push_back({0, place, -lower});
     }
     builder.add_row(-kInfinity, 0, above);
-    if (lower != 0) builder.add_row(0, kInfinity, below);
+    if (lower != 0 || builder.lower(col) < 0) builder.add_row(0, kInfinity, below);
 }
 
 void at_most_one(Builder& builder, const std::vector<int>& switches) {

@@ -107,6 +107,12 @@ bool Domains::is_nonzero(int col) const {
     return lower(col) > kTolerance || upper(col) < -kTolerance;
 }
 
+bool Domains::is_empty() const {
+    for (std::size_t col = 0; col < bounds_.lower.size(); ++col)
+        if (bounds_.lower[col] > bounds_.upper[col]) return true;
+    return false;
+}
+
 void Domains::limit_to(int col, double lower, double upper) {
     double& current_lower = bounds_.lower[at(col)];
     double& current_upper = bounds_.upper[at(col)];
@@ -194,6 +200,7 @@ BoundVectors propagate_bounds(Model& model) {
             if (model.indicators().count(row) == 0 && model.quadratic_rows().count(row) == 0)
                 domains.tighten_by_row(row);
         for (const ConstructItem& one : items) one.construct->tighten(domains, one.item);
+        if (domains.is_empty()) return stated_bounds(model);
         if (!domains.take_changed()) break;
     }
     return bounds;

@@ -30,7 +30,8 @@ class Domains {
     [[nodiscard]] Model& model() noexcept { return model_; }
     [[nodiscard]] double lower(int col) const { return bounds_.lower[at(col)]; }
     [[nodiscard]] double upper(int col) const { return bounds_.upper[at(col)]; }
-    [[nodiscard]] bool is_zero(int col) const { return lower(col) == 0 && upper(col) == 0; }
+    // Whether a column has no value left.
+    [[nodiscard]] bool is_empty() const;
     // Whether all points but those within tolerances of 0 are on one side of it.
     [[nodiscard]] bool is_nonzero(int col) const;
     [[nodiscard]] bool is_fixed_at(int col, double value) const {
@@ -55,7 +56,8 @@ class Domains {
 };
 
 // The stated bounds tightened by the rows that always hold and by the constructs.
-// Implied bounds are widened a little, so that no feasible point is lost to rounding or tolerances.
+// Implied bounds are widened a little, so that no feasible point is lost to rounding or tolerances;
+// where they leave a column no value, which is for a solver to prove, they are the stated ones.
 [[nodiscard]] BoundVectors propagate_bounds(Model& model);
 
 }  // namespace qlx

@@ -53,8 +53,9 @@ bool NodeProblem::apply(const Branch& branch) {
     Model& model = part_.model;
     bool possible = true;
     for (const Branch::Bounds& one : branch.bounds) {
-        const double lower = std::max(model.lb()[at(one.col)], one.lower);
-        const double upper = std::min(model.ub()[at(one.col)], one.upper);
+        const Sides own = model.relaxed_bounds(one.col);
+        const double lower = std::max(own.lower, one.lower);
+        const double upper = std::min(own.upper, one.upper);
         possible = possible && lower <= upper;
         model.set_lb(one.col, lower);
         model.set_ub(one.col, upper);

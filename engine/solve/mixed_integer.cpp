@@ -237,6 +237,63 @@ int run_once(Problem& problem, const SolveScope& scope, LpKernel& kernel, Kernel
     return status_of(results, result.outcome);
 }
 
+// Step by step, until a result stands our check; -1 when none does.
+int climb(Problem& problem, const SolveScope& scope, const KernelOptions& asked) {
+    LoadedKernel kernel(problem, asked.matrix_tolerance);
+    if (asked.iteration_limit == 0) {
+        problem.results.stop_status = QLX_STOP_ITERLIMIT;
+        return QLX_MIP_NO_SOL_FOUND;
+    }
+    for (const Recovery& recovery : recovery_ladder()) {
+        KernelOptions options = asked;
+        recovery.adjust(options);
+        options.iteration_limit = std::numeric_limits<int>::max();
+        options.time_limit = scope.seconds_left();
+        if (&recovery != &recovery_ladder().front())
+            problem.send(
+                QLX_MSG_WARNING, message::kRecovery,
+                join("the solver's result did not stand the check; solving again ", recovery.name));
+        const int status = run_once(problem, scope, kernel.get(), options);
+        if (status >= 0) return status;
+    }
+    return -1;
+}
+
+// Whether no point is better than the incumbent, or there is none at all, also without presolve.
+// That is worth ten times the time that the claim took.
+bool survives_without_presolve(Problem& problem, const SolveScope& scope, KernelOptions options) {
+    if (!options.presolve) return true;
+    KernelModel model = stated_model(problem);
+    const Results& results = problem.results;
+    if (results.mip.valid) {
+        const double size = std::fabs(results.mip.objective);
+        const double gap = std::max(options.absolute_gap, options.relative_gap * size);
+        add_cutoff_row(model,
+                       results.mip.objective -
+                           problem.model.sense() * std::max(gap, 1e-6 * std::max(1.0, size)));
+    }
+    LpKernel kernel;
+    if (!kernel.load(std::move(model), options.matrix_tolerance)) return false;
+    options.presolve = false;
+    options.iteration_limit = std::numeric_limits<int>::max();
+    options.time_limit = std::min(scope.seconds_left(), std::max(5.0, 10 * scope.seconds()));
+    MipWatch watch(problem);
+    const KernelResult result = kernel.solve(options, watch);
+    problem.results.nodes += result.nodes;
+    problem.results.simplex_iterations += result.simplex_iterations;
+    return result.outcome == KernelOutcome::kInfeasible;
+}
+
+// Whether a status may be claimed of a model that is stated with coefficients up to big_m.
+bool stands(Problem& problem, const SolveScope& scope, const KernelOptions& asked, double big_m,
+            int status) {
+    if (status < 0) return false;
+    if (big_m <= kSafeBigM || problem.results.stop_status != QLX_STOP_NONE) return true;
+    if (status == QLX_MIP_OPTIMAL || status == QLX_MIP_INFEAS)
+        return survives_without_presolve(problem, scope, asked);
+    return status != QLX_MIP_UNBOUNDED;
+}
+
 void finish(Problem& problem, int status) {
     Results& results = problem.results;
     results.mip_status = status < 0 ? QLX_MIP_NO_SOL_FOUND : status;
@@ -258,29 +315,21 @@ bool take_integer_point(Problem& problem, const double* x) {
 void solve_mip(Problem& problem, const SolveScope& scope, const char* flags) {
     KernelOptions asked = kernel_options(problem.controls, flags);
     send_start(problem, "MIP");
+    double big_m = 1;
     if (has_constructs(problem.model)) {
         const Reformulation statement = reformulation(problem);
         if (const auto& items = statement.branched(); !items.empty())
             return finish(problem, search_constructs(problem, scope, flags, items));
-        tighten_for(asked, statement.big_m());
+        big_m = statement.big_m();
+        tighten_for(asked, big_m);
     }
-    LoadedKernel kernel(problem, asked.matrix_tolerance);
-    if (asked.iteration_limit == 0) {
-        problem.results.stop_status = QLX_STOP_ITERLIMIT;
-        return finish(problem, QLX_MIP_NO_SOL_FOUND);
-    }
-    int status = -1;
-    for (const Recovery& recovery : recovery_ladder()) {
-        KernelOptions options = asked;
-        recovery.adjust(options);
-        options.iteration_limit = std::numeric_limits<int>::max();
-        options.time_limit = scope.seconds_left();
-        if (&recovery != &recovery_ladder().front())
-            problem.send(
-                QLX_MSG_WARNING, message::kRecovery,
-                join("the solver's result did not stand the check; solving again ", recovery.name));
-        status = run_once(problem, scope, kernel.get(), options);
-        if (status >= 0) break;
+    int status = climb(problem, scope, asked);
+    if (big_m > 1 && !stands(problem, scope, asked, big_m, status)) {
+        problem.send(QLX_MSG_WARNING, message::kRecovery,
+                     "the solver's result with large coefficients did not stand the check; "
+                     "branching on constructs instead");
+        const Reformulation plain(problem.model, 1);
+        status = search_constructs(problem, scope, flags, plain.branched());
     }
     finish(problem, status);
 }

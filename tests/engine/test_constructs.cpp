@@ -130,4 +130,114 @@ TEST(Propagation, ATermThatTakesTheDigitsOfTheRest) {
     EXPECT_NEAR(p.real(QLX_ATTRIB_MIPOBJVAL), 8, 1e-6);
 }
 
+// Columns of every type, a set of order one and of order two, and two rows under one switch.
+qlx::Model model_with_constructs(Random& random) {
+    qlx::Model model;
+    const char types[] = {'B', 'S', 'R', 'P', 'C', 'S'};
+    for (int col = 0; col < 6; ++col) {
+        const char type = types[col];
+        const bool negative = type == 'S' && random.chance(0.5);
+        const double lb = negative ? -4 : type == 'P' || type == 'C' ? -random.whole(0, 2) : 0;
+        const double ub = negative ? -random.whole(1, 3) : random.whole(2, 4);
+        model.append_columns({1, nullptr, &lb, &ub});
+        if (type != 'C') model.set_col_type(col, type);
+        if (type == 'S' || type == 'R') model.set_limit(col, negative ? -4 : random.whole(1, 2));
+        if (type == 'P') model.set_limit(col, random.whole(0, 3) + 0.5 * random.whole(0, 1));
+    }
+    const std::vector<double> references = {1, 2, 4, 5, 9};
+    model.add_set({1, {5, 4, 3, 2, 1}, references});
+    model.add_set({2, {1, 4, 2, 5, 3}, references});
+    for (const int active : {0, 1}) {
+        const std::int64_t start[] = {0, 3};
+        const int cols[] = {0, random.whole(1, 2), random.whole(3, 5)};
+        const double values[] = {1, 2, -1};
+        const char type = "LGE"[random.whole(0, 2)];
+        const double rhs = random.whole(-1, 2);
+        model.append_rows({1, &type, &rhs, nullptr}, start, cols, values);
+        model.set_indicator(active, {0, active});
+    }
+    return model;
+}
+
+bool is_between(double value, double lower, double upper) {
+    return lower <= value && value <= upper;
+}
+
+bool contains(qlx::Model& stated, const qlx::Branch& branch, const qlx::Point& point) {
+    for (const auto& [col, lower, upper] : branch.bounds)
+        if (!is_between(point.x[col], lower, upper)) return false;
+    for (const int row : branch.rows)
+        if (qlx::row_violation(stated, row, point) > 0) return false;
+    for (const int col : branch.integers)
+        if (point.x[col] != std::floor(point.x[col])) return false;
+    return true;
+}
+
+void apply(const qlx::Model& stated, const qlx::Branch& branch, qlx::Model& node) {
+    for (const auto& [col, lower, upper] : branch.bounds) {
+        node.set_lb(col, std::max(lower, node.lb()[static_cast<std::size_t>(col)]));
+        node.set_ub(col, std::min(upper, node.ub()[static_cast<std::size_t>(col)]));
+    }
+    for (const int row : branch.rows)
+        node.set_row_type(row, stated.row_type()[static_cast<std::size_t>(row)], 0);
+    for (const int col : branch.integers) node.set_col_type(col, 'I');
+}
+
+// Whether the branches lead a point to a node where everything is decided.
+bool reaches_leaf(qlx::Model& stated, const qlx::Model& node, const qlx::ConstructItem& one,
+                  const qlx::Point& point, const double* guide, int depth) {
+    EXPECT_LT(depth, 12);
+    const auto children = one.construct->branches(stated, node, one.item, guide);
+    if (children.empty() || depth >= 12) return true;
+    for (const qlx::Branch& child : children) {
+        if (!contains(stated, child, point)) continue;
+        qlx::Model below = node;
+        apply(stated, child, below);
+        if (reaches_leaf(stated, below, one, point, guide, depth + 1)) return true;
+    }
+    return false;
+}
+
+// A relaxation's points end in a leaf exactly where they satisfy the construct.
+TEST(Constructs, BranchesPartWhatSatisfiesFromWhatDoesNot) {
+    int satisfied = 0;
+    int violated = 0;
+    for (unsigned seed = 1; seed <= 1500; ++seed) {
+        SCOPED_TRACE(seed);
+        Random random(seed);
+        qlx::Model stated = model_with_constructs(random);
+        for (const qlx::ConstructItem& one : qlx::construct_items(stated)) {
+            qlx::Model node = stated;
+            one.construct->relax(node, {one.item});
+            std::vector<double> x;
+            std::vector<double> guide;
+            for (std::size_t col = 0; col < 6; ++col) {
+                const qlx::Sides bounds = stated.relaxed_bounds(static_cast<int>(col));
+                // Whole where the relaxation has an integer column.
+                const bool whole = random.chance(0.3) || node.col_type()[col] == 'I' ||
+                                   stated.col_type()[col] == 'B' || stated.col_type()[col] == 'R';
+                double value = random.whole(0, 1) * random.real(bounds.lower, bounds.upper);
+                value = std::round(value * (whole ? 1 : 2)) / (whole ? 1 : 2);
+                x.push_back(std::clamp(value, bounds.lower, bounds.upper));
+                guide.push_back(random.chance(0.5) ? x.back() : bounds.upper);
+            }
+            std::vector<double> activities(2);
+            for (int row = 0; row < 2; ++row)
+                for (int col = 0; col < 6; ++col)
+                    activities[static_cast<std::size_t>(row)] +=
+                        stated.matrix().at(row, col) * x[static_cast<std::size_t>(col)];
+            const qlx::Point point{x.data(), activities};
+            const qlx::Violation violation = one.construct->violation(stated, one.item, point);
+            const bool holds = std::max(violation.types, violation.rows) == 0;
+            ++(holds ? satisfied : violated);
+            EXPECT_TRUE(holds || violation.share > 0);
+            for (const double* toward : std::initializer_list<const double*>{nullptr, guide.data()})
+                EXPECT_EQ(reaches_leaf(stated, node, one, point, toward, 0), holds);
+        }
+        if (HasFailure()) return;
+    }
+    EXPECT_GT(satisfied, 1000);
+    EXPECT_GT(violated, 1000);
+}
+
 }  // namespace
