@@ -38,6 +38,16 @@ def modify_lp(n):
     return a, rng.uniform(1.0, 5.0, n).round(3), rng.uniform(1.0, 2.0, n).round(3)
 
 
+def small_lp(n):
+    """min c'x, A x >= b, 0 <= x <= 10 with n columns and n + 2 rows. Returns lists (a, b, c)."""
+    import random
+
+    generator = random.Random(3)
+    a = [[generator.randint(1, 9) for _ in range(n)] for _ in range(n + 2)]
+    b = [generator.randint(n, 4 * n) for _ in range(n + 2)]
+    return a, b, [generator.randint(5, 20) for _ in range(n)]
+
+
 def modify_step(b, k):
     """(row, new right-hand side) of step k"""
     i = (k * 37) % len(b)

@@ -224,6 +224,8 @@ TARGETS = (
     Speedup("assign_vec", "build & load", 1.5, "any"),
     *(PeakMemory(workload, "poi_op", 1.5) for workload in ("fac", "fac_continuous", "lqcp")),
     Share("modify", "iter", "highspy_scalar", 1.1),
+    Share("small_lp", "again", "highspy_scalar", 0.56),
+    Share("small_lp", "first", "highspy_scalar", 0.36),
     Limit("query", "read", 30, "ns per value", 1e9),
     Limit("query_vec", "read", 5, "ns per value", 1e9),
     PacedLimit("query", "read", 30, "poi", {100_000: 46.2, 1_000_000: 48.1}),

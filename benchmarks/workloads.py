@@ -43,6 +43,7 @@ WORKLOADS = {
         Workload("knap_sum", 10, (100_000, 1_000_000), (20_000,), "build & load", lambda n: n),
         Workload("knap_inc", 10, (100_000, 1_000_000), (20_000,), "build & load", lambda n: n),
         Workload("modify", 200, (2000,), (300,), "iter"),
+        Workload("small_lp", 10, (10,), (10,)),
         Workload("query", 100, (100_000, 1_000_000), (20_000,), "read"),
         Workload("query_list", 100, (100_000, 1_000_000), (20_000,), "read"),
         Workload("query_vec", 100, (100_000, 1_000_000), (20_000,), "read"),

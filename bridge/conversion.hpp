@@ -80,6 +80,10 @@ Element<Kind> convert_element(Problem* problem, PyObject* item);
 template <ElementKind Kind>
 bool convert_numpy_buffer(PyObject* array, ConvertedArray<Kind>& result);
 
+// Throws the pending exception again. Where `container` is a str of several characters, which were
+// taken as names, the message says how its own name is passed.
+[[noreturn]] void raise_with_hint(PyObject* container);
+
 // Checks a length against `count`, as conv_obj2arr states it.
 void check_length(int64_t* count, Py_ssize_t length);
 

@@ -5,7 +5,7 @@
 #include "bridge/method_arguments.hpp"
 #include "module/boundary.hpp"
 #include "problem/access.hpp"
-#include "problem/transfer/released_body.hpp"
+#include "problem/row_gate.hpp"
 
 namespace quilex {
 
@@ -143,8 +143,9 @@ class MethodRun {
     void settle() {
         for_each([&]<size_t I>() {
             if constexpr (FormAt<I>::kKind == kRowIndex) {
-                settle_constraints(call_.problem, form<I>().items(std::get<I>(held_)),
-                                   Stated::kHasColumns);
+                settle_rows(call_.problem,
+                            Stated::kHasColumns ? RowChange::kCoefficients : RowChange::kSides,
+                            form<I>().items(std::get<I>(held_)));
             }
         });
     }

@@ -70,8 +70,9 @@ constexpr Size starts_of_counted(const char* name) {
 
 // What a method does to the problem, which also says when it may be called.
 enum class Access {
-    kReads,    // leaves model and results alone: also from events
-    kChanges,  // changes model or results: refused while the problem is being solved
+    kReads,    // leaves everything alone: also from events
+    kSets,     // changes settings: refused while the problem is being solved
+    kChanges,  // changes the model, which drops the results: refused likewise
 };
 
 struct MethodTexts {

@@ -4,6 +4,7 @@
 #include <numeric>
 
 #include "model/constraint.hpp"
+#include "model/containers.hpp"
 #include "model/var.hpp"
 #include "module/boundary.hpp"
 #include "module/library_error.hpp"
@@ -76,8 +77,12 @@ std::string letters_of_entities(const Entities& entities, int count) {
 
 }  // namespace
 
-void addColsAsVariables(Problem* problem, PyObject* names, PyObject* types,
+void addColsAsVariables(Problem* problem, PyObject* given_names, PyObject* given_types,
                         const Entities& entities, int first, int count) {
+    const Ref held_names = array_if_offered(given_names);
+    const Ref held_types = array_if_offered(given_types);
+    PyObject* const names = held_names.get();
+    PyObject* const types = held_types.get();
     require_length(names, count, "Incorrect length of variable name list");
     require_length(types, count, "Incorrect length of variable type list");
     const bool typed = is_given(types) || !entities.columns.empty();
@@ -103,7 +108,9 @@ void addColsAsVariables(Problem* problem, PyObject* names, PyObject* types,
     }
 }
 
-void addRowsAsConstraints(Problem* problem, PyObject* names, int first, int count) {
+void addRowsAsConstraints(Problem* problem, PyObject* given_names, int first, int count) {
+    const Ref held_names = array_if_offered(given_names);
+    PyObject* const names = held_names.get();
     for (int i = 0; i < count; ++i) {
         const Owned<Constraint> constraint = constraint_base();
         if (is_given(names)) {
@@ -119,8 +126,10 @@ void addRowsAsConstraints(Problem* problem, PyObject* names, int first, int coun
     }
 }
 
-void nameAndTypeColumns(Problem* problem, PyObject* names, const char* letters, int first,
+void nameAndTypeColumns(Problem* problem, PyObject* given_names, const char* letters, int first,
                         int count) {
+    const Ref held_names = array_if_offered(given_names);
+    PyObject* const names = held_names.get();
     for (int i = 0; is_given(names) && i < count; ++i) {
         const Ref item = Ref::steal(PySequence_GetItem(names, i));
         const Block<char> name = Block<char>::adopt(item ? pyStrToStr(item.get()) : nullptr);

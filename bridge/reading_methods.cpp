@@ -7,7 +7,8 @@ namespace {
 
 constexpr const char* kEmptyRows = "Empty range of rows requested";
 constexpr const char* kEmptyColumns = "Empty range of columns requested";
-constexpr Size kPerMember{.kind = Size::Kind::kAttribute, .attribute = QLX_ATTRIB_SETMEMBERS};
+// Attribute setmembers: the members of all special ordered sets.
+constexpr Size kPerMember{.kind = Size::Kind::kAttribute, .attribute = 1304};
 
 constexpr LibraryMethod kGetIndexFromName{
     {.name = "getIndexFromName",

@@ -30,12 +30,15 @@ constexpr LibraryMethod kGetmessagestatus{
     QLXgetmessagestatus,
     Integer<int>{"errcode", "the number"},
     Returned<int>{"status", "1 where they are sent, 0 where not"}};
-constexpr LibraryMethod kSetlogfile{
-    {.name = "setlogfile", .purpose = "Append messages to a file from now on."},
-    QLXsetlogfile,
-    TextOrNone{"filename", "the file; None ends it"}};
+constexpr LibraryMethod kSetlogfile{{.name = "setlogfile",
+                                     .access = Access::kSets,
+                                     .purpose = "Append messages to a file from now on."},
+                                    QLXsetlogfile,
+                                    TextOrNone{"filename", "the file; None ends it"}};
 constexpr LibraryMethod kSetmessagestatus{
-    {.name = "setmessagestatus", .purpose = "Set whether messages with a number are sent."},
+    {.name = "setmessagestatus",
+     .access = Access::kSets,
+     .purpose = "Set whether messages with a number are sent."},
     QLXsetmessagestatus,
     Integer<int>{"errcode", "the number"},
     Integer<int>{"status", "1 to send them, 0 not to"}};

@@ -20,6 +20,13 @@ constexpr LibraryMethod kCalcreducedcosts{
     Input<kDouble>{"solution", kPerColumn, "the point; needed where there are quadratic terms"},
     Output<kDouble>{"calculateddjs", kPerColumn,
                     "objective coefficient less the sum over the rows of dual times coefficient"}};
+constexpr LibraryMethod kCalcslacks{
+    {.name = "calcslacks",
+     .purpose = "Get the slacks of a point.",
+     .missing = "Must provide arguments solution and calculatedslacks"},
+    QLXcalcslacks,
+    Input<kDouble>{"solution", kPerColumn, "the point"},
+    Output<kDouble>{"calculatedslacks", kPerRow, "right-hand sides less activities"}};
 constexpr LibraryMethod kCalcsolinfo{{.name = "calcsolinfo",
                                       .purpose = "Get a property of a point and its duals.",
                                       .missing = "Must provide arguments solution and dual"},
@@ -58,7 +65,7 @@ constexpr LibraryMethod kGetmipsol{
 }  // namespace
 
 const LibraryMethodTable solution_methods =
-    MethodTable<kCalcobjective, kCalcreducedcosts, kCalcsolinfo, kFixglobals, kGetlpsol,
-                kGetmipsol>::named("Solutions and points");
+    MethodTable<kCalcobjective, kCalcreducedcosts, kCalcslacks, kCalcsolinfo, kFixglobals,
+                kGetlpsol, kGetmipsol>::named("Solutions and points");
 
 }  // namespace quilex

@@ -2,7 +2,9 @@
 #include "bridge/conversion.hpp"
 #include "bridge/integers.hpp"
 #include "callbacks/handles.hpp"
+#include "model/containers.hpp"
 #include "module/boundary.hpp"
+#include "module/pending_exception.hpp"
 #include "module/text.hpp"
 #include "problem/transfer/name_batch.hpp"
 
@@ -63,15 +65,10 @@ Ref list_item(PyObject* list, Py_ssize_t i) {
     return share(PyList_GET_ITEM(list, i));
 }
 
-// Containers that know how to be an array (a pandas Series, whose items are looked up by label) are
-// taken as one.
 Ref as_sequence(PyObject* object) {
-    if (!PyArray_Check(object) &&
-        PyObject_HasAttrString(reinterpret_cast<PyObject*>(Py_TYPE(object)), "__array__")) {
-        return require(PyArray_FROM_O(object));
-    }
-    if (!PySequence_Check(object)) raise_runtime_error("Invalid sequence of objects");
-    return share(object);
+    Ref sequence = array_if_offered(object);
+    if (!PySequence_Check(sequence.get())) raise_runtime_error("Invalid sequence of objects");
+    return sequence;
 }
 
 // An array's own length: a subclass may say another than what its buffer holds.
@@ -92,12 +89,27 @@ void append_sequence(Problem* problem, int64_t* count, PyObject* object,
     const Py_ssize_t length = length_of(sequence.get());
     check_length(count, length);
     if (PyArray_Check(sequence.get()) && convert_numpy_buffer<Kind>(sequence.get(), result)) return;
-    append_items<Kind>(problem, static_cast<size_t>(length), result, [&](Py_ssize_t i) {
-        return require(PySequence_GetItem(sequence.get(), i));
-    });
+    try {
+        append_items<Kind>(problem, static_cast<size_t>(length), result, [&](Py_ssize_t i) {
+            return require(PySequence_GetItem(sequence.get(), i));
+        });
+    } catch (const PythonFailure&) {
+        if (Kind != kRowIndex && Kind != kColumnIndex) throw;
+        raise_with_hint(object);
+    }
 }
 
 }  // namespace
+
+void raise_with_hint(PyObject* container) {
+    if (!PyUnicode_Check(container) || PyUnicode_GET_LENGTH(container) < 2 ||
+        !PyErr_ExceptionMatches(PyExc_RuntimeError)) {
+        throw PythonFailure();
+    }
+    const Ref exception = take_exception();
+    raise_runtime_error("%S; the characters of a str are taken as names, for %R itself pass [%R]",
+                        exception.get(), container, container);
+}
 
 void check_length(int64_t* count, Py_ssize_t length) {
     if (count == nullptr) return;

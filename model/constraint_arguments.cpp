@@ -2,6 +2,7 @@
 #include "model/constraint_arguments.hpp"
 
 #include "model/constraint.hpp"
+#include "model/containers.hpp"
 #include "model/var.hpp"
 #include "module/numpy.hpp"
 
@@ -25,7 +26,8 @@ Ref first_element(PyObject* object) {
 }
 
 Ref checked_body(PyObject* body) {
-    Ref checked = is_numpy_array(body) ? first_element(body) : share(body);
+    Ref checked = array_if_offered(body);
+    if (is_numpy_array(checked.get())) checked = first_element(checked.get());
     if (classify(checked.get()) == kInvalid)
         raise_runtime_error("Invalid expression passed as body of constraint");
     return checked;

@@ -1,6 +1,7 @@
 // Sum and Prod, and the operations that work on operands of any kind.
 #include "model/cumulative.hpp"
 
+#include "model/containers.hpp"
 #include "model/kind_rules.hpp"
 #include "module/numpy.hpp"
 #include "nonlinear/node.hpp"
@@ -23,6 +24,9 @@ class Accumulator {
 
     void add(PyObject* item) {
         if (item == Py_None) return;
+        if (quick_kind(item) == kInvalid && offers_array(item)) {
+            return add(offered_array(item).get());
+        }
         total_ = step_(total_ ? total_.get() : Py_None, item);
         // A zero plus a node is the node itself, which is not ours to grow.
         if (total_.get() == item && (is_nonlinear(item) || is_expression(item)))
@@ -70,9 +74,10 @@ void add_sequence(Accumulator& total, PyObject* collection) {
     }
 }
 
-void add_iterator(Accumulator& total, PyObject* iterator) {
-    const iternextfunc next = Py_TYPE(iterator)->tp_iternext;
-    while (PyObject* object = next(iterator)) {
+void add_iterated(Accumulator& total, PyObject* collection) {
+    const Ref iterator = require(PyObject_GetIter(collection));
+    const iternextfunc next = Py_TYPE(iterator.get())->tp_iternext;
+    while (PyObject* object = next(iterator.get())) {
         const Ref item = Ref::steal(object);
         total.add(item.get());
     }
@@ -89,8 +94,10 @@ void add_values(Accumulator& total, PyObject* dict) {
 void add_collection(Accumulator& total, PyObject* collection) {
     if (PyTuple_Check(collection)) return add_items(total, collection, true);
     if (PyList_Check(collection)) return add_items(total, collection, false);
+    if (offers_array(collection)) return add_sequence(total, offered_array(collection).get());
     if (PySequence_Check(collection)) return add_sequence(total, collection);
-    if (PyIter_Check(collection)) return add_iterator(total, collection);
+    if (PyIter_Check(collection) || is_set_or_view(collection))
+        return add_iterated(total, collection);
     if (PyDict_Check(collection)) return add_values(total, collection);
     if (classify(collection) == kInvalid) {
         raise_runtime_error("Invalid object in cumulative operator");

@@ -1,6 +1,7 @@
 // Dot: products of arrays of constants and modelling objects.
 #include "model/dot.hpp"
 
+#include "model/containers.hpp"
 #include "model/dot_cells.hpp"
 #include "model/operand.hpp"
 #include "module/numpy.hpp"
@@ -137,10 +138,14 @@ Ref quilexmod_Dot(PyObject*, PyObject* const* arguments, Py_ssize_t count, PyObj
     if (out != Py_None && !is_numpy_array(out))
         raise_runtime_error("Output argument set with wrong type");
     if (count < 2) raise_runtime_error("Dot product requires at least two NumPy arrays");
-    for (Py_ssize_t i = 0; i < count; ++i) check_factor(arguments[i]);
-    Ref product = Ref::share(arguments[0]);
-    for (Py_ssize_t i = 1; i < count; ++i) {
-        product = product_of_two(product.get(), arguments[i]);
+    std::vector<Ref> factors;
+    for (Py_ssize_t i = 0; i < count; ++i) {
+        factors.push_back(array_if_offered(arguments[i]));
+        check_factor(factors.back().get());
+    }
+    Ref product = Ref::share(factors[0].get());
+    for (size_t i = 1; i < factors.size(); ++i) {
+        product = product_of_two(product.get(), factors[i].get());
         // numpy's product of arrays without axes is no array.
         if (!is_numpy_array(product.get())) product = require(PyArray_FROM_O(product.get()));
     }

@@ -1,6 +1,7 @@
 // The one environment record, and the switching of the library.
 #pragma once
 
+#include "module/deferred_exceptions.hpp"
 #include "module/failure.hpp"
 
 namespace quilex {
@@ -18,9 +19,9 @@ struct Environment {
     int32_t initialised = 0;
     // -1 before the nonlinear solver was first seen, then 1; 0 when it cannot be started.
     int32_t nonlinear_state = 0;
-    // An exception that a callback raised on a thread that Python does not know, kept for the
-    // caller (module/library_error.hpp).
-    PyObject* deferred_exception = nullptr;
+    // What callbacks raised on threads that Python does not know, kept for the callers
+    // (module/deferred_exceptions.hpp).
+    DeferredExceptions deferred_exceptions;
 };
 
 extern Environment qlx_py_env;

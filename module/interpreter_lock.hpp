@@ -31,23 +31,26 @@ class GilAcquire {
     PyGILState_STATE state_;
 };
 
-// GilAcquire for callbacks that call Python. An exception that a callback leaves pending on a
-// thread that Python does not know would end with the lock: it is kept for the caller.
+// GilAcquire for callbacks that call Python, on behalf of the library's problem `handle` (null: the
+// environment). An exception that a callback leaves pending on a thread that Python does not know
+// would end with the lock: it is kept for the call on that problem.
 class CallbackLock {
   public:
-    CallbackLock() noexcept : known_thread_(PyGILState_GetThisThreadState() != nullptr) {}
+    explicit CallbackLock(const void* handle) noexcept
+        : handle_(handle), known_thread_(PyGILState_GetThisThreadState() != nullptr) {}
     ~CallbackLock() {
-        if (!known_thread_) defer_pending_exception();
+        if (!known_thread_) defer_pending_exception(handle_);
     }
     CallbackLock(const CallbackLock&) = delete;
     CallbackLock& operator=(const CallbackLock&) = delete;
 
     // Whether an earlier callback failed and its exception has not been handled yet.
     bool exception_pending() const noexcept {
-        return PyErr_Occurred() != nullptr || qlx_py_env.deferred_exception != nullptr;
+        return PyErr_Occurred() != nullptr || qlx_py_env.deferred_exceptions.kept(handle_);
     }
 
   private:
+    const void* handle_;
     bool known_thread_;  // asked before the lock is taken, which makes the thread known
     GilAcquire lock_;    // released after the destructor's body
 };

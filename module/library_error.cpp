@@ -58,24 +58,30 @@ void raise_global_error(const char* message_of_failed_query) noexcept {
     }
 }
 
+// The library's handle of the problem that `object` is or belongs to; null for the environment.
+const void* library_handle(PyObject* object) noexcept {
+    if (object == nullptr) return nullptr;
+    if (is_branch_object(object)) object = reinterpret_cast<BranchObject*>(object)->problem;
+    if (object == nullptr || !is_problem(object)) return nullptr;
+    return reinterpret_cast<Problem*>(object)->prob;
+}
+
 }  // namespace
 
-bool callback_failed() noexcept {
+bool callback_failed(PyObject* object) noexcept {
     if (PyErr_Occurred()) return true;
-    if (qlx_py_env.deferred_exception == nullptr) return false;
-    set_exception(Ref::steal(std::exchange(qlx_py_env.deferred_exception, nullptr)));
+    Ref exception = qlx_py_env.deferred_exceptions.take(library_handle(object));
+    if (!exception) return false;
+    set_exception(std::move(exception));
     return true;
 }
 
-void defer_pending_exception() noexcept {
-    Ref exception = take_exception();
-    if (qlx_py_env.deferred_exception == nullptr) {
-        qlx_py_env.deferred_exception = exception.release();
-    }
+void defer_pending_exception(const void* handle) noexcept {
+    qlx_py_env.deferred_exceptions.keep(handle, take_exception());
 }
 
 void set_library_error(PyObject* object) noexcept {
-    if (callback_failed()) return;
+    if (callback_failed(object)) return;
     if (object == nullptr) return raise_global_error("Problem accessing Quilex environment");
     if (is_problem(object)) {
         const auto* problem = reinterpret_cast<Problem*>(object);
@@ -95,7 +101,7 @@ void set_library_error(PyObject* object) noexcept {
 PyObject* setQlxErrIfNull(PyObject* object, PyObject* result) noexcept {
     if (result == nullptr) {
         set_library_error(object);
-    } else if (callback_failed()) {
+    } else if (callback_failed(object)) {
         Py_DECREF(result);
         return nullptr;
     }

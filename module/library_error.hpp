@@ -9,9 +9,10 @@ namespace quilex {
 // quilex.branchobj, or null for the global environment); an exception already pending wins.
 void set_library_error(PyObject* object) noexcept;
 
-// Whether a Python exception waits for the caller: pending on this thread, or raised by a callback
-// on one of the library's own threads, in which case it becomes pending here.
-bool callback_failed() noexcept;
+// Whether a Python exception waits for a call on behalf of `object` (as above): pending on this
+// thread, or raised by a callback of its problem on one of the library's own threads, in which case
+// it becomes pending here.
+bool callback_failed(PyObject* object) noexcept;
 
 // Passes `result` through. A null result gets its exception from set_library_error; a result with
 // an exception pending (raised by a callback of a call that succeeded) is dropped, and is null.
@@ -24,11 +25,12 @@ PyObject* setQlxErrIfNull(PyObject* object, PyObject* result) noexcept;
 
 // Checks a status returned by the library, and that no callback failed meanwhile.
 inline void require_library(PyObject* object, int status) {
-    if (status != 0 || callback_failed()) raise_library_error(object);
+    if (status != 0 || callback_failed(object)) raise_library_error(object);
 }
 
-// Moves the pending exception where callback_failed finds it, when the current thread state ends
-// with the callback: called at the end of callbacks from threads that Python does not know.
-void defer_pending_exception() noexcept;
+// Moves the pending exception where callback_failed finds it for the problem with that handle of
+// the library, when the current thread state ends with the callback: called at the end of callbacks
+// from threads that Python does not know.
+void defer_pending_exception(const void* handle) noexcept;
 
 }  // namespace quilex

@@ -57,7 +57,7 @@ void call_handler(PyObject* registration, void* object, void* thread, const char
 int wrapper_msghandler(QLXobject object, void* data, void* thread, const char* text, int type,
                        int number) noexcept {
     if (!Py_IsInitialized()) return 0;
-    const CallbackLock lock;
+    const CallbackLock lock(object);
     if (lock.exception_pending()) return 0;
     // A message may have waited for the lock while its handler was removed.
     if (data != nullptr && !is_registered(data)) return 0;

@@ -118,7 +118,7 @@ void release_environment() noexcept {
     Py_CLEAR(qlx_py_env.ctrl_table);
     Py_CLEAR(qlx_py_env.attr_table);
     Py_CLEAR(qlx_py_env.msghandlers);
-    Py_CLEAR(qlx_py_env.deferred_exception);
+    qlx_py_env.deferred_exceptions.clear();
 }
 
 // The module's release function, called at the interpreter's end and when start-up failed. Its own

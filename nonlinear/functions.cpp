@@ -3,6 +3,7 @@
 
 #include <cmath>
 
+#include "model/containers.hpp"
 #include "module/boundary.hpp"
 #include "module/numpy.hpp"
 #include "module/pending_exception.hpp"
@@ -82,6 +83,8 @@ Ref elementary_function(PyObject* module, PyObject* argument) {
         return python_float(Function(constant_value(argument)));
     if (is_numpy_array(argument))
         return apply_to_elements(module, argument, Function, element_function<Code, Function>);
+    if (offers_array(argument))
+        return elementary_function<Code, Function>(module, offered_array(argument).get());
     return nonlin_build_node(false, Code, argument);
 }
 

@@ -7,7 +7,18 @@
 
 namespace quilex {
 
-void prepare_for_call(Problem* problem) {
+namespace {
+
+void require_not_converting(const Problem* problem) {
+    if (!problem->converting) return;
+    raise_runtime_error(
+        "The problem cannot be used while the numbers of one of its constraints, or of its "
+        "objective, are converted");
+}
+
+}  // namespace
+
+void require_usable(const Problem* problem) {
     if (problem->prob == nullptr) {
         raise_runtime_error("The problem has not been created: call quilex.problem.__init__ first");
     }
@@ -15,14 +26,32 @@ void prepare_for_call(Problem* problem) {
         raise_runtime_error("The problem is being solved by another thread");
     }
     require_library_on();
+}
+
+void prepare_for_call(Problem* problem) {
+    require_usable(problem);
     if (problem->has_pending) flush_pending(problem);
 }
 
 void flush_pending(Problem* problem) {
-    // Rows may have entries in pending columns, never the other way round.
-    if (problem->columns != nullptr) problem->columns->flush(problem);
-    if (problem->rows != nullptr) problem->rows->flush(problem);
+    require_not_converting(problem);
+    try {
+        // Rows may have entries in pending columns, never the other way round.
+        problem->columns->send(problem);
+        problem->rows->send(problem);
+    } catch (...) {
+        problem->rows->take_back(problem);
+        problem->columns->take_back(problem);
+        problem->has_pending = false;
+        throw;
+    }
     problem->has_pending = false;
+}
+
+ConversionScope::ConversionScope(Problem* problem) : problem_(problem) {
+    require_not_converting(problem);
+    problem->converting = true;
+    problem->has_pending = true;
 }
 
 void drop_results(Problem* problem) noexcept {

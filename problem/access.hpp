@@ -10,8 +10,26 @@ namespace quilex {
 // hands the pending columns and rows to the library.
 void prepare_for_call(Problem* problem);
 
-// Hands the pending columns and rows to the library.
+// The same without handing anything over: for reads of what the library holds already, where a
+// refused row would be news of no concern to the caller.
+void require_usable(const Problem* problem);
+
+// Hands the pending columns and rows to the library. Where it refuses them, takes them out of the
+// problem again and throws.
 void flush_pending(Problem* problem);
+
+// While a body is converted, which may run Python code: numbers may be of the user's own types. No
+// method of the problem runs then.
+class ConversionScope {
+  public:
+    explicit ConversionScope(Problem* problem);
+    ~ConversionScope() { problem_->converting = false; }
+    ConversionScope(const ConversionScope&) = delete;
+    ConversionScope& operator=(const ConversionScope&) = delete;
+
+  private:
+    Problem* problem_;
+};
 
 // Forgets the cached result vectors.
 void drop_results(Problem* problem) noexcept;
@@ -38,7 +56,8 @@ inline Problem* changing(PyObject* self) {
 // For addConstraint, whose rows may go on waiting in the batch.
 inline Problem* collecting(PyObject* self) {
     auto* problem = reinterpret_cast<Problem*>(self);
-    if (qlx_py_env.initialised == 0 || problem->prob == nullptr || problem->solving_thread != 0) {
+    if (qlx_py_env.initialised == 0 || problem->prob == nullptr || problem->solving_thread != 0 ||
+        problem->converting) {
         prepare_for_call(problem);
     }
     if (problem->results != nullptr) drop_results(problem);

@@ -6,6 +6,7 @@
 #include "bridge/conversion.hpp"
 #include "bridge/integers.hpp"
 #include "model/constraint.hpp"
+#include "model/containers.hpp"
 #include "model/sos.hpp"
 #include "model/var.hpp"
 #include "module/boundary.hpp"
@@ -14,8 +15,8 @@
 #include "problem/building.hpp"
 #include "problem/nonlinear_objective.hpp"
 #include "problem/results/selection.hpp"
+#include "problem/row_gate.hpp"
 #include "problem/transfer/nonlinear_part.hpp"
-#include "problem/transfer/released_body.hpp"
 
 namespace quilex {
 
@@ -45,18 +46,11 @@ void delete_objects(Problem* problem, std::span<const int> indices, DeleteCall c
     objects.remove(ascending);
 }
 
-bool all_within(std::span<const int> indices, const ObjectList& objects) noexcept {
-    const int count = objects.size();
-    return std::all_of(indices.begin(), indices.end(),
-                       [count](int index) { return index >= 0 && index < count; });
-}
-
 }  // namespace
 
 void delete_rows(Problem* problem, std::span<const int> rows) {
     require_no_transfer_row(problem, rows);
-    if (all_within(rows, problem->constraints)) restore_bodies(problem, rows, true);
-    // Constraints that nobody else holds go without their bodies.
+    settle_rows(problem, RowChange::kDeletion, rows);
     delete_objects(problem, rows, QLXdelrows, problem->constraints, problem->con_index);
     int& transfer = problem->objective_transfer_row;
     transfer = index_after_deletion(transfer, rows);
@@ -65,7 +59,7 @@ void delete_rows(Problem* problem, std::span<const int> rows) {
 
 void delete_columns(Problem* problem, std::span<const int> columns) {
     require_no_transfer_column(problem, columns);
-    if (all_within(columns, problem->variables)) restore_bodies_with_columns(problem, columns);
+    settle_rows(problem, RowChange::kColumnDeletion, columns);
     delete_objects(problem, columns, QLXdelcols, problem->variables, problem->var_index);
     int& transfer = problem->objective_transfer_column;
     transfer = index_after_deletion(transfer, columns);
@@ -117,14 +111,19 @@ std::vector<int> converted(Problem* problem, PyObject* object) {
 
 // Sets have no array conversion of their own: their indices are converted one by one.
 std::vector<int> converted_sets(Problem* problem, PyObject* object) {
-    if (!PySequence_Check(object) && !PyIter_Check(object)) {
+    const Ref container = array_if_offered(object);
+    if (!PySequence_Check(container.get()) && !PyIter_Check(container.get())) {
         raise_runtime_error("Invalid sequence of objects");
     }
-    const Ref items = require(PySequence_Fast(object, "Invalid sequence of objects"));
+    // A list of its own: finding an index may run Python code.
+    const Ref items = require(PySequence_List(container.get()));
     std::vector<int> indices;
-    for (Py_ssize_t i = 0; i < PySequence_Fast_GET_SIZE(items.get()); ++i) {
-        indices.push_back(
-            require_index(problem, PySequence_Fast_GET_ITEM(items.get(), i), kSetIndex));
+    try {
+        for (Py_ssize_t i = 0; i < PyList_GET_SIZE(items.get()); ++i) {
+            indices.push_back(require_index(problem, PyList_GET_ITEM(items.get(), i), kSetIndex));
+        }
+    } catch (const PythonFailure&) {
+        raise_with_hint(object);
     }
     return indices;
 }

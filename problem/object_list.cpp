@@ -17,8 +17,9 @@ void ObjectList::wake(int index, Ref object) noexcept {
 }
 
 void ObjectList::truncate(int count) noexcept {
-    // The end of an object may run any code: the list is shortened before each.
-    while (size() > count) {
+    // The end of an object may run any code, which may append: the list is shortened before each,
+    // and by as many as there were.
+    for (int excess = size() - count; excess > 0 && size() > 0; --excess) {
         const uintptr_t last = items_.back();
         items_.pop_back();
         if ((last & kDormant) == 0) Py_DECREF(reinterpret_cast<PyObject*>(last));

@@ -23,10 +23,14 @@ class ObjectList {
     }
     uint64_t dormant_serial(int index) const noexcept { return item(index) >> 1; }
 
-    // Throws std::bad_alloc.
-    void append(PyObject* object) {
+    // Sees to it that the next append cannot fail. Throws std::bad_alloc.
+    void make_room() {
         constexpr size_t kGrowth = 4;  // room that is not written yet costs addresses only
         if (items_.size() == items_.capacity()) items_.reserve(kGrowth * items_.size() + 8);
+    }
+    // Throws std::bad_alloc.
+    void append(PyObject* object) {
+        make_room();
         items_.push_back(reinterpret_cast<uintptr_t>(object));
         Py_INCREF(object);
     }

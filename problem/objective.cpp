@@ -57,7 +57,8 @@ void set_quadratic_part(Problem* problem, const RowEntries& entries) {
                                   entries.quadratic_coefficients.data()));
 }
 
-void convert_objective(const Problem* problem, PyObject* objective, RowEntries& entries) {
+void convert_objective(Problem* problem, PyObject* objective, RowEntries& entries) {
+    const ConversionScope conversion(problem);
     entries.clear();
     entries.begin_row(problem, nullptr);
     convertExpr(objective, 1.0, entries);

@@ -10,8 +10,8 @@
 #include "problem/interrupt.hpp"
 #include "problem/parameters/controls.hpp"
 #include "problem/results/results.hpp"
+#include "problem/row_gate.hpp"
 #include "problem/transfer/column_batch.hpp"
-#include "problem/transfer/released_body.hpp"
 #include "problem/transfer/row_batch.hpp"
 
 namespace quilex {
@@ -45,12 +45,13 @@ Ref problem_new(PyTypeObject* type, PyObject*, PyObject*) {
 // given up.
 void destroy_library_problems(Problem* problem) noexcept {
     int status = 0;
+    qlx_py_env.deferred_exceptions.disown(problem->prob);
     if (problem->slpprob != nullptr) status = QSLPdestroyprob(problem->slpprob);
     if (status == 0 && problem->prob != nullptr) status = QLXdestroyprob(problem->prob);
     if (status != 0) {
         const PendingException kept;
         set_library_error(as_object(problem));
-        PyErr_WriteUnraisable(as_object(problem));
+        PyErr_WriteUnraisable(as_object(&problem_type));
     }
     problem->slpprob = nullptr;
     problem->prob = nullptr;
@@ -69,6 +70,7 @@ void load_empty_model(QLXprob prob, const char* name) {
 
 void create_library_problems(Problem* problem, const char* name) {
     require_library(nullptr, QLXcreateprob(&problem->prob));
+    qlx_py_env.deferred_exceptions.own(problem->prob);
     if (qlx_py_env.nonlinear_state > 0) {
         require_library(nullptr, QSLPcreateprob(&problem->slpprob, problem->prob));
         require_library(nullptr, QSLPsetintcontrol(problem->slpprob, QSLP_CONTROL_AUTOSAVE, 0));
@@ -100,21 +102,12 @@ int problem_init(PyObject* self, PyObject* arguments, PyObject* keywords) {
     return 0;
 }
 
-// Rebuilds the released bodies that somebody else holds, and sees to it that no constraint refers
-// to the problem any more.
+// Sees to it that no constraint refers to the problem any more.
 void part_from_constraints(Problem* problem) noexcept {
-    try {
-        // Once the library is off, at the interpreter's end, nobody asks for a body any more.
-        if (problem->prob != nullptr && qlx_py_env.initialised != 0) {
-            if (problem->has_pending) flush_pending(problem);
-            restore_all_held_bodies(problem);
-        }
-    } catch (...) {
-        set_python_error_from_current_exception();
+    if (!guarded([&] { settle_rows(problem, RowChange::kEnd); })) {
         // Not the problem itself: to a report it would be alive again, and die once more after it.
-        PyErr_WriteUnraisable(as_object(Py_TYPE(problem)));
+        PyErr_WriteUnraisable(as_object(&problem_type));
     }
-    forget_released_bodies(problem);
 }
 
 int problem_traverse(PyObject* self, visitproc visit, void* arg) noexcept {

@@ -36,10 +36,11 @@ struct Problem {
     int32_t objective_transfer_column;     // -1 when none
     int32_t formula_column;                // column of coefficients without one; -1 when unread
     PyObject* weak_references;
-    RowBatch* rows;                // rows of an addConstraint call that the library lacks yet
-    ColumnBatch* columns;          // columns of an addVariable call that the library lacks yet
-    bool has_pending;              // one of these batches is not empty
-    Results* results;              // vectors of the last solve; null until asked for
+    RowBatch* rows;        // rows of an addConstraint call that the library lacks yet
+    ColumnBatch* columns;  // columns of an addVariable call that the library lacks yet
+    bool has_pending;      // a call has to look first: a batch is not empty, or converting
+    bool converting;       // a body is being converted: its columns must stay where they are
+    Results* results;      // vectors of the last solve; null until asked for
     unsigned long solving_thread;  // identifier of the thread in a solve call; 0 when none
 };
 

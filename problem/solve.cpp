@@ -7,6 +7,7 @@
 #include "problem/access.hpp"
 #include "problem/building.hpp"
 #include "problem/results/results.hpp"
+#include "problem/row_gate.hpp"
 
 namespace quilex {
 
@@ -50,6 +51,11 @@ Ref problem_solve(PyObject* self, PyObject* arguments, PyObject* keywords) {
         }
     }
     Problem* const problem = changing(self);
+    // Settling may run Python code that adds rows.
+    do {
+        reading(self);
+        settle_rows(problem, RowChange::kSolve);
+    } while (problem->has_pending);
     const bool integer = is_integer_problem(problem);
     int status = 0;
     {
@@ -58,7 +64,7 @@ Ref problem_solve(PyObject* self, PyObject* arguments, PyObject* keywords) {
     }
     drop_results(problem);
     // An exception raised in a callback, or Ctrl-C, counts more than the library's status.
-    if (PyErr_Occurred()) throw PythonFailure();
+    if (callback_failed(self)) throw PythonFailure();
     require_library(self, status);
     return none();
 }

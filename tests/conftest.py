@@ -6,6 +6,7 @@ looks at the counts runs last; other tests must not make modelling objects while
 
 import gc
 import pathlib
+import signal
 
 import pytest
 
@@ -44,3 +45,11 @@ def left_alive(request):
         for name in now
         if now[name] != COUNTS_AT_START.get(name, 0)
     }
+
+
+@pytest.fixture
+def interruptible():
+    """SIGINT raises KeyboardInterrupt, also in a run in the background, where it is ignored."""
+    old = signal.signal(signal.SIGINT, signal.default_int_handler)
+    yield
+    signal.signal(signal.SIGINT, old)

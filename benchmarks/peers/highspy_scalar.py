@@ -171,6 +171,30 @@ def modify(n, clock, steps=200):
     return h.getObjectiveValue()
 
 
+def small_lp(n, clock, models=100, steps=1000):
+    a, b, c = data.small_lp(n)
+
+    def first():
+        h = _model()
+        x = [h.addVariable(lb=0, ub=10) for _ in c]
+        for row, side in zip(a, b):
+            h.addConstr(h.qsum(v * xj for v, xj in zip(row, x)) >= side)
+        h.minimize(h.qsum(v * xj for v, xj in zip(c, x)))
+        return h
+
+    first()
+    clock(None)
+    for _ in range(models):
+        h = first()
+    clock("first", models)
+    for k in range(steps):
+        i, v = data.modify_step(b, k)
+        h.changeRowBounds(i, v, highspy.kHighsInf)
+        h.run()
+    clock("again", steps)
+    return h.getObjectiveValue()
+
+
 def _query_model(n):
     h = _model()
     x = [h.addVariable(lb=0.5, ub=1, obj=1) for _ in range(n)]

@@ -177,6 +177,32 @@ def modify(n, clock, steps=200):
     return p.getObjVal()
 
 
+def small_lp(n, clock, models=100, steps=1000):
+    a, b, c = data.small_lp(n)
+
+    def first():
+        p = _problem()
+        x = [quilex.var(ub=10) for _ in c]
+        p.addVariable(x)
+        for row, side in zip(a, b):
+            p.addConstraint(quilex.Sum(v * xj for v, xj in zip(row, x)) >= side)
+        p.setObjective(quilex.Sum(v * xj for v, xj in zip(c, x)))
+        p.solve()
+        return p
+
+    first()
+    clock(None)
+    for _ in range(models):
+        p = first()
+    clock("first", models)
+    for k in range(steps):
+        i, v = data.modify_step(b, k)
+        p.chgrhs([i], [v])
+        p.solve()
+    clock("again", steps)
+    return p.getObjVal()
+
+
 def _query_model(n):
     p = _problem()
     x = [quilex.var(lb=0.5, ub=1) for _ in range(n)]

@@ -1,9 +1,7 @@
 // Entry points: what the nonlinear solver knows about columns.
 #include <qlx/qslp.h>
 
-#include <cmath>
-
-#include "engine/api/arguments.hpp"
+#include "engine/api/nonlinear_arguments.hpp"
 #include "engine/api/nonlinear_boundary.hpp"
 #include "engine/base/index.hpp"
 
@@ -15,11 +13,6 @@ void require_unused(const void* argument, const char* name) {
     if (argument != nullptr)
         fail(QLX_ERROR_NOT_AVAILABLE, name,
              " is not available yet and must be null; initvalue and value are");
-}
-
-void require_value(const double* value, const char* name) {
-    if (value != nullptr && !(std::fabs(*value) < kInfinity))
-        fail(QLX_ERROR_ARGUMENT, name, " is ", *value, ", must be less than 1e20 in magnitude");
 }
 
 void make_room(std::vector<double>& values, int col) {
@@ -46,8 +39,8 @@ int QSLPchgvar(QSLPprob prob, int col, const int* detrow, const double* initstep
         require_unused(history, "history");
         require_unused(converged, "converged");
         require_unused(vartype, "vartype");
-        require_value(initvalue, "initvalue");
-        require_value(value, "value");
+        if (initvalue != nullptr) check_column_value(*initvalue, "initvalue");
+        if (value != nullptr) check_column_value(*value, "value");
         ColumnValues& values = p.linear.model.nonlinear().values;
         if (initvalue != nullptr) make_room(values.initial, col);
         if (value != nullptr) make_room(values.current, col);

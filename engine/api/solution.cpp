@@ -46,7 +46,7 @@ void refuse_nonlinear_gradients(const Model& model) {
 std::vector<double> reduced_costs_at(Model& model, const double* duals, const double* x) {
     refuse_nonlinear_gradients(model);
     std::vector<double> djs =
-        reduced_costs(model, std::vector<double>(duals, duals + model.num_rows()));
+        reduced_costs(model, std::vector<double>(duals, duals + model.num_rows())).value;
     const bool quadratic = !model.quadratic_objective().empty() || !model.quadratic_rows().empty();
     if (!quadratic) return djs;
     require_array(x, model.num_cols(), "solution");

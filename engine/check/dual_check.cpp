@@ -1,52 +1,87 @@
-// Reduced costs and the dual objective, computed from the model store.
+// Reduced costs and complementarity, computed from the model store.
 #include "engine/check/dual_check.hpp"
 
+#include <algorithm>
 #include <cmath>
-#include <cstddef>
+
+#include "engine/base/index.hpp"
 
 namespace qlx {
 
-std::vector<double> reduced_costs(Model& model, const std::vector<double>& duals) {
-    std::vector<double> djs = model.obj();
+namespace {
+
+// What the coefficients' own rounding and that of a factor's solves can leave of a number that is
+// 0, beside what it was added up from. A true one of this size could not be told from it.
+constexpr double kRounding = 1e-12;
+
+double row_scale(Model& model, int row, const std::vector<double>& x) {
+    const auto columns = model.matrix().row_columns(row);
+    const auto values = model.matrix().row_values(row);
+    double scale = 0;
+    for (std::size_t k = 0; k < columns.size(); ++k)
+        scale += std::fabs(values[k] * x[at(columns[k])]);
+    return scale;
+}
+
+// Whether a row's dual is rounding in every column that it takes part in.
+bool is_negligible(Model& model, int row, double dual, const ReducedCosts& djs) {
+    const auto columns = model.matrix().row_columns(row);
+    const auto values = model.matrix().row_values(row);
+    for (std::size_t k = 0; k < columns.size(); ++k)
+        if (std::fabs(dual * values[k]) > kRounding * djs.scale[at(columns[k])]) return false;
+    return true;
+}
+
+}  // namespace
+
+ReducedCosts reduced_costs(Model& model, const std::vector<double>& duals) {
+    ReducedCosts djs;
+    djs.value = djs.scale = model.obj();
+    for (double& size : djs.scale) size = std::fabs(size);
     const auto& starts = model.matrix().starts();
     const auto& columns = model.matrix().columns();
     const auto& values = model.matrix().values();
     for (std::size_t row = 0; row < duals.size(); ++row) {
         const double dual = duals[row];
         if (dual == 0) continue;
-        for (auto k = static_cast<std::size_t>(starts[row]);
-             k < static_cast<std::size_t>(starts[row + 1]); ++k)
-            djs[static_cast<std::size_t>(columns[k])] -= dual * values[k];
+        for (auto k = at(starts[row]); k < at(starts[row + 1]); ++k) {
+            const double term = dual * values[k];
+            djs.value[at(columns[k])] -= term;
+            djs.scale[at(columns[k])] += std::fabs(term);
+        }
     }
     return djs;
 }
 
-DualCheck check_duals(const Model& model, double objective, const std::vector<double>& duals,
-                      const std::vector<double>& djs) {
+DualCheck check_duals(Model& model, const std::vector<double>& x,
+                      const std::vector<double>& activities, double objective,
+                      const std::vector<double>& duals, const ReducedCosts& djs) {
     DualCheck check;
-    double dual_objective = model.constant();
     // Minimising, a multiplier above 0 pairs with the lower side, below 0 with the upper one.
     const double sign = model.sense() < 0 ? -1.0 : 1.0;
-    const auto pair = [&](double multiplier, double lower, double upper) {
-        if (multiplier == 0) return;
-        const double side = sign * multiplier > 0 ? lower : upper;
+    const auto pair = [&](double multiplier, double value, const Sides& sides, const auto& scale) {
+        const double side = sign * multiplier > 0 ? sides.lower : sides.upper;
+        const double distance = std::fabs(value - side);
         if (std::fabs(side) >= kInfinity)
             check.infeasibility = std::max(check.infeasibility, std::fabs(multiplier));
-        else
-            dual_objective += multiplier * side;
+        else if (!(distance <= kRounding * scale()))
+            check.gap += std::fabs(multiplier) * distance;
     };
-    for (std::size_t row = 0; row < duals.size(); ++row) {
-        const Sides sides = model.relaxed_sides(static_cast<int>(row));
-        pair(duals[row], sides.lower, sides.upper);
+    for (std::size_t k = 0; k < duals.size(); ++k) {
+        const int row = static_cast<int>(k);
+        if (duals[k] != 0 && !is_negligible(model, row, duals[k], djs))
+            pair(duals[k], activities[k], model.relaxed_sides(row),
+                 [&] { return row_scale(model, row, x); });
     }
     double largest_cost = 0;
-    for (std::size_t col = 0; col < djs.size(); ++col) {
-        const Sides bounds = model.relaxed_bounds(static_cast<int>(col));
-        pair(djs[col], bounds.lower, bounds.upper);
-        largest_cost = std::max(largest_cost, std::fabs(model.obj()[col]));
+    for (std::size_t k = 0; k < x.size(); ++k) {
+        largest_cost = std::max(largest_cost, std::fabs(model.obj()[k]));
+        if (!(std::fabs(djs.value[k]) <= kRounding * djs.scale[k]))
+            pair(djs.value[k], x[k], model.relaxed_bounds(static_cast<int>(k)),
+                 [&] { return std::fabs(x[k]); });
     }
-    check.infeasibility /= 1 + largest_cost;
-    check.gap = std::fabs(objective - dual_objective) / (1 + std::fabs(objective));
+    check.infeasibility /= largest_cost > 0 ? largest_cost : 1;
+    check.gap /= 1 + std::fabs(objective);
     return check;
 }
 

@@ -7,16 +7,25 @@
 
 namespace qlx {
 
-struct DualCheck {
-    double infeasibility = 0;  // of reduced costs and duals at infinite bounds and sides
-    double gap = 0;            // |primal - dual objective| / (1 + |primal objective|)
+struct ReducedCosts {
+    std::vector<double> value;
+    std::vector<double> scale;  // sum of the sizes of what was added up
 };
 
-// dj = objective coefficient - sum of dual * coefficient, by column.
-[[nodiscard]] std::vector<double> reduced_costs(Model& model, const std::vector<double>& duals);
-// Weak duality: the dual objective of duals and reduced costs against the primal one.
-[[nodiscard]] DualCheck check_duals(const Model& model, double objective,
-                                    const std::vector<double>& duals,
-                                    const std::vector<double>& djs);
+struct DualCheck {
+    double infeasibility = 0;  // largest multiplier of an infinite side, over the largest cost
+    double gap = 0;            // sum of |multiplier * distance from its side| / (1 + |objective|)
+};
+
+// Objective coefficient - sum of dual * coefficient, by column.
+[[nodiscard]] ReducedCosts reduced_costs(Model& model, const std::vector<double>& duals);
+
+// Complementarity of a feasible point, its activities, and duals: every multiplier's own side is
+// where the point is. The gap bounds how far the objective is from the best one, whatever cancels
+// in it. A multiplier or a distance that is rounding beside what it was added up from counts as 0:
+// the far bound of a large column would make a gap of it.
+[[nodiscard]] DualCheck check_duals(Model& model, const std::vector<double>& x,
+                                    const std::vector<double>& activities, double objective,
+                                    const std::vector<double>& duals, const ReducedCosts& djs);
 
 }  // namespace qlx

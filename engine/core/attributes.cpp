@@ -6,6 +6,7 @@
 
 #include <qlx/codes.h>
 
+#include "engine/core/controls.hpp"
 #include "engine/core/nonlinear_problem.hpp"
 #include "engine/core/problem.hpp"
 
@@ -121,6 +122,16 @@ constexpr AttributeRow kTable[] = {
 // clang-format on
 
 static_assert(rows_differ(std::span<const AttributeRow>(kTable)));
+
+// An id is a control's or an attribute's, so that one number tells which.
+constexpr bool is_attribute(int id) {
+    for (const AttributeRow& row : kTable)
+        if (row.id == id) return true;
+    return false;
+}
+#define QLX_NOT_AN_ATTRIBUTE(handle, id, ...) static_assert(!is_attribute(id));
+QLX_CONTROLS(QLX_NOT_AN_ATTRIBUTE, QLX_NOT_AN_ATTRIBUTE, QLX_NOT_AN_ATTRIBUTE, QLX_NOT_AN_ATTRIBUTE)
+#undef QLX_NOT_AN_ATTRIBUTE
 
 template <class Reader>
 Reader reader_of(Handle handle, int id, Reader AttributeRow::*reader, const char* type) {

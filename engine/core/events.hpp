@@ -57,7 +57,7 @@ void raise_event(Problem& problem, Arguments... arguments) {
     static_assert(event_row(kEvent).state == EventState::kRaised,
                   "mark the event as kRaised in engine/core/event_table.hpp");
     auto& list = list_of<kEvent>(events_of(problem));
-    if (list.empty()) return;
+    if (list.empty() || stopping(problem)) return;
     const auto registrations = list.snapshot();
     if (registrations == nullptr) return;
     const Lent lent(ownership_of(problem), event_row(kEvent));

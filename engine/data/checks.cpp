@@ -43,7 +43,8 @@ void check_indices(const int* array, std::int64_t count, int limit, const char* 
 void check_numbers(const double* array, std::int64_t count, const char* name, bool finite) {
     if (finite ? all_finite(array, count) : all_numbers(array, count)) return;
     for (std::int64_t k = 0; k < count; ++k) {
-        if (std::isnan(array[k])) fail(QLX_ERROR_ARGUMENT, name, "[", k, "] is not a number, must be one");
+        if (std::isnan(array[k]))
+            fail(QLX_ERROR_ARGUMENT, name, "[", k, "] is not a number, must be one");
         if (finite && std::fabs(array[k]) >= kInfinity)
             fail(QLX_ERROR_ARGUMENT, name, "[", k, "] is ", array[k], ", must be below 1e20");
     }
@@ -122,7 +123,7 @@ constexpr std::int64_t kComparedLength = 16;
 }  // namespace
 
 void check_distinct(IndexStamps& stamps, const std::int64_t* start, const int* index, int count,
-                      int limit, const char* name) {
+                    int limit, const char* name) {
     for (int item = 0; item < count; ++item) {
         const std::int64_t first = start[item];
         const std::int64_t end = start[item + 1];

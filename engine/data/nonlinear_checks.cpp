@@ -33,6 +33,11 @@ void check_places(const Model& model, int count, const int* rows, const int* col
     }
 }
 
+void check_column_value(double value, const char* name) {
+    if (!(std::fabs(value) < kInfinity))
+        fail(QLX_ERROR_ARGUMENT, name, " is ", value, ", must be less than 1e20 in magnitude");
+}
+
 void check_factor(double factor, const char* name) {
     if (!std::isfinite(factor)) fail(QLX_ERROR_ARGUMENT, name, " is ", factor, ", must be finite");
 }

@@ -14,6 +14,8 @@ namespace qlx {
 void check_coefficient_column(int col, int num_cols, const char* name);
 // Rows and columns of coefficients.
 void check_places(const Model& model, int count, const int* rows, const int* cols);
+// A value that a column may have: a number below 1e20 in magnitude.
+void check_column_value(double value, const char* name);
 // A finite factor.
 void check_factor(double factor, const char* name);
 // Factors, and starts that leave each formula at least its closing token.

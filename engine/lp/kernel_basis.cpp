@@ -1,4 +1,4 @@
-// Bases of a kernel.
+// Bases of a kernel and what their factors say.
 #include <algorithm>
 
 #include "engine/lp/kernel_state.hpp"
@@ -40,12 +40,31 @@ KernelBasis LpKernel::basis() const {
     return out;
 }
 
-bool LpKernel::set_basis(const KernelBasis& basis) {
+bool LpKernel::set_basis(const KernelBasis& basis, bool fits) {
     HighsBasis wanted;
     wanted.valid = true;
+    wanted.alien = !fits;
     translate(basis.columns, wanted.col_status, &highs_status_of);
     translate(basis.rows, wanted.row_status, &highs_status_of);
     return accepted(live_->highs().setBasis(wanted));
+}
+
+bool LpKernel::basic_variables(std::vector<int>& basic) {
+    Highs& highs = live_->highs();
+    basic.resize(static_cast<std::size_t>(highs.getNumRow()));
+    return highs.hasInvert() && accepted(highs.getBasicVariables(basic.data()));
+}
+
+bool LpKernel::inverse_row(int position, std::vector<double>& weights) {
+    Highs& highs = live_->highs();
+    weights.resize(static_cast<std::size_t>(highs.getNumRow()));
+    return highs.hasInvert() && accepted(highs.getBasisInverseRow(position, weights.data()));
+}
+
+bool LpKernel::solve_transposed(const std::vector<double>& rhs, std::vector<double>& y) {
+    Highs& highs = live_->highs();
+    y.resize(rhs.size());
+    return highs.hasInvert() && accepted(highs.getBasisTransposeSolve(rhs.data(), y.data()));
 }
 
 void LpKernel::forget_basis() {

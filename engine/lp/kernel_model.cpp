@@ -57,6 +57,10 @@ bool LpKernel::add_rows(int count, const double* lower, const double* upper, con
     return accepted(live_->highs().addRows(count, lower, upper, start[count], start, col, value));
 }
 
+bool LpKernel::delete_rows(int count, const int* rows) {
+    return accepted(live_->highs().deleteRows(count, rows));
+}
+
 bool LpKernel::change_bounds(int count, const int* cols, const double* lower, const double* upper) {
     return accepted(live_->highs().changeColsBounds(count, cols, lower, upper));
 }

@@ -102,7 +102,7 @@ void LpKernel::Live::renew() {
 }
 
 // HiGHS reads through its whole table of options to set one, so only those that changed are set.
-void LpKernel::Live::apply(const KernelOptions& options) {
+void LpKernel::Live::apply(const KernelOptions& options, double new_objective_bound) {
     const bool first = !std::exchange(applied_once, true);
     const KernelOptions old = std::exchange(applied, options);
     const auto set = [&](auto field, const char* name, const auto& value_of) {
@@ -130,6 +130,9 @@ void LpKernel::Live::apply(const KernelOptions& options) {
     set(&Options::relative_gap, "mip_rel_gap", as_is);
     set(&Options::absolute_gap, "mip_abs_gap", as_is);
     set(&Options::matrix_tolerance, "small_matrix_value", as_is);
+    if (first || objective_bound != new_objective_bound)
+        session->set("objective_bound", new_objective_bound);
+    objective_bound = new_objective_bound;
     // Its interior point method writes past its arrays where free rows reach it; presolve takes
     // these out.
     const bool hides_free_rows =
@@ -148,8 +151,12 @@ bool LpKernel::is_loaded() const noexcept {
     return live_->loaded;
 }
 
-KernelResult LpKernel::solve(const KernelOptions& options, KernelEvents& events) {
-    live_->apply(options);
+KernelResult LpKernel::solve(const KernelOptions& given, const SolveLimits& limits,
+                             KernelEvents& events) {
+    KernelOptions options = given;
+    options.iteration_limit = std::min(options.iteration_limit, limits.iterations);
+    options.time_limit = std::min(options.time_limit, limits.seconds);
+    live_->apply(options, limits.objective_bound);
     Highs& highs = live_->highs();
     const bool maximises = highs.getLp().sense_ == ObjSense::kMaximize;
     highs.zeroAllClocks();

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <limits>
 #include <memory>
 #include <vector>
 
@@ -57,6 +58,14 @@ struct KernelOptions {
     bool operator==(const KernelOptions&) const = default;
 };
 
+// Of one solve, beside those of the options; the lower ones count.
+struct SolveLimits {
+    int iterations = 2147483647;
+    double seconds = 1e20;
+    // The dual simplex method stops when its objective is proved to pass this; minimisation only.
+    double objective_bound = std::numeric_limits<double>::infinity();
+};
+
 enum class KernelOutcome {
     kOptimal,
     kInfeasible,
@@ -102,6 +111,8 @@ class LpKernel {
                                    const double* value);
     [[nodiscard]] bool add_rows(int count, const double* lower, const double* upper,
                                 const int* start, const int* col, const double* value);
+    // Indices ascend. The basis is lost when a row goes that is not basic.
+    [[nodiscard]] bool delete_rows(int count, const int* rows);
     // Indices ascend.
     [[nodiscard]] bool change_bounds(int count, const int* cols, const double* lower,
                                      const double* upper);
@@ -117,11 +128,16 @@ class LpKernel {
     // Of the last solve as an LP; empty where there is none.
     [[nodiscard]] KernelBasis basis() const;
     // Columns and rows to start the next solve from, completed where they do not make a basis.
-    // False when HiGHS refuses.
-    bool set_basis(const KernelBasis& basis);
+    // One that fits is known to be a basis of this very matrix and taken unseen. False when HiGHS
+    // refuses.
+    bool set_basis(const KernelBasis& basis, bool fits = false);
     void forget_basis();
 
-    [[nodiscard]] KernelResult solve(const KernelOptions& options, KernelEvents& events);
+    [[nodiscard]] KernelResult solve(const KernelOptions& options, KernelEvents& events) {
+        return solve(options, {}, events);
+    }
+    [[nodiscard]] KernelResult solve(const KernelOptions& options, const SolveLimits& limits,
+                                     KernelEvents& events);
 
     // Of the last solve; empty where there is none.
     [[nodiscard]] const std::vector<double>& col_value() const;
@@ -131,6 +147,14 @@ class LpKernel {
     // "unbounded" (a direction of the columns); empty where it has none, as after presolve.
     [[nodiscard]] std::vector<double> dual_ray();
     [[nodiscard]] std::vector<double> primal_ray();
+
+    // Of the factored basis B of the last solve as an LP by simplex; false where there is none.
+    // What is basic at each position: a column, or row r as -1 - r.
+    [[nodiscard]] bool basic_variables(std::vector<int>& basic);
+    // Row `position` of the inverse of B, by row of the model.
+    [[nodiscard]] bool inverse_row(int position, std::vector<double>& weights);
+    // y with B'y = rhs, which is by position.
+    [[nodiscard]] bool solve_transposed(const std::vector<double>& rhs, std::vector<double>& y);
 
   private:
     struct Live;

@@ -38,6 +38,10 @@ void keep_flagged(std::vector<T>& items, const std::vector<char>& kept) {
     items.resize(count);
 }
 
+std::size_t count_basic(const std::vector<BasisStatus>& statuses) {
+    return at(std::count(statuses.begin(), statuses.end(), BasisStatus::kBasic));
+}
+
 CutRows flagged(const CutRows& rows, const std::vector<char>& kept) {
     CutRows out;
     for (std::size_t k = 0; k < kept.size(); ++k) {
@@ -73,6 +77,7 @@ void LinearRelaxation::state_rows_and_costs() {
         lower_.push_back(bounds.lower);
         upper_.push_back(bounds.upper);
         cost_.push_back(model().sense * model().cost[at(col)]);
+        if (bounds.lower > bounds.upper) crossed_.push_back(col);
     }
     for (int row = 0; row < model().num_rows(); ++row) {
         const Sides sides = model().relaxed_sides(row);
@@ -167,7 +172,8 @@ CutId LinearRelaxation::add_cuts(const CutRows& cuts) {
 }
 
 void LinearRelaxation::delete_cuts(std::span<const CutId> ids) {
-    warm_start();  // the kernel forgets its basis when a row goes that is not basic
+    static_cast<void>(
+        warm_start());  // the kernel forgets its basis when a row goes that is not basic
     std::vector<char> kept(cut_ids_.size(), 1);
     std::vector<int> rows;
     for (std::size_t k = 0; k < cut_ids_.size(); ++k) {
@@ -209,8 +215,10 @@ void LinearRelaxation::apply(const LinearStart& start) {
         const bool is_known = known < start.cuts.size() && start.cuts[known] == id;
         basis.rows.push_back(is_known ? start.cut_status[known] : BasisStatus::kBasic);
     }
+    // Cuts that were not basic are missing, or none: nothing else makes the numbers differ.
+    const bool fits = count_basic(basis.columns) + count_basic(basis.rows) == basis.rows.size();
     // A refusal costs iterations only.
-    kernel_.set_basis(basis);
+    kernel_.set_basis(basis, fits);
 }
 
 void LinearRelaxation::be_at_start() {
@@ -227,7 +235,7 @@ void LinearRelaxation::be_at_start() {
 
 NodeAnswer LinearRelaxation::solve(const SolveLimits& limits) {
     last_ = {};
-    if (!crossed_.empty() || has_impossible_row({cost_, lower_, upper_, 0, {}})) {
+    if (!crossed_.empty()) {
         last_.answer.status = NodeStatus::kInfeasible;
         last_.answer.bound = std::numeric_limits<double>::infinity();
         return last_.answer;
@@ -251,7 +259,7 @@ NodeAnswer LinearRelaxation::solve(const SolveLimits& limits) {
 
 NodeAnswer LinearRelaxation::look_ahead(const BoundChange& change, const SolveLimits& limits) {
     const BoundChange before{change.column, lower_[at(change.column)], upper_[at(change.column)]};
-    warm_start();
+    static_cast<void>(warm_start());
     set_bounds({&change, 1});
     Outcome outcome;
     if (!crossed_.empty()) {

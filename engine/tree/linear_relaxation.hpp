@@ -14,8 +14,8 @@ namespace qlx {
 
 // Leaves out what is not linear: types, sets, indicators' rows, quadratic terms; semi-continuous
 // columns may be 0. Bounds and proofs are those of safe_bound.hpp over the presolved model, with
-// bounds that rows imply in the place of infinite ones. A kernel's claim that its duals or its point
-// do not bear out is solved once more from scratch.
+// bounds that rows imply in the place of infinite ones. A kernel's claim that its duals or its
+// point do not bear out is solved once more from scratch.
 class LinearRelaxation final : public Relaxation {
   public:
     // Of the options the tolerances, the seed and the matrix tolerance count. The events live as
@@ -60,8 +60,8 @@ class LinearRelaxation final : public Relaxation {
     void judge_optimum(Outcome& outcome);
     void judge_infeasibility(Outcome& outcome);
     void judge_duals(Outcome& outcome);
-    // May shift the duals, so that columns without a bound have none of the reduced costs that would
-    // need it.
+    // May shift the duals, so that columns without a bound have none of the reduced costs that
+    // would need it.
     [[nodiscard]] double bound_of(std::vector<double>& duals);
     [[nodiscard]] std::vector<double> shift_of_duals(double size);
     [[nodiscard]] bool is_met(const std::vector<double>& point);

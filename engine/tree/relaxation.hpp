@@ -24,7 +24,8 @@ struct CutRows {
     std::vector<int> columns;
     std::vector<double> values;
 
-    void add(double least, double most, std::span<const int> cols, std::span<const double> entries) {
+    void add(double least, double most, std::span<const int> cols,
+             std::span<const double> entries) {
         lower.push_back(least);
         upper.push_back(most);
         columns.insert(columns.end(), cols.begin(), cols.end());
@@ -56,11 +57,12 @@ struct NodeAnswer {
     std::int64_t iterations = 0;
 };
 
-// Row of a basis: for every point of the linear rows, sum of coefficients * x equals sum of weights *
-// row activities.
+// Row of a basis: for every point of the linear rows, sum of coefficients * x equals sum of weights
+// * row activities.
 struct TableauRow {
-    std::vector<double> weights;       // by row, cuts after the model's: of the inverse of the basis
-    std::vector<double> coefficients;  // by column; those of other basic columns are 0 but for rounding
+    std::vector<double> weights;  // by row, cuts after the model's: of the inverse of the basis
+    std::vector<double>
+        coefficients;  // by column; those of other basic columns are 0 but for rounding
 };
 
 // What a later solve starts from; immutable, so that nodes and threads share it.
@@ -105,8 +107,8 @@ class Relaxation {
     // it depends on that, bounds and cuts alone, not on what was solved before.
     virtual void restore(std::shared_ptr<const WarmStart> start) = 0;
 
-    // The row in which a column is basic. False where it is not, or where the last solve did not end
-    // with a basis or something was restored, looked ahead at, added or deleted since.
+    // The row in which a column is basic. False where it is not, or where the last solve did not
+    // end with a basis or something was restored, looked ahead at, added or deleted since.
     [[nodiscard]] virtual bool tableau_row(int column, TableauRow& row) = 0;
 };
 

@@ -2,6 +2,7 @@
 #include <algorithm>
 
 #include "model/constraint.hpp"
+#include "model/containers.hpp"
 #include "model/var.hpp"
 #include "module/boundary.hpp"
 #include "module/numpy.hpp"
@@ -136,8 +137,9 @@ Ref array_method(PyObject* self, PyObject* const* arguments, Py_ssize_t count) {
     }
     Problem* const problem = reading(self);
     if (count == 0 || arguments[0] == Py_None) return copy_of(result_vector(problem, Kind));
-    if (PyArray_Check(arguments[0])) {
-        return values_of_array<Kind>(problem, arguments[0], result_vector(problem, Kind));
+    const Ref objects = array_if_offered(arguments[0]);
+    if (PyArray_Check(objects.get())) {
+        return values_of_array<Kind>(problem, objects.get(), result_vector(reading(self), Kind));
     }
     ArrayWalker<Kind> walker(problem);
     walker.walk(arguments, 1);

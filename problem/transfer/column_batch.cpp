@@ -4,11 +4,11 @@
 #include <algorithm>
 #include <cmath>
 
-#include "module/boundary.hpp"
 #include "module/library_error.hpp"
 #include "module/pending_exception.hpp"
 #include "problem/number_text.hpp"
 #include "problem/object_list.hpp"
+#include "problem/transfer/append.hpp"
 
 namespace quilex {
 
@@ -85,16 +85,18 @@ void ColumnBatch::append_column(const Variable* variable, char type) {
     }
 }
 
-// Undoes append_column, complete or not, from column number `column` of the batch on.
-void ColumnBatch::drop_columns_from(size_t column) noexcept {
-    types_.resize(column);
-    lower_.resize(column);
-    upper_.resize(column);
-    while (!limited_.empty() && limited_.back() >= base_ + static_cast<int>(column)) {
-        limited_.pop_back();
-    }
-    limits_.resize(limited_.size());
-    names_.truncate(column);
+void ColumnBatch::rewind(const Mark& mark) noexcept {
+    types_.resize(mark.columns);
+    lower_.resize(mark.columns);
+    upper_.resize(mark.columns);
+    limited_.resize(mark.limited);
+    limits_.resize(mark.limited);
+    names_.rewind(mark.names);
+}
+
+void ColumnBatch::clear() noexcept {
+    rewind({});
+    added_ = false;
 }
 
 void ColumnBatch::collect(Problem* problem, PyObject* object) {
@@ -116,30 +118,25 @@ void ColumnBatch::collect(Problem* problem, PyObject* object) {
         require_library(as_object(problem),
                         QLXgetintattrib(problem->prob, QLX_ATTRIB_COLS, &base_));
     }
-    const size_t column = types_.size();
-    try {
-        append_column(variable, type);
-        problem->var_index.insert(variable->index, base_ + static_cast<int>(column));
-        problem->variables.append(object);
-    } catch (...) {
-        problem->var_index.erase_serial(variable->index);
-        drop_columns_from(column);
-        throw;
-    }
+    Append append(*this);
+    append_column(variable, type);
+    problem->variables.make_room();
+    problem->var_index.insert(variable->index, base_ + column_count() - 1);
+    problem->variables.append(object);
+    append.keep();
     if (type != 'C') all_continuous_ = false;
     problem->has_pending = true;
 }
 
-int ColumnBatch::send(QLXprob prob, bool* added) const {
+int ColumnBatch::hand_over(QLXprob prob) {
     const int count = column_count();
+    const std::vector<int> columns =
+        all_continuous_ ? std::vector<int>() : index_range(base_, count);
     int status = QLXaddcols64(prob, count, 0, nullptr, nullptr, nullptr, nullptr, lower_.data(),
                               upper_.data());
     if (status != 0) return status;
-    *added = true;
-    if (!all_continuous_) {
-        const std::vector<int> columns = index_range(base_, count);
-        status = QLXchgcoltype(prob, count, columns.data(), types_.data());
-    }
+    added_ = true;
+    if (!all_continuous_) status = QLXchgcoltype(prob, count, columns.data(), types_.data());
     if (status == 0) status = names_.send(prob, QLX_NAMES_COLUMN, base_);
     if (status == 0 && !limited_.empty()) {
         status = QLXchgglblimit(prob, static_cast<int>(limited_.size()), limited_.data(),
@@ -148,31 +145,27 @@ int ColumnBatch::send(QLXprob prob, bool* added) const {
     return status;
 }
 
-void ColumnBatch::flush(Problem* problem) {
+void ColumnBatch::send(Problem* problem) {
     if (empty()) return;
-    bool added = false;
-    const int status = send(problem->prob, &added);
-    if (status != 0) {
-        set_library_error(as_object(problem));
-        undo(problem, added);
-    }
-    drop_columns_from(0);
-    if (status != 0) throw PythonFailure();
+    if (hand_over(problem->prob) != 0) raise_library_error(as_object(problem));
+    clear();
 }
 
-// Takes the batch's variables out of the problem; the pending exception stays.
-void ColumnBatch::undo(Problem* problem, bool added) noexcept {
+void ColumnBatch::take_back(Problem* problem) noexcept {
+    if (empty()) return;
     const PendingException kept;
-    const int first = problem->variables.size() - column_count();
-    for (int i = 0; i < column_count(); ++i) {
+    const int count = column_count();
+    const int first = problem->variables.size() - count;
+    for (int i = 0; i < count; ++i) {
         problem->var_index.erase_serial(
             reinterpret_cast<Variable*>(problem->variables[first + i])->index);
     }
-    guarded([&] {
-        const std::vector<int> columns = index_range(base_, column_count());
-        if (added) QLXdelcols(problem->prob, column_count(), columns.data());
-        problem->variables.truncate(first);
-    });
+    // One by one, so that no memory is needed.
+    for (int column = base_ + count; added_ && column-- > base_;) {
+        QLXdelcols(problem->prob, 1, &column);
+    }
+    clear();
+    problem->variables.truncate(first);
 }
 
 }  // namespace quilex

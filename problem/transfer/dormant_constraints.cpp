@@ -37,9 +37,15 @@ void put_to_sleep_if_alone(Problem* problem, int row, const RowSide& side) noexc
 
 Constraint* constraint_at(Problem* problem, int row) {
     ObjectList& constraints = problem->constraints;
-    if (constraints.is_dormant(row)) {
+    while (constraints.is_dormant(row)) {
+        const uint64_t serial = constraints.dormant_serial(row);
         const RowBounds bounds = bounds_of(side_of(problem, row));
-        Owned<Constraint> constraint = constraint_with_index(constraints.dormant_serial(row));
+        Owned<Constraint> constraint = constraint_with_index(serial);
+        // A new object may run the collector, and that Python code.
+        if (row >= constraints.size()) {
+            raise_runtime_error("The problem changed while its constraints were read");
+        }
+        if (!constraints.is_dormant(row) || constraints.dormant_serial(row) != serial) continue;
         constraint->lb = bounds.lower;
         constraint->ub = bounds.upper;
         constraint->problem_slot = reinterpret_cast<uintptr_t>(problem);

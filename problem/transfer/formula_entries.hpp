@@ -28,31 +28,32 @@ class FormulaEntries {
         values.push_back(value);
     }
 
-    void begin_row() noexcept { row_start_ = columns.size(); }
     // Enters the row's index in its coefficients.
     void end_row(int row) { rows.resize(columns.size(), row); }
-    // Drops the coefficients of the row under construction, complete or not.
-    void abandon_row() noexcept {
-        rows.resize(row_start_);
-        columns.resize(row_start_);
-        factors.resize(row_start_);
-        starts.resize(row_start_ + 1);
-        types.resize(static_cast<std::size_t>(starts.back()));
-        values.resize(static_cast<std::size_t>(starts.back()));
-    }
     void clear() noexcept {
-        row_start_ = 0;
         if (types.capacity() > kKeptTokens) {
             types = {};
             values = {};
         }
-        abandon_row();
+        rewind(Mark{0});
+    }
+
+    // See problem/transfer/append.hpp.
+    struct Mark {
+        std::size_t coefficients;
+    };
+    Mark mark() const noexcept { return {columns.size()}; }
+    void rewind(const Mark& mark) noexcept {
+        rows.resize(mark.coefficients);
+        columns.resize(mark.coefficients);
+        factors.resize(mark.coefficients);
+        starts.resize(mark.coefficients + 1);
+        types.resize(static_cast<std::size_t>(starts.back()));
+        values.resize(static_cast<std::size_t>(starts.back()));
     }
 
   private:
     static constexpr std::size_t kKeptTokens = 1 << 20;
-
-    std::size_t row_start_ = 0;
 };
 
 }  // namespace quilex

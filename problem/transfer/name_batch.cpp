@@ -1,8 +1,6 @@
 // The names of new rows or columns.
 #include "problem/transfer/name_batch.hpp"
 
-#include <algorithm>
-#include <cstring>
 #include <string_view>
 
 namespace quilex {
@@ -10,6 +8,7 @@ namespace quilex {
 namespace {
 
 std::string_view characters(PyObject* name) noexcept {
+    if (name == nullptr) return {};
     if (PyUnicode_Check(name)) {
         return {static_cast<const char*>(PyUnicode_DATA(name)),
                 static_cast<size_t>(PyUnicode_GET_LENGTH(name))};
@@ -36,9 +35,8 @@ void require_valid_name(PyObject* name, const char* kind) {
 
 // The run that the next name goes to.
 NameBatch::Run& NameBatch::run_for(bool numbered) {
-    const size_t position = numbered ? numbers_.size() : text_.size();
-    if (runs_.empty() || runs_.back().numbered != numbered || runs_.back().end != position) {
-        runs_.push_back({numbered, 0, position, position});
+    if (runs_.empty() || runs_.back().numbered != numbered) {
+        runs_.push_back({numbered, 0, numbered ? numbers_.size() : text_.size()});
     }
     return runs_.back();
 }
@@ -46,34 +44,32 @@ NameBatch::Run& NameBatch::run_for(bool numbered) {
 void NameBatch::add_number(uint64_t serial) {
     Run& run = run_for(true);
     numbers_.push_back(static_cast<int64_t>(serial));
-    run.end = numbers_.size();
     ++run.count;
 }
 
 void NameBatch::add_name(PyObject* name, const char* kind, Py_ssize_t longest) {
-    require_valid_name(name, kind);
+    if (name != nullptr) require_valid_name(name, kind);
     Run& run = run_for(false);
-    const std::string_view kept = characters(name).substr(0, static_cast<size_t>(longest));
-    const size_t offset = text_.size();
-    text_.resize(offset + kept.size() + 1, '\0');
-    std::memcpy(text_.data() + offset, kept.data(), kept.size());
-    run.end = text_.size();
+    text_.append(characters(name).substr(0, static_cast<size_t>(longest)));
+    text_.push_back('\0');
     ++run.count;
 }
 
-void NameBatch::truncate(size_t count) noexcept {
-    size_t kept = 0;
-    for (Run& run : runs_) {
-        const auto length =
-            static_cast<int>(std::min(static_cast<size_t>(run.count), count - kept));
-        if (length < run.count) run.end = SIZE_MAX;  // nothing can follow in this run
-        run.count = length;
-        kept += static_cast<size_t>(length);
-    }
-    if (count > 0) return;
+void NameBatch::clear() noexcept {
     runs_.clear();
     numbers_.clear();
     text_.clear();
+}
+
+NameBatch::Mark NameBatch::mark() const noexcept {
+    return {runs_.size(), runs_.empty() ? 0 : runs_.back().count, numbers_.size(), text_.size()};
+}
+
+void NameBatch::rewind(const Mark& mark) noexcept {
+    runs_.erase(runs_.begin() + static_cast<ptrdiff_t>(mark.runs), runs_.end());
+    if (!runs_.empty()) runs_.back().count = mark.last_count;
+    numbers_.resize(mark.numbers);
+    text_.resize(mark.characters);
 }
 
 int NameBatch::send(QLXprob prob, int type, int first) const {

@@ -11,20 +11,29 @@ class NameBatch {
     // A default name, made by the library from the serial number when it is asked for.
     void add_number(uint64_t serial);
     // A name that the user gave, at most `longest` characters of it. `kind` is the word for the
-    // item in messages. A str must be ASCII. Other objects than str and bytes: an empty name.
+    // item in messages. A str must be ASCII. Null, and other objects than str and bytes: an empty
+    // name.
     void add_name(PyObject* name, const char* kind, Py_ssize_t longest);
-    // Keeps the first `count` names.
-    void truncate(size_t count) noexcept;
+    void clear() noexcept;
     // Names the items from index `first` on; `type` is one of QLX_NAMES_... Returns the library's
     // status.
     int send(QLXprob prob, int type, int first) const;
+
+    // See problem/transfer/append.hpp. A failed append may leave a name half added.
+    struct Mark {
+        size_t runs;
+        int last_count;  // of the last run
+        size_t numbers;
+        size_t characters;
+    };
+    Mark mark() const noexcept;
+    void rewind(const Mark& mark) noexcept;
 
   private:
     struct Run {
         bool numbered;
         int count;
         size_t offset;  // of its first number or character
-        size_t end;     // past its last one
     };
     Run& run_for(bool numbered);
 

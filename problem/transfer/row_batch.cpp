@@ -6,7 +6,9 @@
 #include "module/boundary.hpp"
 #include "module/library_error.hpp"
 #include "module/pending_exception.hpp"
+#include "problem/access.hpp"
 #include "problem/number_text.hpp"
+#include "problem/transfer/append.hpp"
 #include "problem/transfer/convert.hpp"
 #include "problem/transfer/dormant_constraints.hpp"
 #include "problem/transfer/nonlinear_part.hpp"
@@ -55,10 +57,9 @@ void require_possible_side(Constraint* constraint, const RowSide& side) {
 
 }  // namespace
 
-void RowBatch::append_row(const Problem* problem, Constraint* constraint) {
-    const Ref body = constraint_body(constraint);
+void RowBatch::append_row(const Problem* problem, Constraint* constraint, PyObject* body) {
     entries_.begin_row(problem, as_object(constraint));
-    convertExpr(body.get(), 1.0, entries_);
+    convertExpr(body, 1.0, entries_);
     entries_.end_row();
     entries_.formulas.end_row(base_ + row_count());
     const RowSide side = getRhsSense(constraint->lb, constraint->ub, -entries_.constant);
@@ -71,14 +72,11 @@ void RowBatch::append_row(const Problem* problem, Constraint* constraint) {
     if (constraint->name == nullptr) {
         names_.add_number(constraint->index);
     } else {
-        names_.add_name(constraint->name, "constraint", PY_SSIZE_T_MAX);
+        names_.add_name(constraint->name, "constraint", kLongestRowName);
     }
 }
 
-// Undoes append_row, complete or not, of row number `row` of the batch.
 void RowBatch::drop_rows_from(size_t row) noexcept {
-    entries_.abandon_row();
-    names_.truncate(row);
     types_.resize(row);
     rhs_.resize(row);
     ranges_.resize(row);
@@ -86,29 +84,43 @@ void RowBatch::drop_rows_from(size_t row) noexcept {
     quadratic_starts_.resize(row + 1);
 }
 
+void RowBatch::rewind(const Mark& mark) noexcept {
+    drop_rows_from(mark.rows);
+    entries_.rewind(mark.entries);
+    names_.rewind(mark.names);
+}
+
+void RowBatch::clear() noexcept {
+    drop_rows_from(0);
+    entries_.clear();
+    names_.clear();
+    added_ = false;
+}
+
 void RowBatch::collect(Problem* problem, PyObject* object) {
     require_addable(problem, object);
     auto* const constraint = reinterpret_cast<Constraint*>(object);
+    // It may have been released to another problem; making it again may run any Python code.
+    Ref body = constraint_body(constraint);
+    const ConversionScope conversion(problem);
+    require_addable(problem, object);
     require_sound_bounds(constraint);
     if (empty()) {
         require_library(as_object(problem),
                         QLXgetintattrib(problem->prob, QLX_ATTRIB_ROWS, &base_));
     }
-    const size_t row = types_.size();
-    try {
-        append_row(problem, constraint);
-        problem->con_index.insert(constraint->index, base_ + static_cast<int>(row));
-        problem->constraints.append(object);
-    } catch (...) {
-        problem->con_index.erase_serial(constraint->index);
-        drop_rows_from(row);
-        throw;
-    }
-    problem->has_pending = true;
+    const int row = base_ + row_count();
+    Append append(*this);
+    append_row(problem, constraint, body.get());
+    problem->constraints.make_room();
+    problem->con_index.insert(constraint->index, row);
+    problem->constraints.append(object);
+    append.keep();
+    body.reset();
     if (is_releasable(constraint) && !entries_.left_out_zero()) release_body(problem, constraint);
 }
 
-int RowBatch::send_quadratic(QLXprob prob) const {
+int RowBatch::hand_over_products(QLXprob prob) const {
     if (entries_.first_columns.empty()) return 0;
     for (size_t row = 0; row < types_.size(); ++row) {
         const auto first = static_cast<size_t>(quadratic_starts_[row]);
@@ -122,69 +134,54 @@ int RowBatch::send_quadratic(QLXprob prob) const {
     return 0;
 }
 
-int RowBatch::send(Problem* problem, bool* added) const {
+int RowBatch::hand_over(Problem* problem) {
     QLXprob prob = problem->prob;
     const int status =
         QLXaddrows64(prob, row_count(), starts_.back(), types_.data(), rhs_.data(), ranges_.data(),
                      starts_.data(), entries_.columns.data(), entries_.coefficients.data());
     if (status != 0) return status;
-    *added = true;
+    added_ = true;
     const int name_status = names_.send(prob, QLX_NAMES_ROW, base_);
     if (name_status != 0) return name_status;
-    const int quadratic_status = send_quadratic(prob);
+    const int quadratic_status = hand_over_products(prob);
     if (quadratic_status != 0 || entries_.formulas.empty()) return quadratic_status;
     const int formula_status = add_coefficients(problem, entries_.formulas);
     if (formula_status == 0) ++problem->nl_cons;
     return formula_status;
 }
 
-void RowBatch::flush(Problem* problem) {
+void RowBatch::send(Problem* problem) {
     if (empty()) return;
-    bool added = false;
-    const int status = send(problem, &added);
-    if (status != 0) {
-        set_library_error(as_object(problem));
-        undo(problem, added);
-    } else {
-        for (size_t row = 0; row < types_.size(); ++row) {
-            put_to_sleep_if_alone(problem, base_ + static_cast<int>(row), side(row));
-        }
+    if (hand_over(problem) != 0) raise_library_error(as_object(problem));
+    for (size_t row = 0; row < types_.size(); ++row) {
+        put_to_sleep_if_alone(problem, base_ + static_cast<int>(row), side(row));
     }
-    entries_.clear();
-    names_.truncate(0);
-    drop_rows_from(0);
-    if (status != 0) throw PythonFailure();
+    clear();
 }
 
-void RowBatch::restore_pending_bodies(Problem* problem) const {
-    const int first = problem->constraints.size() - row_count();
-    for (int row = 0; row < row_count(); ++row) {
-        auto* constraint = reinterpret_cast<Constraint*>(problem->constraints[first + row]);
-        if (constraint->problem_slot != reinterpret_cast<uintptr_t>(problem)) continue;
-        const auto begin = static_cast<size_t>(starts_[static_cast<size_t>(row)]);
-        const auto end = static_cast<size_t>(starts_[static_cast<size_t>(row) + 1]);
-        constraint->body =
-            body_from_entries(problem, std::span(entries_.columns).subspan(begin, end - begin),
-                              std::span(entries_.coefficients).subspan(begin, end - begin))
-                .release();
-        constraint->problem_slot = 0;
-    }
+void RowBatch::fill_body_of(Expression* body, const Problem* problem, int row) const {
+    const auto position = static_cast<size_t>(row - base_);
+    const auto begin = static_cast<size_t>(starts_[position]);
+    const size_t count = static_cast<size_t>(starts_[position + 1]) - begin;
+    fill_body(body, problem, std::span(entries_.columns).subspan(begin, count),
+              std::span(entries_.coefficients).subspan(begin, count));
 }
 
-// Takes the batch's constraints out of the problem; the pending exception stays.
-void RowBatch::undo(Problem* problem, bool added) noexcept {
+void RowBatch::take_back(Problem* problem) noexcept {
+    if (empty()) return;
     const PendingException kept;
-    guarded([&] {
-        restore_pending_bodies(problem);
-        const int first = problem->constraints.size() - row_count();
-        for (int row = 0; row < row_count(); ++row) {
-            problem->con_index.erase_serial(
-                reinterpret_cast<Constraint*>(problem->constraints[first + row])->index);
-        }
-        const std::vector<int> rows = index_range(base_, row_count());
-        if (added) QLXdelrows(problem->prob, row_count(), rows.data());
-        problem->constraints.truncate(first);
-    });
+    const int count = row_count();
+    const int first = problem->constraints.size() - count;
+    for (int i = 0; i < count; ++i) {
+        auto* constraint = reinterpret_cast<Constraint*>(problem->constraints[first + i]);
+        guarded([&] { restore_body(problem, constraint); });
+        constraint->problem_slot = 0;
+        problem->con_index.erase_serial(constraint->index);
+    }
+    // One by one, so that no memory is needed.
+    for (int row = base_ + count; added_ && row-- > base_;) QLXdelrows(problem->prob, 1, &row);
+    clear();
+    problem->constraints.truncate(first);
 }
 
 }  // namespace quilex

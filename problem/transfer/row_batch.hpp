@@ -2,6 +2,7 @@
 #pragma once
 
 #include "model/constraint.hpp"
+#include "model/expression.hpp"
 #include "problem/transfer/name_batch.hpp"
 #include "problem/transfer/row_entries.hpp"
 #include "problem/transfer/row_side.hpp"
@@ -13,9 +14,15 @@ class RowBatch {
     // Checks a constraint, enters it in the problem's list and map and appends its row. Throws, and
     // then nothing has changed.
     void collect(Problem* problem, PyObject* object);
-    // Hands the rows to the library. Where that fails, takes their constraints out of the problem
-    // again and throws.
-    void flush(Problem* problem);
+    // Hands the rows to the library. Throws, and then they are still here: take_back is next.
+    void send(Problem* problem);
+    // Takes the constraints of rows that could not be sent out of the problem again, with their
+    // bodies. The pending exception stays.
+    void take_back(Problem* problem) noexcept;
+
+    // Whether a row of the problem is still here; fills a new body with its entries.
+    bool holds(int row) const noexcept { return row >= base_ && row - base_ < row_count(); }
+    void fill_body_of(Expression* body, const Problem* problem, int row) const;
 
     bool empty() const noexcept { return types_.empty(); }
     // Large enough to be sent: keeps the arrays in the cache and the memory small.
@@ -24,6 +31,15 @@ class RowBatch {
                entries_.formulas.token_count() >= kFullTokens;
     }
 
+    // See problem/transfer/append.hpp.
+    struct Mark {
+        size_t rows;
+        RowEntries::Mark entries;
+        NameBatch::Mark names;
+    };
+    Mark mark() const noexcept { return {types_.size(), entries_.mark(), names_.mark()}; }
+    void rewind(const Mark& mark) noexcept;
+
   private:
     static constexpr size_t kFullRows = 1024;
     static constexpr size_t kFullEntries = 65536;
@@ -31,14 +47,14 @@ class RowBatch {
 
     RowSide side(size_t row) const noexcept { return {types_[row], rhs_[row], ranges_[row]}; }
     int row_count() const noexcept { return static_cast<int>(types_.size()); }
-    void append_row(const Problem* problem, Constraint* constraint);
+    void append_row(const Problem* problem, Constraint* constraint, PyObject* body);
     void drop_rows_from(size_t row) noexcept;
-    int send(Problem* problem, bool* added) const;
-    int send_quadratic(QLXprob prob) const;
-    void undo(Problem* problem, bool added) noexcept;
-    void restore_pending_bodies(Problem* problem) const;
+    int hand_over(Problem* problem);
+    int hand_over_products(QLXprob prob) const;
+    void clear() noexcept;
 
-    int base_ = 0;  // index of the first pending row
+    int base_ = 0;        // index of the first pending row
+    bool added_ = false;  // the library has the rows, though perhaps not all that belongs to them
     RowEntries entries_;
     std::vector<char> types_;
     std::vector<double> rhs_;

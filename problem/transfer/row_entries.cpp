@@ -14,7 +14,6 @@ void RowEntries::begin_row(const Problem* problem, PyObject* constraint) noexcep
     constraint_ = constraint;
     row_start_ = columns.size();
     quadratic_start_ = first_columns.size();
-    formulas.begin_row();
     constant = 0.0;
     highest_ = -1;
     holes_ = 0;
@@ -134,14 +133,14 @@ void RowEntries::require_finite() const {
     raise_bad_value("the constant", constant, kHole);
 }
 
-void RowEntries::abandon_row() noexcept {
+void RowEntries::rewind(const Mark& mark) noexcept {
     reset_index();
-    columns.resize(row_start_);
-    coefficients.resize(row_start_);
-    first_columns.resize(quadratic_start_);
-    second_columns.resize(quadratic_start_);
-    quadratic_coefficients.resize(quadratic_start_);
-    formulas.abandon_row();
+    columns.resize(mark.entries);
+    coefficients.resize(mark.entries);
+    first_columns.resize(mark.products);
+    second_columns.resize(mark.products);
+    quadratic_coefficients.resize(mark.products);
+    formulas.rewind(mark.formulas);
 }
 
 void RowEntries::clear() noexcept {

@@ -32,9 +32,16 @@ class RowEntries {
 
     // Ends the row: refuses values that are infinite or not a number.
     void end_row();
-    // Drops the row under construction.
-    void abandon_row() noexcept;
     void clear() noexcept;
+
+    // See problem/transfer/append.hpp; between rows.
+    struct Mark {
+        size_t entries;
+        size_t products;
+        FormulaEntries::Mark formulas;
+    };
+    Mark mark() const noexcept { return {columns.size(), first_columns.size(), formulas.mark()}; }
+    void rewind(const Mark& mark) noexcept;
 
     size_t row_length() const noexcept { return columns.size() - row_start_; }
     size_t quadratic_length() const noexcept { return first_columns.size() - quadratic_start_; }

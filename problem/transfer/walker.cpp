@@ -1,6 +1,7 @@
 // The walk through nested arguments.
 #include "problem/transfer/walker.hpp"
 
+#include "model/containers.hpp"
 #include "module/numpy.hpp"
 #include "module/numpy_interface.hpp"
 
@@ -21,17 +22,13 @@ bool is_text(PyObject* object) noexcept {
     return PyUnicode_Check(object) || PyBytes_Check(object);
 }
 
-bool is_set_or_view(PyObject* object) noexcept {
-    return PyAnySet_Check(object) || PyDictViewSet_Check(object) || PyDictValues_Check(object);
-}
-
 }  // namespace
 
 bool ArgumentWalker::is_container(PyObject* object) noexcept {
     if (PyTuple_Check(object) || PyList_Check(object)) return true;
     if (is_text(object)) return false;
     return PySequence_Check(object) || PyDict_Check(object) || PyIter_Check(object) ||
-           is_set_or_view(object);
+           is_set_or_view(object) || offers_array(object);
 }
 
 void ArgumentWalker::visit(PyObject* object, int budget) {
@@ -52,6 +49,8 @@ void ArgumentWalker::visit(PyObject* object, int budget) {
     } else if (PyDict_Check(object)) {
         const Ref values = require(PyMapping_Values(object));
         visit_list(values.get(), budget - 1);
+    } else if (offers_array(object)) {
+        visit_array(offered_array(object).get(), budget - 1);
     } else if (PySequence_Check(object)) {
         visit_sequence(object, budget - 1);
     } else if (PyIter_Check(object) || is_set_or_view(object)) {

@@ -20,7 +20,7 @@ class ArgumentWalker {
     }
 
     // Whether the walk goes into the object: list, tuple, any other sequence but str and bytes,
-    // dict (its values), iterator, set or view of a dict.
+    // dict (its values), iterator, set or view of a dict, what offers an array of its contents.
     static bool is_container(PyObject* object) noexcept;
 
   protected:

@@ -351,7 +351,9 @@ TEST_F(NonlinearTest, CopiesKeepCoefficientsAndValues) {
         ASSERT_EQ(QLXcalcsolinfo(copy, wrong, nullptr, QLX_SOLINFO_RELPRIMALINFEAS, &infeasibility),
                   0);
         EXPECT_NEAR(infeasibility, 17.0 / 18, 1e-12);
-        if (!before) ASSERT_EQ(QSLPcreateprob(&above, copy), 0);
+        if (!before) {
+            ASSERT_EQ(QSLPcreateprob(&above, copy), 0);
+        }
         ASSERT_EQ(QSLPcopyprob(above, slp, ""), 0) << copy.error();
         double value = 0;
         ASSERT_EQ(QSLPevaluatecoef(above, 2, 3, &value), 0) << copy.error();

@@ -8,6 +8,7 @@
 #include "engine/check/safe_bound.hpp"
 #include "engine/lp/lp_kernel.hpp"
 #include "tests/engine/dyadic.hpp"
+#include "tests/engine/relaxation_support.hpp"
 #include "tests/engine/support.hpp"
 
 namespace {
@@ -208,12 +209,6 @@ class Enumeration {
     double rounded_ = 0;
 };
 
-struct NoEvents : qlx::KernelEvents {
-    bool stop() noexcept override { return false; }
-    void progress(const qlx::KernelProgress&) noexcept override {}
-    void solution(const double*, int) noexcept override {}
-};
-
 // The kernel's duals at what it calls optimal, or its multipliers at what it calls infeasible.
 struct KernelAnswer {
     qlx::KernelOutcome outcome;
@@ -243,7 +238,7 @@ KernelAnswer solve(const SmallProgram& program) {
     qlx::KernelOptions options;
     options.method = qlx::KernelMethod::kDualSimplex;
     options.presolve = false;
-    NoEvents events;
+    qlx::test::NoEvents events;
     const qlx::KernelResult result = kernel.solve(options, events);
     return {result.outcome, result.outcome == qlx::KernelOutcome::kInfeasible ? kernel.dual_ray()
                                                                               : kernel.row_dual()};

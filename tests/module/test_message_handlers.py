@@ -99,6 +99,32 @@ def test_a_failing_handler_is_heard_once(library, way):
     assert quilex.getversion()
 
 
+def test_a_failure_is_heard_by_its_own_problem_alone(library):
+    """On one of the library's threads the exception waits for the problem that sent the message."""
+    failing, other = quilex.problem(quilex.var(name="x")), quilex.problem()
+    senders = []
+
+    def handler(sender, data, thread, text, kind, number):
+        senders.append(sender)
+        if kind > 0 and "threads" in text:
+            raise ZeroDivisionError("in the handler")
+
+    quilex.addcbmsghandler(handler, None, 0)
+    failing.solve()
+    pointer = ctypes.c_void_p.from_address(id(senders[-1]) + object.__basicsize__)
+    failing.setControl("threads", 2)
+    dump_on_foreign_thread((library[0], pointer))
+    assert quilex.getversion()
+    other.addVariable(quilex.var())
+    other.solve()
+    with pytest.raises(ZeroDivisionError, match="in the handler"):
+        failing.solve()  # whatever its status
+    failing.solve()
+    dump_on_foreign_thread((library[0], pointer))
+    del failing  # what nobody can be told goes with the problem
+    assert quilex.getversion()
+
+
 def test_a_handler_that_fails_at_once():
     def handler(*arguments):
         raise LookupError

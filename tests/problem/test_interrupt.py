@@ -12,7 +12,7 @@ import quilex
 
 
 @pytest.fixture
-def send_interrupt():
+def send_interrupt(interruptible):
     """Sends this process SIGINT after some seconds, unless the test is over by then."""
     timers = []
 

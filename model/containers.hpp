@@ -1,0 +1,22 @@
+// What counts as a container of operands, wherever an argument may be one.
+#pragma once
+
+#include "module/failure.hpp"
+
+namespace quilex {
+
+// Sets and the views of dicts: they are iterated.
+bool is_set_or_view(PyObject* object) noexcept;
+
+// Whether an object that is none of Python's and numpy's own containers and scalars, and no
+// modelling object, knows how to be an array: a data frame, a series, a labelled array. Their
+// lengths and items may go by column or by label, so that they are never read as sequences.
+bool offers_array(PyObject* object) noexcept;
+
+// The array that such an object offers, as numpy.asarray makes it.
+Ref offered_array(PyObject* object);
+
+// The object itself, or the array that it offers.
+Ref array_if_offered(PyObject* object);
+
+}  // namespace quilex
