@@ -24,7 +24,7 @@ class PartialInteger final : public Construct {
         const double missing = std::max(0.0, limit - value);
         const double away = distance_to_integer(value);
         Violation violation;
-        violation.types = std::min(away, missing / std::max(1.0, std::fabs(limit)));
+        violation.types = std::min(away, missing / rounding_unit(limit));
         violation.share = std::min({2 * away, missing, 1.0});
         return violation;
     }

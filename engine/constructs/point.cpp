@@ -40,6 +40,10 @@ double distance_to_integer(double value) noexcept {
     return std::fabs(value - std::round(value));
 }
 
+double rounding_unit(double value) noexcept {
+    return std::max(1.0, 1e-6 * std::fabs(value));
+}
+
 double row_violation(Model& model, int row, const Point& point) {
     const Sides sides = model.sides(row);
     const double activity = point.activities[at(row)];

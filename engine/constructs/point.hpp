@@ -15,6 +15,8 @@ struct Point {
 // How far a value is outside an interval; infinite ends are +-1e20.
 [[nodiscard]] double outside(double value, double lower, double upper) noexcept;
 [[nodiscard]] double distance_to_integer(double value) noexcept;
+// What a distance from a number is measured by: 1, or what of the number is lost to rounding.
+[[nodiscard]] double rounding_unit(double value) noexcept;
 // Violation of a row's sides, relative to 1 + the magnitude of what was added up.
 [[nodiscard]] double row_violation(Model& model, int row, const Point& point);
 

@@ -51,8 +51,8 @@ class SemiContinuous final : public Construct {
             violation.types = std::fabs(value);
         } else if (range.is_choice()) {
             const double near = range.near();
-            const double missing = std::max(0.0, near > 0 ? near - value : value - near) /
-                                   std::max(1.0, std::fabs(near));
+            const double missing =
+                std::max(0.0, near > 0 ? near - value : value - near) / rounding_unit(near);
             violation.types = std::max(violation.types, std::min(missing, std::fabs(value)));
             violation.share = 2 * std::max(0.0, std::min(value / near, 1 - value / near));
         }

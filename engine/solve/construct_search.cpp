@@ -143,6 +143,7 @@ class Search final : public KernelWatch {
     // True when the point is one of the whole problem, whether or not it beats the cutoff.
     bool offer(const double* x) {
         if (problem_.stop_reason() == QLX_STOP_SOLLIMIT) return false;
+        if (!branches_at(x).empty()) return false;
         if (!take_integer_point(problem_, x)) return false;
         has_point_ = true;
         if (results_.solutions_found >= problem_.controls.sollimit)
@@ -225,10 +226,8 @@ class Search final : public KernelWatch {
     }
 
     std::optional<Node> take(Node node, const std::vector<double>& x) {
-        auto children = branches_at(x, problem_.controls.feastol);
-        // What is violated by little more than the tolerance may still pass.
-        const bool passed = offer(x.data());
-        if ((passed && children.empty()) || is_closed(node.bound)) {
+        auto children = branches_at(x.data());
+        if ((children.empty() && offer(x.data())) || is_closed(node.bound)) {
             close(node.bound);
             return std::nullopt;
         }
@@ -242,20 +241,21 @@ class Search final : public KernelWatch {
         return one.construct->branches(problem_.model, node_.model(), one.item, x);
     }
 
-    // Of the undecided construct that is violated most.
-    [[nodiscard]] std::vector<Branch> branches_at(const std::vector<double>& x, double tolerance) {
-        const std::vector<double> activities = row_activities(problem_.model, x.data());
+    // Of the undecided construct that is violated most. A relaxation violates it by more than
+    // rounding, not by a tolerance of the solver.
+    [[nodiscard]] std::vector<Branch> branches_at(const double* x) {
+        const std::vector<double> activities = row_activities(problem_.model, x);
         std::vector<std::pair<double, const ConstructItem*>> violated;
         for (const ConstructItem& one : items_) {
             const Violation violation =
-                one.construct->violation(problem_.model, one.item, {x.data(), activities});
-            if (std::max(violation.types, violation.rows) > tolerance)
+                one.construct->violation(problem_.model, one.item, {x, activities});
+            if (violation.types > 1e-9 || violation.rows > 1e-11)
                 violated.emplace_back(violation.share, &one);
         }
         std::stable_sort(violated.begin(), violated.end(),
                          [](const auto& a, const auto& b) { return a.first > b.first; });
         for (const auto& [share, one] : violated)
-            if (auto children = branches(*one, x.data()); !children.empty()) return children;
+            if (auto children = branches(*one, x); !children.empty()) return children;
         return {};
     }
 

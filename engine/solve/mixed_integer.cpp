@@ -256,6 +256,7 @@ int climb(Problem& problem, const SolveScope& scope, const KernelOptions& asked)
         const int status = run_once(problem, scope, kernel.get(), options);
         if (status >= 0) return status;
     }
+    problem.results.best_bound = kNoValue;  // no claim of a result that was rejected counts
     return -1;
 }
 

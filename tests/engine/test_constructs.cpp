@@ -175,8 +175,9 @@ bool contains(qlx::Model& stated, const qlx::Branch& branch, const qlx::Point& p
 
 void apply(const qlx::Model& stated, const qlx::Branch& branch, qlx::Model& node) {
     for (const auto& [col, lower, upper] : branch.bounds) {
-        node.set_lb(col, std::max(lower, node.lb()[static_cast<std::size_t>(col)]));
-        node.set_ub(col, std::min(upper, node.ub()[static_cast<std::size_t>(col)]));
+        const qlx::Sides own = node.relaxed_bounds(col);
+        node.set_lb(col, std::max(lower, own.lower));
+        node.set_ub(col, std::min(upper, own.upper));
     }
     for (const int row : branch.rows)
         node.set_row_type(row, stated.row_type()[static_cast<std::size_t>(row)], 0);
@@ -238,6 +239,49 @@ TEST(Constructs, BranchesPartWhatSatisfiesFromWhatDoesNot) {
     }
     EXPECT_GT(satisfied, 1000);
     EXPECT_GT(violated, 1000);
+}
+
+// With such coefficients times tolerances near 1, presolve takes switches for done that are not.
+TEST(Constructs, LargeBoundsLetNoSwitchSlip) {
+    for (const double upper : {5e5, 1e6, 2e6, 9.9e6, 1e9, 1e12, kInf}) {
+        SCOPED_TRACE(upper);
+        TestProblem indicators;
+        indicators.column(1, 0, upper);
+        indicators.column(-1, 0, 1, 'B');
+        indicators.column(-100, 0, 1, 'B');
+        indicators.row('L', 1, {0}, {1});
+        indicators.row('L', 0, {0, 2}, {1, 2});
+        const int rows[] = {0, 1};
+        const int switches[] = {2, 1};
+        const int complements[] = {-1, 1};
+        ASSERT_EQ(QLXsetindicators(indicators, 2, rows, switches, complements), 0);
+        ASSERT_EQ(QLXmipoptimize(indicators, ""), 0) << indicators.error();
+        EXPECT_EQ(indicators.integer("mipstatus"), QLX_MIP_OPTIMAL);
+        EXPECT_NEAR(indicators.real(QLX_ATTRIB_MIPOBJVAL), -100, 1e-6);
+        EXPECT_NEAR(indicators.real(2101), -100, 1e-3);
+
+        // Members 0 and 2 are no neighbours: one of them is 0.
+        TestProblem set;
+        for (const double cost : {-3.0, 0.0, -2.0}) set.column(cost, 0, upper);
+        set.row('L', 5, {0, 1}, {1, -1});
+        set.row('L', 4, {2}, {1});
+        set.row('L', 3, {1, 2}, {1, 1});
+        const std::int64_t start[] = {0, 3};
+        const int members[] = {0, 1, 2};
+        const double references[] = {1, 2, 3};
+        ASSERT_EQ(QLXaddsets64(set, 1, 3, "2", start, members, references), 0);
+        ASSERT_EQ(QLXmipoptimize(set, ""), 0) << set.error();
+        EXPECT_EQ(set.integer("mipstatus"), QLX_MIP_OPTIMAL);
+        EXPECT_NEAR(set.real(QLX_ATTRIB_MIPOBJVAL), -24, 1e-6);
+
+        TestProblem semi;
+        semi.column(1, 0, upper, 'R', 3);
+        semi.column(-1, 0, 1, 'B');
+        semi.row('G', 0, {0, 1}, {4, -1});  // y <= 4x
+        ASSERT_EQ(QLXmipoptimize(semi, ""), 0) << semi.error();
+        EXPECT_EQ(semi.integer("mipstatus"), QLX_MIP_OPTIMAL);
+        EXPECT_NEAR(semi.real(QLX_ATTRIB_MIPOBJVAL), 0, 1e-6);
+    }
 }
 
 }  // namespace
