@@ -1,8 +1,8 @@
 // Conversion between Python containers and the library's flat arrays, by element kind.
 #pragma once
 
-#include "bridge/allocator.hpp"
 #include "bridge/element_kinds.hpp"
+#include "module/allocator.hpp"
 #include "problem/problem.hpp"
 
 namespace quilex {

@@ -133,19 +133,6 @@ Ref add_columns(PyObject*, PyObject* arguments) {
     return none();
 }
 
-// _add_rows(problem, names, first, count).
-Ref add_rows(PyObject*, PyObject* arguments) {
-    PyObject* problem = nullptr;
-    PyObject* names = nullptr;
-    int first = 0;
-    int count = 0;
-    if (!PyArg_ParseTuple(arguments, "OOii", &problem, &names, &first, &count)) {
-        throw PythonFailure();
-    }
-    addRowsAsConstraints(problem_or_null(problem), names, first, count);
-    return none();
-}
-
 // _name_columns(problem, names, letters, first, count).
 Ref name_columns(PyObject*, PyObject* arguments) {
     PyObject* problem = nullptr;
@@ -169,7 +156,6 @@ PyMethodDef conversion_check_methods[] = {
     {"_convert", method<convert>, METH_VARARGS, nullptr},
     {"_index", method<index>, METH_VARARGS, nullptr},
     {"_add_columns", method<add_columns>, METH_VARARGS, nullptr},
-    {"_add_rows", method<add_rows>, METH_VARARGS, nullptr},
     {"_name_columns", method<name_columns>, METH_VARARGS, nullptr},
 #endif
     {nullptr, nullptr, 0, nullptr},

@@ -1,11 +1,10 @@
 // Comparisons of modelling objects, which make constraints.
 #include "model/constraint.hpp"
-#include "model/cumulative.hpp"
 #include "model/expression_object.hpp"
 #include "model/kind_rules.hpp"
+#include "model/numpy_comparisons.hpp"
 #include "model/operators.hpp"
 #include "module/numpy.hpp"
-#include "module/numpy_comparisons.hpp"
 #include "nonlinear/node.hpp"
 
 namespace quilex {

@@ -2,15 +2,15 @@
 #include "model/constraint.hpp"
 
 #include "model/constraint_arguments.hpp"
-#include "model/cumulative.hpp"
+#include "model/general_operations.hpp"
 #include "model/lazy_tracking.hpp"
+#include "model/numpy_model_ufuncs.hpp"
 #include "model/operators.hpp"
 #include "model/var.hpp"
 #include "module/boundary.hpp"
 #include "module/environment.hpp"
 #include "module/free_list.hpp"
 #include "module/live_counts.hpp"
-#include "module/numpy_model_ufuncs.hpp"
 #include "module/static_type.hpp"
 
 namespace quilex {

@@ -1,21 +1,9 @@
-// Sum and Prod, and the operations that work on operands of any kind.
+// Sum and Prod.
 #pragma once
 
 #include "model/operand.hpp"
 
 namespace quilex {
-
-// In all of these None as either operand is the neutral element of the accumulation.
-Ref general_iadd(PyObject* a, PyObject* b);
-Ref general_imul(PyObject* a, PyObject* b);
-Ref general_mul(PyObject* a, PyObject* b);
-Ref general_neg(PyObject* a);
-// s times a as a new object (a deep copy of expressions and nonlinear nodes).
-Ref general_copy(PyObject* a, double scale);
-
-Ref constant_add(PyObject* a, PyObject* b);
-Ref constant_mul(PyObject* a, PyObject* b);
-Ref constant_neg(PyObject* a);
 
 // The module functions (METH_FASTCALL).
 Ref quilexmod_Sum(PyObject* module, PyObject* const* arguments, Py_ssize_t count);

@@ -3,8 +3,8 @@
 
 #include <algorithm>
 
-#include "model/cumulative.hpp"
 #include "model/expression_object.hpp"
+#include "model/general_operations.hpp"
 #include "model/kind_rules.hpp"
 
 namespace quilex {

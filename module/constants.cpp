@@ -1,4 +1,4 @@
-// The module's 87 constants, in the order in which they are published.
+// The module's 89 constants, in the order in which they are published.
 #include "module/constants.hpp"
 
 #include <array>
@@ -80,6 +80,8 @@ constexpr std::array kConstants = std::to_array<ConstantRow>({
     {"stop_mipgap", kInteger, 5},
     {"stop_sollimit", kInteger, 6},
     {"stop_user", kInteger, 9},
+    {"stop_cutoff", kInteger, 10},
+    {"stop_numerics", kInteger, 11},
     // Types of parameter values.
     {"type_notdefined", kInteger, 0},
     {"type_int", kInteger, 1},
@@ -119,7 +121,7 @@ constexpr std::array kConstants = std::to_array<ConstantRow>({
     {"msset_knitro_extended", kInteger, 5},
     {nullptr, kInteger, 0},
 });
-static_assert(kConstants.size() == 87 + 1);
+static_assert(kConstants.size() == 89 + 1);
 
 }  // namespace
 

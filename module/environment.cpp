@@ -6,7 +6,6 @@
 
 #include "module/boundary.hpp"
 #include "module/library_error.hpp"
-#include "problem/parameters/controls.hpp"
 
 namespace quilex {
 
@@ -50,7 +49,7 @@ int turnQLXon(int force) noexcept {
     start_nonlinear_solver();
     QLXenablemessages(1);
     if (PyDict_GET_SIZE(qlx_py_env.attr_table) == 0 && !PyErr_Occurred() &&
-        ctrl_attr_fill_typeobj(1) != 0) {
+        qlx_py_env.fill_tables(1) != 0) {
         return -1;
     }
     // A nonlinear solver that did not start is told once: the library is on from here.

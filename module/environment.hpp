@@ -1,10 +1,20 @@
 // The one environment record, and the switching of the library.
 #pragma once
 
+#include <qlx/qlx.h>
+#include <qlx/qslp.h>
+
 #include "module/deferred_exceptions.hpp"
 #include "module/failure.hpp"
 
 namespace quilex {
+
+// The library's side of an object: what keeps the text of its last error. Null where it has none.
+struct LibraryHandles {
+    QLXbranchobject branch_object = nullptr;
+    QLXprob prob = nullptr;
+    QSLPprob nonlinear_prob = nullptr;
+};
 
 // All module-wide state. One static instance, guarded by the interpreter lock.
 struct Environment {
@@ -22,6 +32,10 @@ struct Environment {
     // What callbacks raised on threads that Python does not know, kept for the callers
     // (module/deferred_exceptions.hpp).
     DeferredExceptions deferred_exceptions;
+    // Fills the tables of controls and attributes once the library is on; nonzero with an exception
+    // set where that fails and `report` is not 0. Set at start-up, as is the handles' reader.
+    int (*fill_tables)(int report) noexcept = nullptr;
+    LibraryHandles (*handles_of)(PyObject* object) noexcept = nullptr;
 };
 
 extern Environment qlx_py_env;

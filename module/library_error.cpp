@@ -7,10 +7,8 @@
 #include <array>
 #include <cstring>
 
-#include "callbacks/branchobj.hpp"
 #include "module/environment.hpp"
 #include "module/pending_exception.hpp"
-#include "problem/problem.hpp"
 
 namespace quilex {
 
@@ -60,10 +58,7 @@ void raise_global_error(const char* message_of_failed_query) noexcept {
 
 // The library's handle of the problem that `object` is or belongs to; null for the environment.
 const void* library_handle(PyObject* object) noexcept {
-    if (object == nullptr) return nullptr;
-    if (is_branch_object(object)) object = reinterpret_cast<BranchObject*>(object)->problem;
-    if (object == nullptr || !is_problem(object)) return nullptr;
-    return reinterpret_cast<Problem*>(object)->prob;
+    return object == nullptr ? nullptr : qlx_py_env.handles_of(object).prob;
 }
 
 }  // namespace
@@ -83,18 +78,10 @@ void defer_pending_exception(const void* handle) noexcept {
 void set_library_error(PyObject* object) noexcept {
     if (callback_failed(object)) return;
     if (object == nullptr) return raise_global_error("Problem accessing Quilex environment");
-    if (is_problem(object)) {
-        const auto* problem = reinterpret_cast<Problem*>(object);
-        if (raise_error_of_problem(problem->prob)) return;
-        if (raise_error_of_nonlinear_problem(problem->slpprob)) return;
-    } else if (is_branch_object(object)) {
-        const auto* branch = reinterpret_cast<BranchObject*>(object);
-        if (raise_error_of_branch_object(branch->handle)) return;
-        if (branch->problem != nullptr &&
-            raise_error_of_problem(reinterpret_cast<Problem*>(branch->problem)->prob)) {
-            return;
-        }
-    }
+    const LibraryHandles handles = qlx_py_env.handles_of(object);
+    if (raise_error_of_branch_object(handles.branch_object)) return;
+    if (raise_error_of_problem(handles.prob)) return;
+    if (raise_error_of_nonlinear_problem(handles.nonlinear_prob)) return;
     raise_global_error("Problem in Quilex API reporting");
 }
 

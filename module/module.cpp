@@ -5,12 +5,14 @@
 #include "bridge/library_methods.hpp"
 #include "callbacks/branchobj.hpp"
 #include "callbacks/handles.hpp"
+#include "callbacks/message_handlers.hpp"
 #include "model/constraint.hpp"
 #include "model/cumulative.hpp"
 #include "model/dot.hpp"
 #include "model/expression.hpp"
 #include "model/inspection.hpp"
 #include "model/linterm.hpp"
+#include "model/numpy_comparisons.hpp"
 #include "model/quadterm.hpp"
 #include "model/sos.hpp"
 #include "model/var.hpp"
@@ -18,16 +20,14 @@
 #include "module/boundary.hpp"
 #include "module/constants.hpp"
 #include "module/environment.hpp"
-#include "module/message_handlers.hpp"
-#include "module/numpy_comparisons.hpp"
 #include "module/numpy_interface.hpp"
 #include "module/pending_exception.hpp"
 #include "module/settings.hpp"
-#include "nonlinear/formula_inspection.hpp"
 #include "nonlinear/functions.hpp"
 #include "nonlinear/node.hpp"
 #include "problem/parameters/controls.hpp"
 #include "problem/problem.hpp"
+#include "problem/transfer/formula_inspection.hpp"
 
 namespace quilex {
 
@@ -152,7 +152,20 @@ void ready_types() {
     }
 }
 
+LibraryHandles handles_of(PyObject* object) noexcept {
+    if (is_problem(object)) {
+        const auto* problem = reinterpret_cast<Problem*>(object);
+        return {nullptr, problem->prob, problem->slpprob};
+    }
+    if (!is_branch_object(object)) return {};
+    const auto* branch = reinterpret_cast<BranchObject*>(object);
+    const auto* problem = reinterpret_cast<Problem*>(branch->problem);
+    return {branch->handle, problem == nullptr ? nullptr : problem->prob, nullptr};
+}
+
 void create_environment() {
+    qlx_py_env.fill_tables = ctrl_attr_fill_typeobj;
+    qlx_py_env.handles_of = handles_of;
     qlx_py_env.var_counter = 1;
     qlx_py_env.con_counter = 1;
     qlx_py_env.sos_counter = 1;

@@ -3,7 +3,7 @@
 
 #include <cstring>
 
-#include "bridge/allocator.hpp"
+#include "module/allocator.hpp"
 #include "module/references.hpp"
 
 namespace quilex {

@@ -1,5 +1,5 @@
 // Differences, products, quotients and powers with nonlinear operands.
-#include "model/cumulative.hpp"
+#include "model/general_operations.hpp"
 #include "nonlinear/node_internal.hpp"
 
 namespace quilex {

@@ -1,5 +1,5 @@
 // Deep copies of expression trees, scaled. Without recursion: trees may be deeper than the C stack.
-#include "model/cumulative.hpp"
+#include "model/general_operations.hpp"
 #include "nonlinear/shared_operands.hpp"
 
 namespace quilex {

@@ -3,8 +3,8 @@
 // A sum's list holds nonlinear nodes and at most one simple part (anything but a node), among the
 // last three items; what is added later and is simple merges with it, so that a sum of n terms
 // made in a loop costs time proportional to n.
-#include "model/cumulative.hpp"
 #include "model/expression.hpp"
+#include "model/general_operations.hpp"
 #include "model/linterm.hpp"
 #include "model/quadterm.hpp"
 #include "nonlinear/shared_operands.hpp"

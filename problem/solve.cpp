@@ -1,5 +1,5 @@
 // solve, the objective value and the status.
-#include "bridge/allocator.hpp"
+#include "module/allocator.hpp"
 #include "module/boundary.hpp"
 #include "module/interpreter_lock.hpp"
 #include "module/library_error.hpp"

@@ -7,7 +7,6 @@ import numpy as np
 from numpy.typing import NDArray
 from typing_extensions import Self, disjoint_base
 
-__all__: list[str]
 __version__: str
 
 _Number: TypeAlias = int | float | np.intc | np.int_ | np.float32 | np.float64
@@ -314,6 +313,7 @@ class problem:
     def calcreducedcosts(
         self, duals: _Array | None, solution: _Array | None, calculateddjs: list[Any] | None
     ) -> None: ...
+    def calcslacks(self, solution: _Array, calculatedslacks: list[Any]) -> None: ...
     def calcsolinfo(self, solution: _Array, dual: _Array, property: int) -> float: ...
     def fixglobals(self, ifround: bool) -> None: ...
     def getlpsol(
@@ -341,7 +341,6 @@ class branchobj:
     ) -> None: ...
 
 @final
-@disjoint_base
 class poolcut:
     """A cut of the cut pool, as callbacks get it."""
 
@@ -435,6 +434,8 @@ stop_iterlimit: int
 stop_mipgap: int
 stop_sollimit: int
 stop_user: int
+stop_cutoff: int
+stop_numerics: int
 type_notdefined: int
 type_int: int
 type_int64: int

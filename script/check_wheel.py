@@ -74,6 +74,10 @@ def check_contents(names: list[str]) -> None:
         short = pathlib.PurePath(name).name
         named = short in (SITE / notice).read_text() or short.startswith("HiGHS-")
         check(named, f"NOTICE does not say what {short} is for")
+    check(
+        not any(name.startswith("quilex.libs/") for name in names),
+        "libraries from outside were copied into the wheel",
+    )
     stray = [
         name for name in names if pathlib.PurePath(name).suffix in (".h", ".hpp", ".cpp", ".a")
     ]

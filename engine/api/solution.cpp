@@ -19,21 +19,21 @@ void give(const std::vector<double>& values, double* out) {
 }
 
 const Solution& lp_solution(Problem& p) {
-    if (!p.results.lp.valid)
+    if (p.results.lp.empty())
         fail(QLX_ERROR_STATE, p.results.lp_status == QLX_LP_UNSTARTED
                                   ? "there is no solution: the problem has not been solved"
                                   : "there is no solution: the last solve found none");
     extend_results(p.results, p.model);
-    return p.results.lp;
+    return *p.results.lp.view();
 }
 
 const Solution& mip_solution(Problem& p) {
-    if (!p.results.mip.valid)
+    if (p.results.mip.empty())
         fail(QLX_ERROR_STATE, p.results.mip_status == QLX_MIP_NOT_LOADED
                                   ? "there is no integer solution: the problem has not been solved"
                                   : "there is no integer solution: the last solve found none");
     extend_results(p.results, p.model);
-    return p.results.mip;
+    return *p.results.mip.view();
 }
 
 void refuse_nonlinear_gradients(const Model& model) {
@@ -166,8 +166,7 @@ int QLXcalcsolinfo(QLXprob prob, const double* solution, const double* duals, in
                 *value = absolute_primal_infeasibility(p.model, solution);
                 return;
             case QLX_SOLINFO_RELPRIMALINFEAS:
-                *value = check_point(p.model, solution, row_activities(p.model, solution), false,
-                                     p.controls.inttol)
+                *value = check_point(p.model, solution, row_activities(p.model, solution), false)
                              .feasibility();
                 return;
             case QLX_SOLINFO_ABSDUALINFEAS:
@@ -177,9 +176,8 @@ int QLXcalcsolinfo(QLXprob prob, const double* solution, const double* duals, in
                 if (property == QLX_SOLINFO_RELDUALINFEAS) *value /= 1 + largest_cost(p.model);
                 return;
             case QLX_SOLINFO_MAXMIPFRACTIONAL:
-                *value = check_point(p.model, solution, row_activities(p.model, solution), true,
-                                     p.controls.inttol)
-                             .types;
+                *value =
+                    check_point(p.model, solution, row_activities(p.model, solution), true).types;
                 return;
             default:
                 fail(QLX_ERROR_ARGUMENT, "property is ", property, ", must be 0 .. 4");

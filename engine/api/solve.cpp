@@ -37,11 +37,12 @@ int QLXmipoptimize(QLXprob prob, const char* flags) {
 
 int QLXfixglobals(QLXprob prob, int ifround) {
     return change(prob, "QLXfixglobals", [&](Problem& p) {
-        if (!p.results.mip.valid) fail(QLX_ERROR_STATE, "there is no integer solution");
+        const auto best = p.results.mip.get();
+        if (best == nullptr) fail(QLX_ERROR_STATE, "there is no integer solution");
         const std::vector<char> flags = global_columns(p.model);
-        for (std::size_t col = 0; col < flags.size() && col < p.results.mip.x.size(); ++col) {
+        for (std::size_t col = 0; col < flags.size() && col < best->x.size(); ++col) {
             if (flags[col] == 0) continue;
-            const double value = p.results.mip.x[col];
+            const double value = best->x[col];
             const double fixed =
                 ifround != 0 && p.model.col_type()[col] != 'C' && p.model.col_type()[col] != 'S'
                     ? std::round(value)

@@ -56,7 +56,7 @@ double objective_value(const Model& model, const double* x) {
 }
 
 PointCheck check_point(Model& model, const double* x, const std::vector<double>& activities,
-                       bool integral, double) {
+                       bool integral) {
     const Point point{x, activities};
     PointCheck check;
     check.bounds = bound_violation(model, x);

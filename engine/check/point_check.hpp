@@ -7,11 +7,12 @@
 
 namespace qlx {
 
-// Largest violations of a point. Those of rows and bounds are relative to 1 + the magnitude of what
-// was added up, those of types are distances.
+// Largest violations of a point. Those of rows and bounds are relative to the magnitude of what was
+// added up and of the side, where that is above 1; those of types are distances.
 struct PointCheck {
     double bounds = 0;
-    double rows = 0;   // linear and quadratic, indicator rows only where they are active
+    double rows = 0;   // linear and quadratic, indicator rows only where they are active: where the
+                       // switch is nearer to its active value than to the other one
     double types = 0;  // integer, semi-continuous and partial integer columns, sets
     [[nodiscard]] double feasibility() const noexcept { return bounds > rows ? bounds : rows; }
 };
@@ -23,7 +24,6 @@ struct PointCheck {
 // indicator rows are left out and semi-continuous columns may take any value between 0 and their
 // bounds.
 [[nodiscard]] PointCheck check_point(Model& model, const double* x,
-                                     const std::vector<double>& activities, bool integral,
-                                     double integrality_tolerance);
+                                     const std::vector<double>& activities, bool integral);
 
 }  // namespace qlx

@@ -10,9 +10,10 @@ namespace qlx {
 
 namespace {
 
-// The largest magnitude of a row's terms at a point, at least 1: what a violation is measured by.
-double row_magnitude(Model& model, int row, const double* x) {
-    double magnitude = 1;
+// The largest magnitude of a row's terms at a point and of the side that it breaks, at least 1:
+// what a violation is measured by.
+double row_magnitude(Model& model, int row, const double* x, double side) {
+    double magnitude = std::max(1.0, std::fabs(side));
     const auto columns = model.matrix().row_columns(row);
     const auto values = model.matrix().row_values(row);
     for (std::size_t k = 0; k < columns.size(); ++k)
@@ -50,7 +51,9 @@ double row_violation(Model& model, int row, const Point& point) {
     // A formula without a value keeps no side.
     if (std::isnan(activity)) return model.row_type()[at(row)] != 'N' ? kInfinity : 0;
     const double away = outside(activity, sides.lower, sides.upper);
-    return away > 0 ? away / row_magnitude(model, row, point.x) : 0;
+    if (away <= 0) return 0;
+    const double broken = activity < sides.lower ? sides.lower : sides.upper;
+    return away / row_magnitude(model, row, point.x, broken);
 }
 
 }  // namespace qlx

@@ -35,9 +35,10 @@ std::int64_t quadratic_elements(Problem& p) {
 // Relative gap between bound and solution, 0 when there is nothing to compare.
 double relative_gap(Problem& p) {
     const Results& r = p.results;
-    if (!r.mip.valid || !std::isfinite(r.best_bound)) return kInfinity;
-    const double gap = std::fabs(r.mip.objective - r.best_bound);
-    return gap == 0 ? 0 : gap / std::max(std::fabs(r.mip.objective), 1e-10);
+    const double objective = r.mip.objective();
+    if (!std::isfinite(objective) || !std::isfinite(r.best_bound)) return kInfinity;
+    const double gap = std::fabs(objective - r.best_bound);
+    return gap == 0 ? 0 : gap / std::max(std::fabs(objective), 1e-10);
 }
 
 // clang-format off
@@ -82,7 +83,8 @@ constexpr AttributeRow kTable[] = {
     INTEGER(1306, "objsense", "1 minimise, -1 maximise", p.model.sense()),
     INTEGER(1307, "stopstatus",
             "Why the last solve stopped early: 0 it did not, 1 time limit, 2 interrupt from the keyboard, "
-            "3 node limit, 4 iteration limit, 5 gap, 6 solution limit, 9 the user", p.results.stop_status),
+            "3 node limit, 4 iteration limit, 5 gap, 6 solution limit, 9 the user, 10 nothing is better "
+            "than the cutoff, 11 no result stood the check", p.results.stop_status),
     INTEGER(1308, "simplexiter", "Simplex iterations of the last solve", p.results.simplex_iterations),
     INTEGER(1309, "bariter", "Interior point iterations of the last solve", p.results.barrier_iterations),
     INTEGER(1310, "firstorderiter", "First-order iterations of the last solve",
@@ -91,17 +93,17 @@ constexpr AttributeRow kTable[] = {
     INTEGER(1312, "mipsols", "Integer solutions found by the last tree search", p.results.solutions_found),
     INTEGER(1313, "errorcode", "Code of the last refused call", p.error_code()),
     REAL(QLX_ATTRIB_LPOBJVAL, "lpobjval", "Objective value of the last LP solution; not a number when none",
-         p.results.lp.objective),
+         p.results.lp.objective()),
     REAL(QLX_ATTRIB_MIPOBJVAL, "mipobjval", "Objective value of the best integer solution; not a number "
-         "when none", p.results.mip.objective),
+         "when none", p.results.mip.objective()),
     REAL(2101, "bestbound", "Bound on the objective value that the last tree search proved; not a number "
          "when none", p.results.best_bound),
     REAL(2102, "mipgap", "Relative gap between the best integer solution and the bound; 1e20 when open",
          relative_gap(p)),
     REAL(2103, "objconstant", "Constant of the objective", p.model.constant()),
     REAL(2104, "time", "Seconds that the last solve took", p.results.seconds),
-    REAL(2105, "maxprimalinfeas", "Largest violation of a bound or row by the last point found",
-         p.results.primal_infeasibility),
+    REAL(2105, "maxprimalinfeas", "Largest violation of a bound or row by the solution that is held; 0 without one",
+         p.results.primal_infeasibility()),
     TEXT(3001, "probname", "The problem's name", p.model.name()),
     NONLINEAR_INTEGER(QSLP_ATTRIB_ROWS, "nlprows", "Rows", p.model.num_rows()),
     NONLINEAR_INTEGER(QSLP_ATTRIB_COLS, "nlpcols", "Columns", p.model.num_cols()),

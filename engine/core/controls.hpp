@@ -36,6 +36,8 @@ namespace qlx {
             "Improving integer solutions after which a tree search is told to stop; a few more may come in") \
     INTEGER(kProblem, 8013, outputlog, 0, 0, 1, "engine/core/messages.cpp", \
             "Messages on the console: 1 yes, 0 no; callbacks and log files get them anyway") \
+    INTEGER(kProblem, 8014, logtimes, 0, 0, 1, "engine/core/messages.cpp", \
+            "Lines of log files begin with date and time: 1 yes, 0 no") \
     INTEGER(kProblem, 8035, loadlog, 0, 0, 1, "engine/api/load.cpp", \
             "A line about each model that is loaded: 1 yes, 0 no") \
     REAL(kProblem, 7001, timelimit, 1e20, 0, 1e20, "engine/solve/kernel_options.cpp", \

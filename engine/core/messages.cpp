@@ -1,6 +1,7 @@
 // Sending messages to callbacks, handlers, log files and the console.
 #include "engine/core/messages.hpp"
 
+#include <ctime>
 #include <string>
 
 #include "engine/base/errors.hpp"
@@ -9,6 +10,19 @@
 #include "engine/core/problem.hpp"
 
 namespace qlx {
+
+namespace {
+
+// Local date and time, as a line of a log file begins with them.
+std::string time_stamp() {
+    const std::time_t now = std::time(nullptr);
+    std::tm parts{};
+    localtime_r(&now, &parts);
+    char text[32];
+    return {text, std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S ", &parts)};
+}
+
+}  // namespace
 
 void Messages::set_log_file(const char* filename) {
     if (filename == nullptr || *filename == '\0') {
@@ -40,7 +54,8 @@ void Messages::send(Problem& problem, int type, int number, std::string_view tex
         if (environment().broadcast(&problem, line, type, number)) problem.interrupt(QLX_STOP_USER);
     }
     if (file_ != nullptr) {
-        std::fprintf(file_.get(), "%s\n", line.c_str());
+        const std::string stamp = problem.controls.logtimes != 0 ? time_stamp() : "";
+        std::fprintf(file_.get(), "%s%s\n", stamp.c_str(), line.c_str());
         std::fflush(file_.get());
     }
     if (problem.controls.outputlog != 0) {

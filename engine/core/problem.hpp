@@ -17,7 +17,6 @@
 #include "engine/data/model.hpp"
 
 namespace qlx {
-class KernelEvents;
 class LiveModel;
 }  // namespace qlx
 
@@ -44,7 +43,6 @@ struct qlx_problem {
     [[nodiscard]] int stop_reason() const noexcept {
         return stop_reason_.load(std::memory_order_relaxed);
     }
-    [[nodiscard]] const std::atomic<int>& stop_flag() const noexcept { return stop_reason_; }
     void clear_stop_reason() noexcept { stop_reason_.store(0, std::memory_order_relaxed); }
     void send(int type, int number, std::string_view text) {
         messages.send(*this, type, number, text);
@@ -64,8 +62,6 @@ struct qlx_problem {
     qlx::Messages messages;
     qlx::InterruptCheck interrupt_check;
     qlx::IndexStamps index_stamps;  // kept, so that checking a row costs no pass over all columns
-    // Of the search that this problem is a node of, not owned; it takes this one's events.
-    qlx::KernelEvents* outer = nullptr;
     qlx::NonlinearProblem* nonlinear = nullptr;  // the one built on this problem, not owned
 
   private:

@@ -3,6 +3,8 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <memory>
+#include <utility>
 
 #include "engine/check/point_check.hpp"
 
@@ -17,7 +19,7 @@ void compress(std::vector<double>& values, const std::vector<int>& new_index) {
     values.resize(kept);
 }
 
-void extend(Solution& solution, Model& model) {
+Solution extended(Solution solution, Model& model) {
     const auto cols = model.lb().size();
     const auto rows = model.rhs().size();
     for (std::size_t col = solution.x.size(); col < cols; ++col)
@@ -29,27 +31,47 @@ void extend(Solution& solution, Model& model) {
     }
     solution.dual.resize(rows, 0.0);
     solution.dj.resize(cols, 0.0);
+    return solution;
+}
+
+template <class Edit>
+void edit(SolutionSlot& slot, const Edit& change) {
+    const auto held = slot.get();
+    if (held == nullptr) return;
+    Solution copy = *held;
+    change(copy);
+    slot.replace(std::make_shared<const Solution>(std::move(copy)));
+}
+
+void extend(SolutionSlot& slot, Model& model) {
+    const auto held = slot.get();
+    if (held == nullptr ||
+        (held->x.size() == model.lb().size() && held->slack.size() == model.rhs().size()))
+        return;
+    slot.replace(std::make_shared<const Solution>(extended(*held, model)));
 }
 
 }  // namespace
 
 void delete_rows_from_results(Results& results, const std::vector<int>& new_index) {
-    for (Solution* solution : {&results.lp, &results.mip}) {
-        compress(solution->slack, new_index);
-        compress(solution->dual, new_index);
-    }
+    for (SolutionSlot* slot : {&results.lp, &results.mip})
+        edit(*slot, [&](Solution& solution) {
+            compress(solution.slack, new_index);
+            compress(solution.dual, new_index);
+        });
 }
 
 void delete_columns_from_results(Results& results, const std::vector<int>& new_index) {
-    for (Solution* solution : {&results.lp, &results.mip}) {
-        compress(solution->x, new_index);
-        compress(solution->dj, new_index);
-    }
+    for (SolutionSlot* slot : {&results.lp, &results.mip})
+        edit(*slot, [&](Solution& solution) {
+            compress(solution.x, new_index);
+            compress(solution.dj, new_index);
+        });
 }
 
 void extend_results(Results& results, Model& model) {
-    if (results.lp.valid) extend(results.lp, model);
-    if (results.mip.valid) extend(results.mip, model);
+    extend(results.lp, model);
+    extend(results.mip, model);
 }
 
 }  // namespace qlx

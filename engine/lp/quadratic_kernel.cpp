@@ -69,29 +69,27 @@ quad::KernelClaim claim_of(HighsModelStatus status) {
 // The rule as events of a run.
 class RuleEvents final : public KernelEvents {
   public:
-    explicit RuleEvents(const quad::StopRule& rule) : rule_(rule) {}
+    explicit RuleEvents(const StopRule& rule) : rule_(rule) {}
     bool stop() noexcept override { return rule_.stop(); }
     void progress(const KernelProgress&) noexcept override {}
     void solution(const double*, int) noexcept override {}
 
   private:
-    const quad::StopRule& rule_;
+    const StopRule& rule_;
 };
 
 }  // namespace
 
-quad::KernelAnswer solve_large_quadratic(const quad::QuadraticModel& model,
-                                         const quad::StopRule& rule, int iterations, int threads) {
+quad::KernelAnswer solve_large_quadratic(const quad::QuadraticModel& model, const StopRule& rule,
+                                         int iterations, int threads) {
     const std::shared_ptr<HighsSession> session = HighsSession::make();
     session->set("solver", "hipo");
     session->set("run_crossover", "off");
     session->set("small_matrix_value", 1e-12);
     session->set("ipm_iteration_limit", HighsInt{iterations});
     RunLimits limits{threads, 1e20, true};
-    if (rule.deadline) {
-        const std::chrono::duration<double> left =
-            *rule.deadline - std::chrono::steady_clock::now();
-        limits.seconds = std::max(left.count(), 1e-3);
+    if (rule.has_deadline()) {
+        limits.seconds = std::max(rule.seconds_left(), 1e-3);
         session->set("time_limit", limits.seconds);
     }
     HighsModel whole;

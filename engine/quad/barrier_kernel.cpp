@@ -9,8 +9,7 @@ namespace qlx::quad {
 nlp::LocalOptions barrier_options(const StopRule& rule, int iterations) {
     nlp::LocalOptions options;
     options.iteration_limit = iterations;
-    options.deadline = rule.deadline;
-    options.stop = [rule] { return rule.stop(); };
+    options.stop = rule;
     return options;
 }
 

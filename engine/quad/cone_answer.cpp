@@ -8,8 +8,6 @@
 
 namespace qlx::quad {
 
-namespace {}  // namespace
-
 // out += factor * the gradient of quadratic row k at the result's point.
 void AnswerWriter::add_gradient(std::size_t k, double factor, std::vector<double>& out) const {
     if (factor == 0.0) return;
@@ -48,7 +46,7 @@ void AnswerWriter::report(const Attempt& best) {
             presolve_.program().rows[r].sign * best.row_dual[r];
     }
     Evaluation evaluation = evaluate(presolve_.model(), result_.x, result_.row_dual, normals);
-    add_conditions(best.rows, evaluation.objective, evaluation.residuals);
+    add_conditions(best.rows, evaluation.objective_size, evaluation.residuals);
     take_evaluation(std::move(evaluation), control_, result_);
 }
 

@@ -35,9 +35,11 @@ ConeScaling no_scaling(const ConeProgram& program) {
 
 }  // namespace
 
-void add_conditions(const std::vector<RowState>& rows, double objective, KktResiduals& residuals) {
+void add_conditions(const std::vector<RowState>& rows, double objective_size,
+                    KktResiduals& residuals) {
     for (const RowState& row : rows) {
-        add_condition(row.dual, 0.0, row.value, -kInfiniteBound, row.upper, objective, residuals);
+        add_condition({row.dual, 0.0, row.value, 0.0, -kInfiniteBound, row.upper}, objective_size,
+                      residuals);
     }
 }
 
@@ -78,7 +80,7 @@ Attempt attempt(const ConeProgram& program, const Rung& rung, int iterations,
         out.row_dual.push_back(seminorm ? quadratic_dual(row, own_dual, out.x) : own_dual);
     }
     out.evaluation = evaluate(program.model, out.x, out.y, out.normals);
-    add_conditions(out.rows, out.evaluation.objective, out.evaluation.residuals);
+    add_conditions(out.rows, out.evaluation.objective_size, out.evaluation.residuals);
     return out;
 }
 

@@ -37,6 +37,7 @@ struct Rung {
 
 Attempt attempt(const ConeProgram& program, const Rung& rung, int iterations, const StopRule& rule);
 
-void add_conditions(const std::vector<RowState>& rows, double objective, KktResiduals& residuals);
+void add_conditions(const std::vector<RowState>& rows, double objective_size,
+                    KktResiduals& residuals);
 
 }  // namespace qlx::quad

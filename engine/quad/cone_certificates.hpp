@@ -1,16 +1,25 @@
-// Proofs of infeasibility and unboundedness for programs with ellipsoids and cones.
+// Auxiliary programs behind the proofs for programs with ellipsoids and cones.
 #pragma once
 
+#include <span>
+
 #include "engine/quad/barrier_problem.hpp"
+#include "engine/quad/certificates.hpp"
 
 namespace qlx::quad {
 
-// The program of least squares of the violations: its columns are the program's and one elastic
-// column a row, first those of the linear rows.
-ConeProgram least_violation(const ConeProgram& program);
+// Phase one: the program's columns, those of its linear rows' violations and one for the violation
+// of every convex row; the cost is their sum.
+ConeProgram elastic_cone_program(const ConeProgram& program);
 
-// The program of directions d that every bound, row and cone admits, that no Hessian sees, within
-// the unit box, along which the cost falls most.
-ConeProgram recession(const ConeProgram& program);
+// Linear rows that all points of the program meet: the tangents of its convex rows at a point.
+void add_tangents(const ConeProgram& program, std::span<const double> x, QuadraticModel& outer);
+
+// The directions that every bound, row and cone admits, within the unit box, that no Hessian sees;
+// cones are made narrower by the factor, so that what the barrier method finds lies inside.
+ConeProgram recession_cone_program(const ConeProgram& program,
+                                   const RecessionConditions& conditions, double narrower);
+// Whether all cones of the program admit the direction.
+bool meets_cones(const ConeProgram& program, std::span<const double> direction);
 
 }  // namespace qlx::quad

@@ -8,8 +8,6 @@
 
 namespace qlx::quad {
 
-namespace {}  // namespace
-
 ConePresolve::ConePresolve(const ConvexProgram& source)
     : source_(source),
       is_settled_(source.quadratic_rows.size(), false),

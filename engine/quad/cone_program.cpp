@@ -9,7 +9,7 @@
 #include "engine/base/index.hpp"
 #include "engine/nlp/interior/interior_point_solver.hpp"
 #include "engine/quad/cone_answer.hpp"
-#include "engine/quad/cone_certificates.hpp"
+#include "engine/quad/cone_diagnosis.hpp"
 #include "engine/quad/cone_presolve.hpp"
 #include "engine/quad/curvature.hpp"
 #include "engine/quad/ladder.hpp"
@@ -26,9 +26,6 @@ constexpr std::size_t kWideCone = 300;
 // A program whose sizes differ by this much is solved in units of its own first.
 constexpr double kWideSpread = 1e3;
 constexpr double kSharpTolerance = 1e-13;
-// The proofs below want an optimum this sharp, and a direction this good.
-constexpr double kRayTolerance = 1e-7;
-constexpr double kRayFall = 1e-4;
 
 class ConeSolver {
   public:
@@ -42,9 +39,7 @@ class ConeSolver {
     bool try_rung(const Rung& rung);
     bool climb();
     bool diagnose();
-    bool is_proven_infeasible(const ConeScaling* scaling, std::vector<double>& feasible_point);
-    ModelPlace worst_row(std::span<const double> x, double& worst) const;
-    bool is_proven_unbounded(const ConeScaling* scaling);
+    ModelPlace place_of(int row) const;
     void solve_with_cones();
     std::vector<double> whole_ray(std::span<const double> ray) const;
     const ConeProgram& program() const noexcept { return presolve_.program(); }
@@ -127,78 +122,18 @@ bool ConeSolver::climb() {
     return spent;
 }
 
-// The row with the largest violation, in the units of the program.
-ModelPlace ConeSolver::worst_row(std::span<const double> x, double& worst) const {
-    BarrierProblem problem(program(), kSmoothing);
-    const std::size_t linear = program().model.row_lower.size();
-    std::vector<double> activity(linear + program().rows.size());
-    problem.rows(x, activity);
-    std::size_t place = 0;
-    for (std::size_t i = 0; i < activity.size(); ++i) {
-        KktResiduals violation;
-        add_condition(0.0, 0.0, activity[i], problem.bounds().row_lower[i],
-                      problem.bounds().row_upper[i], 0.0, violation);
-        if (violation.primal > worst) {
-            worst = violation.primal;
-            place = i;
-        }
-    }
-    if (place >= linear) return {-1, presolve_.convex_source()[place - linear], -1, -1};
-    return presolve_.source_place({presolve_.reduction().kept_rows()[place], -1, -1, -1});
-}
-
-bool ConeSolver::is_proven_infeasible(const ConeScaling* scaling,
-                                      std::vector<double>& feasible_point) {
-    const ConeProgram posed = scaling != nullptr ? scaling->apply(program()) : program();
-    const Attempt least =
-        attempt(least_violation(posed), {nullptr, kSmoothing}, iterations_left(), control_.stop);
-    result_.iterations += least.iterations;
-    if (least.x.empty()) return false;
-    const std::size_t columns = program().model.cost.size();
-    std::vector<double> x(least.x.begin(), least.x.begin() + static_cast<std::ptrdiff_t>(columns));
-    for (std::size_t j = 0; scaling != nullptr && j < columns; ++j) x[j] *= scaling->column[j];
-    double worst = 0.0;
-    const ModelPlace place = worst_row(x, worst);
-    if (worst <= control_.feasibility_tolerance) {
-        feasible_point = std::move(x);
-        return false;
-    }
-    const bool feasible_least = least.evaluation.residuals.primal <= control_.feasibility_tolerance;
-    // The duality gap of a convex optimum bounds the least violation away from zero.
-    const double gap =
-        least.evaluation.residuals.complementarity * (1.0 + least.evaluation.objective);
-    const bool sharp = feasible_least &&
-                       least.evaluation.residuals.dual <= control_.optimality_tolerance &&
-                       gap < 0.5 * least.evaluation.objective;
-    if (sharp) result_.place = place;
-    return sharp;
-}
-
 std::vector<double> ConeSolver::whole_ray(std::span<const double> ray) const {
+    if (ray.empty()) return {};
     std::vector<double> out(source_.cost.size(), 0.0);
     const std::vector<int>& kept = presolve_.reduction().kept_columns();
     for (std::size_t c = 0; c < kept.size(); ++c) out[at(kept[c])] = ray[c];
     return out;
 }
 
-bool ConeSolver::is_proven_unbounded(const ConeScaling* scaling) {
-    const ConeProgram rays = recession(scaling != nullptr ? scaling->apply(program()) : program());
-    if (std::all_of(rays.model.cost.begin(), rays.model.cost.end(),
-                    [](double c) { return c == 0.0; })) {
-        return false;
-    }
-    Attempt steepest = attempt(rays, {nullptr, kSmoothing}, iterations_left(), control_.stop);
-    result_.iterations += steepest.iterations;
-    if (steepest.x.empty() || !meets(steepest.evaluation.residuals, control_) ||
-        steepest.evaluation.residuals.primal > kRayTolerance ||
-        steepest.evaluation.objective > -kRayFall) {
-        return false;
-    }
-    for (std::size_t j = 0; scaling != nullptr && j < steepest.x.size(); ++j) {
-        steepest.x[j] *= scaling->column[j];
-    }
-    result_.ray = whole_ray(steepest.x);
-    return true;
+ModelPlace ConeSolver::place_of(int row) const {
+    const int linear = program().model.row_count();
+    if (row >= linear) return {-1, presolve_.convex_source()[at(row - linear)], -1, -1};
+    return presolve_.source_place({presolve_.reduction().kept_rows()[at(row)], -1, -1, -1});
 }
 
 // Decides by proof whether there is no feasible point or no finite minimum.
@@ -207,21 +142,21 @@ bool ConeSolver::diagnose() {
     diagnosed_ = true;
     std::vector<const ConeScaling*> units{nullptr};
     if (scaling_) units.push_back(&*scaling_);
-    std::vector<double> feasible_point;
-    for (const ConeScaling* scaling : units) {
-        if (is_proven_infeasible(scaling, feasible_point)) {
-            return finish(ConvexStatus::kInfeasible);
-        }
-        if (control_.stop.stop()) return finish(stop_status(control_.stop));
-        if (!feasible_point.empty()) break;
+    ConeDiagnosis diagnosis(program(), std::move(units), result_.iterations, control_);
+    const Feasibility feasibility = diagnosis.find_feasibility();
+    Unboundedness unboundedness;
+    if (feasibility.infeasible == Finding::kRefuted) unboundedness = diagnosis.find_ray();
+    result_.iterations = diagnosis.iterations();
+    if (feasibility.infeasible == Finding::kProven) {
+        if (feasibility.row >= 0) result_.place = place_of(feasibility.row);
+        return finish(ConvexStatus::kInfeasible);
     }
-    if (feasible_point.empty()) return false;
-    for (const ConeScaling* scaling : units) {
-        if (!is_proven_unbounded(scaling)) continue;
-        result_.x = presolve_.reduction().restore_columns(feasible_point);
+    if (unboundedness.unbounded == Finding::kProven) {
+        result_.ray = whole_ray(unboundedness.ray);
+        result_.x = presolve_.reduction().restore_columns(feasibility.x);
         return finish(ConvexStatus::kUnbounded);
     }
-    return false;
+    return control_.stop.stop() && finish(stop_status(control_.stop));
 }
 
 void ConeSolver::solve_with_cones() {

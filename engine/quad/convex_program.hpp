@@ -13,14 +13,12 @@
 #pragma once
 
 #include <algorithm>
-#include <atomic>
-#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <limits>
-#include <optional>
 #include <vector>
 
+#include "engine/base/stop_rule.hpp"
 #include "engine/quad/sparse_columns.hpp"
 
 namespace qlx::quad {
@@ -71,22 +69,6 @@ struct QuadraticModel {
 
     int column_count() const noexcept { return static_cast<int>(cost.size()); }
     int row_count() const noexcept { return static_cast<int>(row_lower.size()); }
-};
-
-// What stops a solve early. Either part may be absent.
-struct StopRule {
-    const std::atomic<int>* interrupt = nullptr;  // stop where it is not zero
-    std::optional<std::chrono::steady_clock::time_point> deadline;
-    std::function<void()> look;  // called before the flag is read; may set it, may not throw
-
-    bool interrupted() const noexcept {
-        if (look) look();
-        return interrupt != nullptr && interrupt->load(std::memory_order_relaxed) != 0;
-    }
-    bool expired() const noexcept {
-        return deadline.has_value() && std::chrono::steady_clock::now() >= *deadline;
-    }
-    bool stop() const noexcept { return interrupted() || expired(); }
 };
 
 // What a kernel says of its own answer. None of it is taken on trust.
@@ -143,9 +125,9 @@ struct ModelPlace {
 
 // Relative errors of the conditions of Karush, Kuhn and Tucker.
 struct KktResiduals {
-    double primal = 0.0;  // worst violation over max(1, |bound|)
+    double primal = 0.0;  // worst violation over max(1, |bound|, the largest term)
     double dual = 0.0;    // worst dual without an active side, over 1 + the size of its sum
-    double complementarity = 0.0;  // sum of dual times distance, over 1 + |objective|
+    double complementarity = 0.0;  // sum of dual times distance, over 1 + the objective's terms
 };
 
 enum class Kernel { kNone, kProximal, kLargeScale, kBarrier };
@@ -164,7 +146,9 @@ struct ConvexResult {
     std::vector<double> quadratic_activity;
     std::vector<double> quadratic_dual;
     std::vector<double> reduced_cost;
-    std::vector<double> ray;  // where unbounded: a direction from any feasible point
+    // Where unbounded: a direction from any feasible point; empty where only a parabola falls
+    // forever.
+    std::vector<double> ray;
 };
 
 // The program without its quadratic rows, in compressed form.

@@ -99,7 +99,7 @@ bool Ladder::diagnose() {
         return finish(ConvexStatus::kInfeasible);
     }
     if (feasibility.infeasible == Finding::kUnknown) return false;
-    Unboundedness unboundedness = find_ray(model_, kernel, control_);
+    Unboundedness unboundedness = find_descent(recession_conditions(model_, {}), kernel, control_);
     if (unboundedness.unbounded != Finding::kProven) return false;
     best_.x = feasibility.x;
     best_.y.assign(model_.row_lower.size(), 0.0);
@@ -136,7 +136,9 @@ ConvexResult Ladder::climb() {
 }  // namespace
 
 ConvexStatus stop_status(const StopRule& rule) noexcept {
-    return rule.interrupted() ? ConvexStatus::kInterrupted : ConvexStatus::kTimeLimit;
+    const int reason = rule.reason();
+    const bool is_timed = reason == QLX_STOP_NONE || reason == QLX_STOP_TIMELIMIT;
+    return is_timed ? ConvexStatus::kTimeLimit : ConvexStatus::kInterrupted;
 }
 
 ConvexResult climb(const QuadraticModel& model, const ConvexControl& control) {

@@ -7,12 +7,58 @@
 #include <limits>
 #include <utility>
 
+#include "engine/base/index.hpp"
+
 namespace qlx::quad {
 
 namespace {
 
 // A dual this small beside the terms it was summed from is rounding, however far the bound is.
 constexpr double kNegligibleDual = 1e-9;
+
+// What a dual without an active side adds to the objective on the way from 0 may be larger than
+// other residuals by this factor: at a point that drifts off forever, duals become small and the
+// ways long.
+constexpr double kDrift = 1e-3;
+
+// Terms of columns within two finite bounds weigh this much of their size, those of fixed ones all
+// of it. Terms of other columns count as what is left of them together: they are large without an
+// optimum too, and must not excuse it then.
+constexpr double kBoxedTerms = 1e-3;
+
+double weight_of(double lower, double upper) noexcept {
+    if (lower == upper) return 1.0;
+    return is_finite_lower(lower) && is_finite_upper(upper) ? kBoxedTerms : 0.0;
+}
+
+// Qx, and the sizes of what each entry was summed from: what fixed columns add may cancel against
+// the cost.
+struct Gradient {
+    std::vector<double> value;
+    std::vector<double> size;
+};
+
+Gradient gradient_of(const QuadraticModel& model, std::span<const double> x) {
+    const SparseColumns& upper = model.hessian;
+    Gradient out{std::vector<double>(x.size(), 0.0), std::vector<double>(x.size(), 0.0)};
+    std::vector<double> moving(x.size(), 0.0);
+    const auto add = [&](std::size_t place, std::size_t j, double q) {
+        const double term = q * x[j];
+        const double weight = weight_of(model.column_lower[j], model.column_upper[j]);
+        out.value[place] += term;
+        out.size[place] += weight * std::abs(term);
+        if (weight < 1.0) moving[place] += term;
+    };
+    for (std::size_t j = 0; j < x.size(); ++j) {
+        for (int k = upper.start[j]; k < upper.start[j + 1]; ++k) {
+            const std::size_t i = at(upper.index[at(k)]);
+            add(i, j, upper.value[at(k)]);
+            if (i != j) add(j, i, upper.value[at(k)]);
+        }
+    }
+    for (std::size_t j = 0; j < x.size(); ++j) out.size[j] += std::abs(moving[j]);
+    return out;
+}
 
 }  // namespace
 
@@ -21,22 +67,23 @@ double Evaluation::worst() const noexcept {
     return std::isfinite(worst) ? worst : std::numeric_limits<double>::infinity();
 }
 
-void add_condition(double dual, double scale, double value, double lower, double upper,
-                   double objective, KktResiduals& residuals) noexcept {
-    const double below = (lower - value) / std::max(1.0, std::abs(lower));
-    const double above = (value - upper) / std::max(1.0, std::abs(upper));
+void add_condition(const Condition& c, double objective_size, KktResiduals& residuals) noexcept {
+    const double below = (c.lower - c.value) / std::max({1.0, std::abs(c.lower), c.value_size});
+    const double above = (c.value - c.upper) / std::max({1.0, std::abs(c.upper), c.value_size});
     // Written so that a NaN counts as a violation.
-    if (is_finite_lower(lower) && !(below <= residuals.primal)) residuals.primal = below;
-    if (is_finite_upper(upper) && !(above <= residuals.primal)) residuals.primal = above;
+    if (is_finite_lower(c.lower) && !(below <= residuals.primal)) residuals.primal = below;
+    if (is_finite_upper(c.upper) && !(above <= residuals.primal)) residuals.primal = above;
 
-    const double relative = std::abs(dual) / (1.0 + scale);
-    const bool bounded = dual > 0.0 ? is_finite_lower(lower) : is_finite_upper(upper);
+    const double relative = std::abs(c.dual) / (1.0 + c.dual_size);
+    const bool bounded = c.dual > 0.0 ? is_finite_lower(c.lower) : is_finite_upper(c.upper);
     if (!bounded) {
-        if (!(relative <= residuals.dual)) residuals.dual = relative;
+        const double drift = kDrift * std::abs(c.dual * c.value) / (1.0 + objective_size);
+        const double worst = std::max(relative, drift);
+        if (!(worst <= residuals.dual)) residuals.dual = worst;
         return;
     }
-    const double distance = std::max(dual > 0.0 ? value - lower : upper - value, 0.0);
-    const double product = std::abs(dual) * distance / (1.0 + std::abs(objective));
+    const double distance = std::max(c.dual > 0.0 ? c.value - c.lower : c.upper - c.value, 0.0);
+    const double product = std::abs(c.dual) * distance / (1.0 + objective_size);
     if (relative <= kNegligibleDual && product > relative) {
         residuals.dual = std::max(residuals.dual, relative);
     } else {
@@ -50,35 +97,43 @@ Evaluation evaluate(const QuadraticModel& model, std::span<const double> x,
     const std::size_t rows = y.size();
     Evaluation out;
     out.activity.assign(rows, 0.0);
-    add_product(model.rows, 1.0, x, out.activity);
-    std::vector<double> gradient(columns, 0.0);
-    add_symmetric_product(model.hessian, 1.0, x, gradient);
+    std::vector<double> largest_term(rows, 0.0);
+    for (std::size_t j = 0; j < columns; ++j) {
+        for (int k = model.rows.start[j]; k < model.rows.start[j + 1]; ++k) {
+            const std::size_t i = at(model.rows.index[at(k)]);
+            const double term = model.rows.value[at(k)] * x[j];
+            out.activity[i] += term;
+            largest_term[i] = std::max(largest_term[i], std::abs(term));
+        }
+    }
+    const auto [gradient, gradient_size] = gradient_of(model, x);
     out.objective = model.constant;
+    out.objective_size = 0.0;
     for (std::size_t j = 0; j < columns; ++j) {
         out.objective += x[j] * (model.cost[j] + 0.5 * gradient[j]);
+        out.objective_size += std::abs(x[j]) * (std::abs(model.cost[j]) + 0.5 * gradient_size[j]);
     }
     out.reduced_cost.resize(columns);
     for (std::size_t j = 0; j < columns; ++j) {
         double sum = model.cost[j] + gradient[j];
-        double scale = std::abs(model.cost[j]) + std::abs(gradient[j]);
+        double size = std::abs(model.cost[j]) + gradient_size[j];
         if (!normals.empty()) {
             sum -= normals[j];
-            scale += std::abs(normals[j]);
+            size += std::abs(normals[j]);
         }
         for (int k = model.rows.start[j]; k < model.rows.start[j + 1]; ++k) {
-            const auto entry = static_cast<std::size_t>(k);
-            const double term =
-                model.rows.value[entry] * y[static_cast<std::size_t>(model.rows.index[entry])];
+            const double term = model.rows.value[at(k)] * y[at(model.rows.index[at(k)])];
             sum -= term;
-            scale += std::abs(term);
+            size += std::abs(term);
         }
         out.reduced_cost[j] = sum;
-        add_condition(sum, scale, x[j], model.column_lower[j], model.column_upper[j], out.objective,
-                      out.residuals);
+        add_condition({sum, size, x[j], 0.0, model.column_lower[j], model.column_upper[j]},
+                      out.objective_size, out.residuals);
     }
     for (std::size_t i = 0; i < rows; ++i) {
-        add_condition(y[i], 0.0, out.activity[i], model.row_lower[i], model.row_upper[i],
-                      out.objective, out.residuals);
+        add_condition(
+            {y[i], 0.0, out.activity[i], largest_term[i], model.row_lower[i], model.row_upper[i]},
+            out.objective_size, out.residuals);
     }
     return out;
 }

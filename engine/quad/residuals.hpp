@@ -10,6 +10,7 @@ namespace qlx::quad {
 
 struct Evaluation {
     double objective = 0.0;
+    double objective_size = 0.0;  // the sum of the sizes of its terms, the constant left out
     std::vector<double> activity;
     std::vector<double> reduced_cost;
     KktResiduals residuals;
@@ -23,10 +24,19 @@ struct Evaluation {
 Evaluation evaluate(const QuadraticModel& model, std::span<const double> x,
                     std::span<const double> y, std::span<const double> normals = {});
 
-// Adds one dual and its two sides to the residuals: `scale` is the size of the terms that the dual
-// was summed from, `value` the activity that the sides bound.
-void add_condition(double dual, double scale, double value, double lower, double upper,
-                   double objective, KktResiduals& residuals) noexcept;
+// A value between two sides, and its dual; each with the size of the terms that it was summed from,
+// as no sum is better than its terms.
+struct Condition {
+    double dual;
+    double dual_size;
+    double value;
+    double value_size;
+    double lower;
+    double upper;
+};
+
+void add_condition(const Condition& condition, double objective_size,
+                   KktResiduals& residuals) noexcept;
 
 bool meets(const KktResiduals& residuals, const ConvexControl& control) noexcept;
 

@@ -5,20 +5,15 @@
 #include <limits>
 #include <map>
 
-#include "engine/solve/solve.hpp"
-
 namespace qlx {
 
-NodeProblem::NodeProblem(Problem& whole, const std::vector<ConstructItem>& items,
-                         KernelEvents& events)
+NodeProblem::NodeProblem(Problem& whole, const std::vector<ConstructItem>& items)
     : stated_(whole.model) {
     part_.model.copy_from(whole.model);
     part_.controls = whole.controls;
-    part_.controls.outputlog = 0;
     // The search counts the solutions of the whole; iterations do not bound a tree search.
     part_.controls.sollimit = std::numeric_limits<int>::max();
     part_.controls.lpiterlimit = std::numeric_limits<int>::max();
-    part_.outer = &events;
     std::map<const Construct*, std::vector<int>> by_construct;
     for (const ConstructItem& one : items) by_construct[one.construct].push_back(one.item);
     for (const auto& [construct, list] : by_construct) construct->relax(part_.model, list);
@@ -70,11 +65,6 @@ void NodeProblem::set_seeking(bool seeking) {
     for (int col = 0; col < part_.model.num_cols(); ++col)
         part_.model.set_cost(col, seeking ? 0 : stated_.obj()[at(col)]);
     part_.model.set_constant(seeking ? 0 : stated_.constant());
-}
-
-const Results& NodeProblem::solve(const char* flags) {
-    solve_with_integrality(part_, flags);
-    return part_.results;
 }
 
 }  // namespace qlx

@@ -9,8 +9,6 @@
 
 namespace qlx {
 
-class KernelEvents;
-
 // One branch on the way from the root to a node, shared by all nodes below it.
 struct Step {
     Branch branch;
@@ -22,16 +20,15 @@ using Path = std::shared_ptr<const Step>;
 // its bounds, column types and rows.
 class NodeProblem {
   public:
-    NodeProblem(Problem& whole, const std::vector<ConstructItem>& items, KernelEvents& events);
+    NodeProblem(Problem& whole, const std::vector<ConstructItem>& items);
 
     // False when a column has no value left. Branches stay empty until the next call.
     [[nodiscard]] bool decide(const Path& path);
     // Whether the objective is left out.
     void set_seeking(bool seeking);
-    const Results& solve(const char* flags);
     // The model of the node decided last.
     [[nodiscard]] const Model& model() const noexcept { return part_.model; }
-    [[nodiscard]] Controls& controls() noexcept { return part_.controls; }
+    [[nodiscard]] Problem& problem() noexcept { return part_; }
 
   private:
     void reset();

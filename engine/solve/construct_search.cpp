@@ -5,15 +5,13 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <new>
 #include <optional>
 #include <utility>
 
 #include "engine/check/point_check.hpp"
 #include "engine/solve/construct_node.hpp"
-#include "engine/solve/cutoff.hpp"
 #include "engine/solve/solve.hpp"
-#include "engine/solve/solve_scope.hpp"
+#include "engine/solve/solve_session.hpp"
 
 namespace qlx {
 
@@ -31,43 +29,20 @@ bool is_worse(const Node& a, const Node& b) {
 }
 
 // Dives to the likelier child until a node is closed, then goes on where the bound is best.
-class Search final : public KernelWatch {
+class Search {
   public:
-    Search(Problem& problem, const SolveScope& scope, const char* flags,
-           const std::vector<ConstructItem>& items)
-        : KernelWatch(problem),
-          scope_(scope),
+    Search(SolveSession& session, const char* flags, const std::vector<ConstructItem>& items)
+        : session_(session),
           flags_(flags),
           items_(items),
-          results_(problem.results),
-          sense_(problem.model.sense()),
-          node_(problem, items, *this) {}
+          controls_(session.controls()),
+          results_(session.results()),
+          sense_(session.model().sense()),
+          node_(session.problem(), items) {}
 
     int run() {
         search_below({});
         return conclude();
-    }
-
-    // The events of a node's solve.
-    bool stop() noexcept override { return KernelWatch::stop() || is_found(); }
-    void progress(const KernelProgress& of_node) noexcept override {
-        KernelProgress whole;
-        whole.seconds = scope_.seconds();
-        whole.tree = true;
-        whole.nodes = results_.nodes + of_node.nodes;
-        whole.best_solution = results_.mip.valid ? results_.mip.objective : kUnbounded;
-        const double of_kernel =
-            of_node.tree && !seeking_ ? sense_ * of_node.best_bound : -kUnbounded;
-        whole.best_bound = sense_ * open_bound(std::max(current_bound_, of_kernel));
-        KernelWatch::progress(whole);
-    }
-    void solution(const double* x, int num_cols) noexcept override {
-        if (num_cols < problem_.model.num_cols()) return;
-        try {
-            offer(x);
-        } catch (const std::bad_alloc&) {
-            problem_.interrupt(QLX_STOP_USER);
-        }
     }
 
   private:
@@ -91,24 +66,23 @@ class Search final : public KernelWatch {
 
     // Whether any point was sought, and there is one.
     [[nodiscard]] bool is_found() const noexcept { return seeking_ && has_point_; }
-    [[nodiscard]] double incumbent() const noexcept {
-        return results_.mip.valid ? sense_ * results_.mip.objective : kUnbounded;
+    [[nodiscard]] double incumbent() const {
+        const auto best = session_.incumbents().best();
+        return best != nullptr ? sense_ * best->objective : kUnbounded;
     }
+    // While a point is sought, any will do.
     [[nodiscard]] double asked_cutoff() const noexcept {
-        return has_cutoff(problem_) && !seeking_ ? sense_ * problem_.controls.mipabscutoff
-                                                 : kUnbounded;
+        return seeking_ ? kUnbounded : session_.incumbents().asked_cutoff();
     }
-    [[nodiscard]] double cutoff() const noexcept {
+    [[nodiscard]] double cutoff() const {
         return seeking_ ? kUnbounded : std::min(incumbent(), asked_cutoff());
     }
     // Whether nothing that is better by more than the gap can be below a node.
-    [[nodiscard]] bool is_closed(double bound) const noexcept {
-        if (bound >= asked_cutoff()) return true;
-        if (!results_.mip.valid || seeking_) return false;
-        const Controls& controls = problem_.controls;
-        const double gap =
-            std::max(controls.mipabsgap, controls.miprelgap * std::fabs(incumbent()));
-        return bound >= incumbent() - gap;
+    [[nodiscard]] bool is_closed(double bound) {
+        if (bound >= asked_cutoff()) return cut_off_ = true;
+        const double best = incumbent();
+        if (best == kUnbounded || seeking_) return false;
+        return bound >= best - std::max(controls_.mipabsgap, controls_.miprelgap * std::fabs(best));
     }
     void close(double bound) noexcept {
         if (!seeking_) closed_bound_ = std::min(closed_bound_, bound);
@@ -133,36 +107,50 @@ class Search final : public KernelWatch {
     }
 
     int reason_to_stop() noexcept {
-        if (KernelWatch::stop())
-            return problem_.stop_reason() != 0 ? problem_.stop_reason() : QLX_STOP_USER;
-        if (problem_.controls.lpiterlimit == 0) return QLX_STOP_ITERLIMIT;
-        if (scope_.seconds_left() <= 0) return QLX_STOP_TIMELIMIT;
-        return results_.nodes >= problem_.controls.nodelimit ? QLX_STOP_NODELIMIT : QLX_STOP_NONE;
+        if (const int reason = session_.stop_rule().reason(); reason != QLX_STOP_NONE)
+            return reason;
+        if (controls_.lpiterlimit == 0) return QLX_STOP_ITERLIMIT;
+        return results_.nodes >= controls_.nodelimit ? QLX_STOP_NODELIMIT : QLX_STOP_NONE;
     }
 
     // True when the point is one of the whole problem, whether or not it beats the cutoff.
-    bool offer(const double* x) {
-        if (problem_.stop_reason() == QLX_STOP_SOLLIMIT) return false;
-        if (!branches_at(x).empty()) return false;
-        if (!take_integer_point(problem_, x)) return false;
+    bool offer(const std::vector<double>& x) {
+        if (session_.incumbents().is_full()) return false;
+        if (!branches_at(x.data()).empty()) return false;
+        if (session_.offer(x) == Verdict::kRejected) return false;
         has_point_ = true;
-        if (results_.solutions_found >= problem_.controls.sollimit)
-            problem_.interrupt(QLX_STOP_SOLLIMIT);
         return true;
     }
 
+    // Where the whole search stands while a node is solved.
+    [[nodiscard]] KernelProgress widened(const KernelProgress& of_node) const {
+        KernelProgress whole;
+        whole.tree = true;
+        whole.nodes = results_.nodes + of_node.nodes;
+        whole.best_solution = sense_ * incumbent();
+        const double of_kernel =
+            of_node.tree && !seeking_ ? sense_ * of_node.best_bound : -kUnbounded;
+        whole.best_bound = sense_ * open_bound(std::max(current_bound_, of_kernel));
+        return whole;
+    }
+
     const Results& solve(const Node& node) {
-        Controls& controls = node_.controls();
-        controls.timelimit = scope_.seconds_left();
-        controls.nodelimit = problem_.controls.nodelimit - static_cast<int>(results_.nodes);
-        controls.mipabscutoff = sense_ * std::min(cutoff(), kInfinity);
+        Problem& part = node_.problem();
+        part.controls.nodelimit = controls_.nodelimit - static_cast<int>(results_.nodes);
+        part.controls.mipabscutoff = sense_ * std::min(cutoff(), kInfinity);
         current_bound_ = node.bound;
-        const Results& found = node_.solve(flags_);
-        results_.nodes += std::max<std::int64_t>(found.nodes, 1);
-        results_.simplex_iterations += found.simplex_iterations;
-        results_.barrier_iterations += found.barrier_iterations;
-        results_.first_order_iterations += found.first_order_iterations;
-        return found;
+        SolveSession session(session_, part);
+        session.widen_progress([this](const KernelProgress& of_node) { return widened(of_node); });
+        session.incumbents().tell({{}, [&](const Solution& found) {
+                                       offer(found.x);
+                                       if (is_found()) session.stop(QLX_STOP_SOLLIMIT);
+                                   }});
+        solve_part(session, flags_);
+        KernelResult one;
+        one.nodes = 1;
+        if (part.results.nodes == 0) session.count(one);
+        session.progress({});
+        return part.results;
     }
 
     // Solves a node; the child to dive into, if any.
@@ -174,24 +162,29 @@ class Search final : public KernelWatch {
         }
         const Results& found = solve(node);
         if (is_found()) return std::nullopt;
-        progress({});
         if (std::isfinite(found.best_bound))
             node.bound = std::max(node.bound, sense_ * found.best_bound);
         switch (found.mip_status) {
             case QLX_MIP_INFEAS:
                 close(better_than);
                 return std::nullopt;
+            case QLX_MIP_NO_SOL_FOUND:
+                if (found.stop_status != QLX_STOP_CUTOFF) break;
+                cut_off_ = cut_off_ || incumbent() > asked_cutoff();
+                close(better_than);
+                return std::nullopt;
             case QLX_MIP_UNBOUNDED:
                 return follow_ray(std::move(node));
             case QLX_MIP_OPTIMAL:
-                return take(std::move(node), found.mip.x);
+                return take(std::move(node), found.mip.get()->x);
             default:
                 break;
         }
-        if (found.mip.valid) offer(found.mip.x.data());
-        if (found.stop_status == QLX_STOP_NONE) return branch_anywhere(std::move(node));
-        results_.stop_status =
-            problem_.stop_reason() != 0 ? problem_.stop_reason() : found.stop_status;
+        if (const auto best = found.mip.get()) offer(best->x);
+        if (found.stop_status == QLX_STOP_NONE || found.stop_status == QLX_STOP_NUMERICS)
+            return branch_anywhere(std::move(node));
+        const int reason = session_.stop_rule().reason();
+        results_.stop_status = reason != QLX_STOP_NONE ? reason : found.stop_status;
         keep(std::move(node));
         return std::nullopt;
     }
@@ -227,28 +220,28 @@ class Search final : public KernelWatch {
 
     std::optional<Node> take(Node node, const std::vector<double>& x) {
         auto children = branches_at(x.data());
-        if ((children.empty() && offer(x.data())) || is_closed(node.bound)) {
+        if ((children.empty() && offer(x)) || is_closed(node.bound)) {
             close(node.bound);
             return std::nullopt;
         }
         if (!children.empty()) return branch(std::move(node), std::move(children));
-        if (problem_.stop_reason() == 0) return branch_anywhere(std::move(node));
+        if (!session_.incumbents().is_full()) return branch_anywhere(std::move(node));
         keep(std::move(node));
         return std::nullopt;
     }
 
     [[nodiscard]] std::vector<Branch> branches(const ConstructItem& one, const double* x) const {
-        return one.construct->branches(problem_.model, node_.model(), one.item, x);
+        return one.construct->branches(session_.model(), node_.model(), one.item, x);
     }
 
     // Of the undecided construct that is violated most. A relaxation violates it by more than
     // rounding, not by a tolerance of the solver.
     [[nodiscard]] std::vector<Branch> branches_at(const double* x) {
-        const std::vector<double> activities = row_activities(problem_.model, x);
+        const std::vector<double> activities = row_activities(session_.model(), x);
         std::vector<std::pair<double, const ConstructItem*>> violated;
         for (const ConstructItem& one : items_) {
             const Violation violation =
-                one.construct->violation(problem_.model, one.item, {x, activities});
+                one.construct->violation(session_.model(), one.item, {x, activities});
             if (violation.types > 1e-9 || violation.rows > 1e-11)
                 violated.emplace_back(violation.share, &one);
         }
@@ -279,23 +272,42 @@ class Search final : public KernelWatch {
         return child(children.front());
     }
 
+    // Whether there is no solution even without the cutoff, as far as the root tells. That is worth
+    // as much time as the search took.
+    bool has_no_relaxed_point() {
+        Problem& part = node_.problem();
+        if (!node_.decide({})) return true;
+        node_.set_seeking(true);
+        part.controls.mipabscutoff = kInfinity;
+        part.controls.timelimit = std::max(1.0, session_.seconds());
+        SolveSession session(session_, part);
+        solve_part(session, flags_);
+        return part.results.mip_status == QLX_MIP_INFEAS;
+    }
+
     int conclude() {
         if (unbounded_) {
             results_.stop_status = QLX_STOP_NONE;
-            results_.mip = {};
-            results_.solutions_found = 0;
+            session_.incumbents().forget();
             return QLX_MIP_UNBOUNDED;
         }
         for (const Node& node : open_) close(node.bound);
         results_.best_bound = sense_ * std::min(closed_bound_, incumbent());
-        if (results_.stop_status != QLX_STOP_NONE || undecided_)
-            return results_.mip.valid ? QLX_MIP_SOLUTION : QLX_MIP_NO_SOL_FOUND;
-        return results_.mip.valid ? QLX_MIP_OPTIMAL : QLX_MIP_INFEAS;
+        const bool found = !results_.mip.empty();
+        if (undecided_ && results_.stop_status == QLX_STOP_NONE)
+            results_.stop_status = QLX_STOP_NUMERICS;
+        if (results_.stop_status != QLX_STOP_NONE)
+            return found ? QLX_MIP_SOLUTION : QLX_MIP_NO_SOL_FOUND;
+        if (found) return QLX_MIP_OPTIMAL;
+        if (!cut_off_ || has_no_relaxed_point()) return QLX_MIP_INFEAS;
+        results_.stop_status = QLX_STOP_CUTOFF;
+        return QLX_MIP_NO_SOL_FOUND;
     }
 
-    const SolveScope& scope_;
+    SolveSession& session_;
     const char* flags_;
     const std::vector<ConstructItem>& items_;
+    const Controls& controls_;
     Results& results_;
     double sense_;
     NodeProblem node_;
@@ -305,14 +317,15 @@ class Search final : public KernelWatch {
     bool seeking_ = false;    // for any point below a node whose relaxation is unbounded
     bool has_point_ = false;  // of the whole problem, perhaps none that beats the cutoff
     bool unbounded_ = false;
+    bool cut_off_ = false;    // some node was closed because of the cutoff that was asked for
     bool undecided_ = false;  // some node was left without an answer
 };
 
 }  // namespace
 
-int search_constructs(Problem& problem, const SolveScope& scope, const char* flags,
+int search_constructs(SolveSession& session, const char* flags,
                       const std::vector<ConstructItem>& items) {
-    return Search(problem, scope, flags, items).run();
+    return Search(session, flags, items).run();
 }
 
 }  // namespace qlx

@@ -4,15 +4,14 @@
 #include <vector>
 
 #include "engine/constructs/construct.hpp"
-#include "engine/core/problem_fwd.hpp"
 
 namespace qlx {
 
-class SolveScope;
+class SolveSession;
 
 // Solves a mixed-integer program by branching on these constructs. Its integer solution, bound and
-// counts are in the problem's results; returns its status as a mixed-integer program.
-[[nodiscard]] int search_constructs(Problem& problem, const SolveScope& scope, const char* flags,
+// counts are in the session's results; returns its status as a mixed-integer program.
+[[nodiscard]] int search_constructs(SolveSession& session, const char* flags,
                                     const std::vector<ConstructItem>& items);
 
 }  // namespace qlx

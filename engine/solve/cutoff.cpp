@@ -1,18 +1,9 @@
 // The cutoff of a tree search, stated as a row.
 #include "engine/solve/cutoff.hpp"
 
-#include <cmath>
+#include "engine/data/model.hpp"
 
 namespace qlx {
-
-bool has_cutoff(const Problem& problem) noexcept {
-    return std::fabs(problem.controls.mipabscutoff) < kInfinity;
-}
-
-bool beats_cutoff(const Problem& problem, double objective) noexcept {
-    const double sense = problem.model.sense();
-    return !has_cutoff(problem) || sense * objective < sense * problem.controls.mipabscutoff;
-}
 
 void add_cutoff_row(KernelModel& model, double cutoff) {
     std::vector<int> start = {0};

@@ -2,6 +2,7 @@
 #include "engine/solve/kernel_options.hpp"
 
 #include <algorithm>
+#include <string_view>
 #include <thread>
 
 #include "engine/base/errors.hpp"
@@ -11,6 +12,7 @@ namespace qlx {
 namespace {
 
 KernelMethod method_of(const Controls& controls, const char* flags) {
+    refuse_unknown_flags(flags);
     auto method = static_cast<KernelMethod>(controls.lpmethod);
     for (const char* flag = flags == nullptr ? "" : flags; *flag != '\0'; ++flag) {
         switch (*flag) {
@@ -27,14 +29,23 @@ KernelMethod method_of(const Controls& controls, const char* flags) {
                 method = KernelMethod::kFirstOrder;
                 break;
             default:
-                fail(QLX_ERROR_ARGUMENT, "flags contains '", *flag,
-                     "', must be of 'd', 'p', 'b', 'n'");
+                break;
         }
     }
     return method;
 }
 
 }  // namespace
+
+void refuse_unknown_flags(const char* flags) {
+    constexpr std::string_view kKnown = "dpbn";
+    const std::string_view given = flags == nullptr ? "" : flags;
+    const std::size_t unknown = given.find_first_not_of(kKnown);
+    if (unknown == std::string_view::npos) return;
+    fail(QLX_ERROR_ARGUMENT, "flags contains '", given[unknown],
+         "', must be of 'd' (dual simplex), 'p' (primal simplex), 'b' (interior point), 'n' "
+         "(first-order method)");
+}
 
 KernelOptions kernel_options(const Controls& controls, const char* flags) {
     KernelOptions options;
@@ -51,7 +62,8 @@ KernelOptions kernel_options(const Controls& controls, const char* flags) {
     options.time_limit = controls.timelimit;
     options.feasibility_tolerance = controls.feastol;
     options.optimality_tolerance = controls.opttol;
-    options.integrality_tolerance = controls.inttol;
+    // HiGHS' tree search has one tolerance for integers and rows.
+    options.integrality_tolerance = std::min(controls.inttol, controls.feastol);
     options.relative_gap = controls.miprelgap;
     options.absolute_gap = controls.mipabsgap;
     options.matrix_tolerance = controls.matrixtol;

@@ -6,7 +6,10 @@
 
 namespace qlx {
 
-// flags may name the LP method ('d', 'p', 'b', 'n') against control lpmethod; others are refused.
+// Throws Error where flags has a letter that is not one of the LP methods' ('d', 'p', 'b', 'n').
+void refuse_unknown_flags(const char* flags);
+
+// flags may name the LP method ('d', 'p', 'b', 'n') against control lpmethod.
 [[nodiscard]] KernelOptions kernel_options(const Controls& controls, const char* flags);
 
 }  // namespace qlx

@@ -2,82 +2,53 @@
 #include "engine/solve/linear_claims.hpp"
 
 #include <algorithm>
-#include <cmath>
+#include <utility>
 
-#include "engine/check/linear_proof.hpp"
+#include "engine/base/index.hpp"
 #include "engine/check/point_check.hpp"
+#include "engine/check/proof.hpp"
+#include "engine/check/store_view.hpp"
 #include "engine/lp/live_model.hpp"
 
 namespace qlx {
 
 namespace {
 
+// Points of which only the existence counts may be as loose as the proofs are.
 constexpr double kPointTolerance = 1e-6;
 
-bool is_feasible(Problem& problem, const std::vector<double>& x) {
-    Model& model = problem.model;
+// The least that HiGHS drops: the programs leave out what counts as 0, and scale the rest.
+constexpr double kDropped = 1e-12;
+
+bool is_feasible(SolveSession& session, const std::vector<double>& x) {
+    Model& model = session.model();
     if (x.size() < model.lb().size()) return false;
     const std::vector<double> activities = row_activities(model, x.data());
-    return check_point(model, x.data(), activities, false, problem.controls.inttol).feasibility() <=
-           std::max(kPointTolerance, 10 * problem.controls.feastol);
+    return check_point(model, x.data(), activities, false).feasibility() <=
+           std::max(kPointTolerance, 10 * session.controls().feastol);
 }
 
-// The rows' violations as columns, each scaled to the largest entry of its row; the sum of them is
-// the objective.
-KernelModel elastic_program(Model& model) {
-    KernelModel elastic = kernel_columns_and_sides(model);
-    elastic.integer.clear();
-    elastic.constant = 0;
-    elastic.maximise = false;
-    std::fill(elastic.cost.begin(), elastic.cost.end(), 0.0);
-    transpose_into(elastic, model.matrix());
-    const auto add_violation = [&](int row, double entry) {
-        elastic.cost.push_back(1);
-        elastic.lower.push_back(0);
-        elastic.upper.push_back(kInfinity);
-        elastic.row.push_back(row);
-        elastic.value.push_back(entry);
-        elastic.start.push_back(static_cast<int>(elastic.row.size()));
-        ++elastic.num_cols;
-    };
-    for (int row = 0; row < elastic.num_rows; ++row) {
-        double scale = 0;
-        for (const double value : model.matrix().row_values(row))
-            scale = std::max(scale, std::fabs(value));
-        if (scale == 0) scale = 1;
-        const Sides sides = model.relaxed_sides(row);
-        if (sides.lower > -kInfinity) add_violation(row, scale);
-        if (sides.upper < kInfinity) add_violation(row, -scale);
-    }
-    return elastic;
-}
-
-// The best direction, of entries within -1 .. 1, that no row or bound ends.
-KernelModel ray_program(Model& model) {
-    KernelModel ray = kernel_model(model);
-    ray.integer.clear();
-    ray.constant = 0;
-    const auto to_cone = [](std::vector<double>& lower, std::vector<double>& upper, double reach) {
-        for (double& side : lower) side = side > -kInfinity ? 0.0 : -reach;
-        for (double& side : upper) side = side < kInfinity ? 0.0 : reach;
-    };
-    to_cone(ray.lower, ray.upper, 1.0);
-    to_cone(ray.row_lower, ray.row_upper, kInfinity);
-    return ray;
+KernelModel kernel_model_of(LinearStatement&& statement) {
+    KernelModel out;
+    out.num_cols = static_cast<int>(statement.cost.size());
+    out.num_rows = static_cast<int>(statement.row_lower.size());
+    out.cost = std::move(statement.cost);
+    out.lower = std::move(statement.lower);
+    out.upper = std::move(statement.upper);
+    out.row_lower = std::move(statement.row_lower);
+    out.row_upper = std::move(statement.row_upper);
+    out.start = std::move(statement.start);
+    out.row = std::move(statement.row);
+    out.value = std::move(statement.value);
+    return out;
 }
 
 // The solve of one of these programs. False when a limit or an interrupt stopped it.
-bool solve_program(Problem& problem, const SolveScope& scope, KernelOptions options,
-                   KernelModel&& program, LpKernel& kernel) {
-    if (!kernel.load(std::move(program), options.matrix_tolerance)) return true;
-    options.time_limit = scope.seconds_left();
-    KernelWatch watch(problem);
-    const KernelResult result = kernel.solve(options, watch);
-    problem.results.simplex_iterations += result.simplex_iterations;
-    problem.results.stop_status = stop_of(problem, result);
-    if (result.outcome == KernelOutcome::kMemory)
-        fail(QLX_ERROR_MEMORY, "the solver ran out of memory");
-    return problem.results.stop_status == QLX_STOP_NONE;
+bool solve_program(SolveSession& session, const KernelOptions& options, LinearStatement&& program,
+                   LpKernel& kernel) {
+    if (!kernel.load(kernel_model_of(std::move(program)), kDropped)) return true;
+    session.run(kernel, options, session.events());
+    return session.results().stop_status == QLX_STOP_NONE;
 }
 
 }  // namespace
@@ -87,32 +58,49 @@ bool claims_no_optimum(KernelOutcome outcome) noexcept {
            outcome == KernelOutcome::kInfeasibleOrUnbounded;
 }
 
-int status_by_rays(Problem& problem, LpKernel& kernel, const KernelResult& result,
+int status_by_rays(SolveSession& session, LpKernel& kernel, const KernelResult& result,
                    double matrix_tolerance) {
+    const StoreView store(session.model(), matrix_tolerance);
     if (result.outcome != KernelOutcome::kUnbounded) {
-        if (proves_infeasible(problem.model, kernel.dual_ray(), matrix_tolerance))
-            return QLX_LP_INFEAS;
+        if (proves_infeasible(store.view(), kernel.dual_ray())) return QLX_LP_INFEAS;
     }
     if (result.outcome != KernelOutcome::kInfeasible) {
-        if (proves_improving_ray(problem.model, kernel.primal_ray(), matrix_tolerance) &&
-            is_feasible(problem, kernel.col_value()))
+        if (!improving_ray(store.view(), kernel.primal_ray()).empty() &&
+            is_feasible(session, kernel.col_value()))
             return QLX_LP_UNBOUNDED;
     }
     return -1;
 }
 
-int status_by_phase_one(Problem& problem, const SolveScope& scope, const KernelOptions& options) {
-    Model& model = problem.model;
-    LpKernel elastic;
-    if (!solve_program(problem, scope, options, elastic_program(model), elastic))
-        return QLX_LP_UNFINISHED;
-    if (proves_infeasible(model, elastic.row_dual(), options.matrix_tolerance))
-        return QLX_LP_INFEAS;
-    if (!is_feasible(problem, elastic.col_value())) return -1;
+bool has_improving_ray(SolveSession& session, const KernelOptions& options) {
+    Model& model = session.model();
+    bool may_improve = false;
+    for (int col = 0; col < model.num_cols(); ++col) {
+        const double cost = model.sense() * model.obj()[at(col)];
+        const Sides bounds = model.relaxed_bounds(col);
+        may_improve = may_improve || (cost > 0 && bounds.lower <= -kInfinity) ||
+                      (cost < 0 && bounds.upper >= kInfinity);
+    }
+    if (!may_improve) return false;
+    const StoreView store(model, options.matrix_tolerance);
     LpKernel ray;
-    if (!solve_program(problem, scope, options, ray_program(model), ray)) return QLX_LP_UNFINISHED;
-    return proves_improving_ray(model, ray.col_value(), options.matrix_tolerance) ? QLX_LP_UNBOUNDED
-                                                                                  : -1;
+    const int stopped = session.results().stop_status;
+    const bool ended = solve_program(session, options, recession_program(store.view()), ray);
+    session.results().stop_status = stopped;
+    return ended && !improving_ray(store.view(), ray.col_value()).empty();
+}
+
+int status_by_phase_one(SolveSession& session, const KernelOptions& options) {
+    const StoreView store(session.model(), options.matrix_tolerance);
+    const ProgramView& program = store.view();
+    LpKernel elastic;
+    if (!solve_program(session, options, elastic_program(program), elastic))
+        return QLX_LP_UNFINISHED;
+    if (proves_infeasible(program, elastic.row_dual())) return QLX_LP_INFEAS;
+    if (!is_feasible(session, elastic.col_value())) return -1;
+    LpKernel ray;
+    if (!solve_program(session, options, recession_program(program), ray)) return QLX_LP_UNFINISHED;
+    return improving_ray(program, ray.col_value()).empty() ? -1 : QLX_LP_UNBOUNDED;
 }
 
 }  // namespace qlx

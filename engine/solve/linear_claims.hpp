@@ -1,9 +1,8 @@
 // Decides "infeasible" and "unbounded": no kernel's claim counts without a proof.
 #pragma once
 
-#include "engine/core/problem.hpp"
 #include "engine/lp/lp_kernel.hpp"
-#include "engine/solve/solve_scope.hpp"
+#include "engine/solve/solve_session.hpp"
 
 namespace qlx {
 
@@ -12,13 +11,16 @@ namespace qlx {
 
 // QLX_LP_INFEAS or QLX_LP_UNBOUNDED where the rays of the kernel's last solve, and its point if it
 // has a feasible one, prove it; else -1.
-[[nodiscard]] int status_by_rays(Problem& problem, LpKernel& kernel, const KernelResult& result,
-                                 double matrix_tolerance);
+[[nodiscard]] int status_by_rays(SolveSession& session, LpKernel& kernel,
+                                 const KernelResult& result, double matrix_tolerance);
 
 // The same for a claim without rays, by linear programs that always have an optimum: least sum of
 // row violations (its duals are Farkas multipliers), then the best direction of the recession cone
 // within a unit box. -1 when neither is proven, QLX_LP_UNFINISHED when a limit stopped them.
-[[nodiscard]] int status_by_phase_one(Problem& problem, const SolveScope& scope,
-                                      const KernelOptions& options);
+[[nodiscard]] int status_by_phase_one(SolveSession& session, const KernelOptions& options);
+
+// Whether some direction improves the objective for ever within rows and bounds, integrality and
+// the rest of it apart. False where that stays open.
+[[nodiscard]] bool has_improving_ray(SolveSession& session, const KernelOptions& options);
 
 }  // namespace qlx

@@ -2,9 +2,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <new>
 
-#include "engine/check/point_check.hpp"
 #include "engine/constructs/reformulation.hpp"
 #include "engine/lp/live_model.hpp"
 #include "engine/solve/construct_search.hpp"
@@ -12,118 +10,46 @@
 #include "engine/solve/kernel_options.hpp"
 #include "engine/solve/recovery.hpp"
 #include "engine/solve/solve.hpp"
-#include "engine/solve/solve_scope.hpp"
+#include "engine/solve/solve_session.hpp"
 
 namespace qlx {
 
 namespace {
 
-constexpr double kPrimalTolerance = 1e-6;
+// Coefficients up to this are stated with binaries whatever else there is; up to the larger one
+// where all of them are that small, and what is claimed is verified without presolve.
+constexpr double kSafeBigM = 1e4;
+constexpr double kLargestBigM = 1e6;
+// What a binary's distance from an integer, within tolerances, may let through.
+constexpr double kLeastMeaningful = 1e-6;
 
-// Nearest integers where that keeps the point feasible.
-std::vector<double> rounded(const Model& model, const std::vector<double>& x) {
-    std::vector<double> point = x;
-    for (std::size_t col = 0; col < point.size(); ++col) {
-        const char type = model.col_type()[col];
-        if (type == 'I' || type == 'B' || type == 'R') point[col] = std::round(point[col]);
-        point[col] += 0.0;  // no negative zeros
-    }
-    return point;
+Reformulation reformulation(SolveSession& session) {
+    const double asked = session.controls().indbigm;
+    Reformulation all(session.model(), std::min(asked, kLargestBigM));
+    if (all.branched().empty() || all.big_m() <= kSafeBigM) return all;
+    return {session.model(), std::min(asked, kSafeBigM)};
 }
 
-bool passes(Problem& problem, const std::vector<double>& x, std::vector<double>& activities,
-            PointCheck& check) {
-    activities = row_activities(problem.model, x.data());
-    check = check_point(problem.model, x.data(), activities, true, problem.controls.inttol);
-    return check.feasibility() <= std::max(kPrimalTolerance, 10 * problem.controls.feastol) &&
-           check.types <= std::max(kPrimalTolerance, 10 * problem.controls.inttol);
+// A binary off by the tolerance times M must not matter.
+void tighten_for(KernelOptions& options, double big_m) {
+    const double tolerance = std::max(1e-10, kLeastMeaningful / big_m);
+    options.integrality_tolerance = std::min(options.integrality_tolerance, tolerance);
+    options.feasibility_tolerance = std::min(options.feasibility_tolerance, tolerance);
 }
 
-// Keeps the best points that pass our check, so that an interrupted solve has the last of them.
-class MipWatch final : public KernelWatch {
-  public:
-    using KernelWatch::KernelWatch;
-    void solution(const double* x, int num_cols) noexcept override {
-        if (problem_.outer != nullptr) problem_.outer->solution(x, num_cols);
-        try {
-            take(x, num_cols);
-            if (problem_.results.solutions_found >= problem_.controls.sollimit)
-                problem_.interrupt(QLX_STOP_SOLLIMIT);
-        } catch (const std::bad_alloc&) {
-            problem_.interrupt(QLX_STOP_USER);
-        }
-    }
-
-    // The kernel's columns begin with the model's. True when the point passed the check, also where
-    // it does not beat the best one or the cutoff.
-    bool take(const double* x, int num_cols) {
-        Model& model = problem_.model;
-        if (num_cols < model.num_cols()) return false;
-        const std::vector<double> given(x, x + model.num_cols());
-        Solution solution;
-        PointCheck check;
-        solution.x = rounded(model, given);
-        if (!passes(problem_, solution.x, solution.slack, check)) {
-            solution.x = given;
-            if (!passes(problem_, solution.x, solution.slack, check)) return false;
-        }
-        solution.objective = objective_value(model, solution.x.data());
-        Results& results = problem_.results;
-        const bool better = !results.mip.valid || model.sense() * solution.objective <
-                                                      model.sense() * results.mip.objective;
-        if (!better || !beats_cutoff(problem_, solution.objective)) return true;
-        for (std::size_t row = 0; row < solution.slack.size(); ++row)
-            solution.slack[row] = model.rhs()[row] - solution.slack[row];
-        solution.valid = true;
-        results.mip = std::move(solution);
-        results.primal_infeasibility = check.feasibility();
-        ++results.solutions_found;
-        return true;
-    }
-};
-
-// Decides between infeasible and unbounded: without its objective the model has a point or not.
-// Where a limit ends that solve the question stays open.
-int infeasible_or_unbounded(Problem& problem, KernelModel model, const KernelOptions& options) {
-    std::fill(model.cost.begin(), model.cost.end(), 0.0);
-    model.constant = 0;
-    LpKernel kernel;
-    if (!kernel.load(std::move(model), options.matrix_tolerance))
-        fail(QLX_ERROR_SOLVER, "the solver refused the model without its objective");
-    KernelWatch watch(problem);
-    const KernelResult result = kernel.solve(options, watch);
-    problem.results.nodes += result.nodes;
-    problem.results.stop_status = stop_of(problem, result);
-    if (result.outcome == KernelOutcome::kOptimal || result.has_point) return QLX_MIP_UNBOUNDED;
-    return result.outcome == KernelOutcome::kInfeasible ? QLX_MIP_INFEAS : QLX_MIP_NO_SOL_FOUND;
+// The model as the kernel is to search it, the cutoff apart.
+KernelModel stated_model(SolveSession& session) {
+    Model& model = session.model();
+    return needs_reformulation(model) ? reformulation(session).take() : kernel_model(model);
 }
 
 // Whether bound and objective are as far apart as an optimal result's may not be.
 bool leaves_gap(const Results& results, const KernelOptions& options) {
-    const double size = std::fabs(results.mip.objective);
+    const double objective = results.mip.objective();
+    const double size = std::fabs(objective);
     const double allowed =
         std::max({options.absolute_gap, options.relative_gap * size, 1e-6 * std::max(1.0, size)});
-    return std::fabs(results.mip.objective - results.best_bound) > 1.01 * allowed;
-}
-
-int status_of(const Results& results, KernelOutcome outcome) {
-    switch (outcome) {
-        case KernelOutcome::kOptimal:
-            return results.mip.valid ? QLX_MIP_OPTIMAL : -1;
-        case KernelOutcome::kInfeasible:
-            return QLX_MIP_INFEAS;
-        case KernelOutcome::kCutoff:
-            return QLX_MIP_INFEAS;
-        case KernelOutcome::kUnbounded:
-            return QLX_MIP_UNBOUNDED;
-        case KernelOutcome::kTimeLimit:
-        case KernelOutcome::kIterationLimit:
-        case KernelOutcome::kSearchLimit:
-        case KernelOutcome::kInterrupted:
-            return results.mip.valid ? QLX_MIP_SOLUTION : QLX_MIP_NO_SOL_FOUND;
-        default:
-            return -1;
-    }
+    return std::fabs(objective - results.best_bound) > 1.01 * allowed;
 }
 
 const char* describe(int status) {
@@ -141,46 +67,20 @@ const char* describe(int status) {
     }
 }
 
-// Coefficients up to this are stated with binaries whatever else there is; up to the larger one
-// where all of them are that small, and what is claimed is verified without presolve.
-constexpr double kSafeBigM = 1e4;
-constexpr double kLargestBigM = 1e6;
-// What a binary's distance from an integer, within tolerances, may let through.
-constexpr double kLeastMeaningful = 1e-6;
-
-Reformulation reformulation(Problem& problem) {
-    const double asked = problem.controls.indbigm;
-    Reformulation all(problem.model, std::min(asked, kLargestBigM));
-    if (all.branched().empty() || all.big_m() <= kSafeBigM) return all;
-    return {problem.model, std::min(asked, kSafeBigM)};
-}
-
-// A binary off by the tolerance times M must not matter.
-void tighten_for(KernelOptions& options, double big_m) {
-    const double tolerance = std::max(1e-10, kLeastMeaningful / big_m);
-    options.integrality_tolerance = std::min(options.integrality_tolerance, tolerance);
-    options.feasibility_tolerance = std::min(options.feasibility_tolerance, tolerance);
-}
-
-// The model as the kernel is to search it, cutoff included.
-KernelModel stated_model(Problem& problem) {
-    KernelModel model = needs_reformulation(problem.model) ? reformulation(problem).take()
-                                                           : kernel_model(problem.model);
-    if (has_cutoff(problem)) add_cutoff_row(model, problem.controls.mipabscutoff);
-    return model;
-}
-
 // The kernel with the model in it: the live one, or one of its own for what has more rows or
 // columns.
 class LoadedKernel {
   public:
-    LoadedKernel(Problem& problem, double matrix_tolerance) {
-        if (!needs_reformulation(problem.model) && !has_cutoff(problem)) {
-            problem.live_model().synchronise(problem.model, matrix_tolerance);
-            kernel_ = &problem.live_model().kernel();
+    LoadedKernel(SolveSession& session, double matrix_tolerance) {
+        const Controls& controls = session.controls();
+        if (!needs_reformulation(session.model()) && !has_cutoff(controls)) {
+            session.problem().live_model().synchronise(session.model(), matrix_tolerance);
+            kernel_ = &session.problem().live_model().kernel();
             return;
         }
-        if (!own_.load(stated_model(problem), matrix_tolerance))
+        KernelModel model = stated_model(session);
+        if (has_cutoff(controls)) add_cutoff_row(model, controls.mipabscutoff);
+        if (!own_.load(std::move(model), matrix_tolerance))
             fail(QLX_ERROR_SOLVER, "the solver refused the reformulated model");
         kernel_ = &own_;
     }
@@ -191,148 +91,216 @@ class LoadedKernel {
     LpKernel* kernel_ = nullptr;
 };
 
-// HiGHS' presolve calls some feasible models infeasible, so its claim gets a second look without
-// presolve, of bounded effort. True when that look refutes the claim.
-bool is_feasible_without_presolve(LpKernel& kernel, KernelOptions options, KernelEvents& watch,
-                                  KernelResult& result) {
-    constexpr int kNodes = 2000;
-    if (!options.presolve) return false;
-    options.presolve = false;
-    options.method = KernelMethod::kAutomatic;
-    options.node_limit = std::min(options.node_limit, kNodes);
-    kernel.forget_basis();
-    const KernelResult second = kernel.solve(options, watch);
-    if (!second.has_point) return false;
-    result = second;
-    return true;
-}
+constexpr int kUndecided = -1;
 
-// One step of the ladder; -1 when the next one is to be climbed.
-int run_once(Problem& problem, const SolveScope& scope, LpKernel& kernel, KernelOptions options) {
-    Results& results = problem.results;
-    MipWatch watch(problem);
-    KernelResult result = kernel.solve(options, watch);
-    if (result.outcome == KernelOutcome::kInfeasible &&
-        is_feasible_without_presolve(kernel, options, watch, result) &&
-        result.outcome == KernelOutcome::kSearchLimit)
-        return -1;  // the ladder's step without presolve goes on from here
-    results.simplex_iterations += result.simplex_iterations;
-    results.nodes += result.nodes;
-    results.best_bound = result.best_bound;
-    results.stop_status = stop_of(problem, result);
-    if (result.outcome == KernelOutcome::kMemory)
-        fail(QLX_ERROR_MEMORY, "the solver ran out of memory");
-    bool passed = true;
-    if (result.has_point && !kernel.col_value().empty())
-        passed = watch.take(kernel.col_value().data(), static_cast<int>(kernel.col_value().size()));
-    if (result.outcome == KernelOutcome::kOptimal &&
-        (!passed || (results.mip.valid && leaves_gap(results, options))))
-        return -1;
-    if (result.outcome == KernelOutcome::kInfeasibleOrUnbounded) {
-        options.time_limit = scope.seconds_left();
-        return infeasible_or_unbounded(problem, stated_model(problem), options);
+// One step of the ladder.
+class Attempt {
+  public:
+    Attempt(SolveSession& session, LpKernel& kernel, const KernelOptions& options)
+        : session_(session), kernel_(kernel), options_(options), results_(session.results()) {}
+
+    // The status, kUndecided where the next step is to be taken.
+    int run() {
+        KernelResult result = session_.run(kernel_, options_, session_.tree_events());
+        if (result.outcome == KernelOutcome::kInfeasible && is_refuted(result) &&
+            result.outcome == KernelOutcome::kSearchLimit)
+            return kUndecided;  // the ladder's step without presolve goes on from here
+        results_.stop_status = session_.reason_for(result);
+        results_.best_bound = result.best_bound;
+        return judge(result);
     }
-    const bool beaten = result.outcome == KernelOutcome::kOptimal && !results.mip.valid;
-    if (beaten && has_cutoff(problem)) return QLX_MIP_INFEAS;
-    return status_of(results, result.outcome);
-}
 
-// Step by step, until a result stands our check; -1 when none does.
-int climb(Problem& problem, const SolveScope& scope, const KernelOptions& asked) {
-    LoadedKernel kernel(problem, asked.matrix_tolerance);
+  private:
+    // HiGHS' presolve calls some feasible models infeasible, so its claim gets a second look
+    // without presolve, of bounded effort. True when that look refutes the claim.
+    bool is_refuted(KernelResult& result) {
+        constexpr int kNodes = 2000;
+        if (!options_.presolve || session_.stop_rule().stop()) return false;
+        KernelOptions options = options_;
+        options.presolve = false;
+        options.method = KernelMethod::kAutomatic;
+        options.node_limit = std::min(options.node_limit, kNodes);
+        kernel_.forget_basis();
+        const KernelResult second = session_.run(kernel_, options, session_.tree_events());
+        if (!second.has_point) return false;
+        result = second;
+        return true;
+    }
+
+    int judge(const KernelResult& result) {
+        const bool passed = !result.has_point || kernel_.col_value().empty() ||
+                            session_.offer(kernel_.col_value()) != Verdict::kRejected;
+        const bool found = !results_.mip.empty();
+        switch (result.outcome) {
+            case KernelOutcome::kOptimal:
+                if (!passed) return kUndecided;
+                if (!found) return has_cutoff(session_.controls()) ? beaten() : kUndecided;
+                return leaves_gap(results_, options_) ? kUndecided : QLX_MIP_OPTIMAL;
+            case KernelOutcome::kInfeasible:
+                return has_cutoff(session_.controls()) ? infeasible_or_beaten() : QLX_MIP_INFEAS;
+            case KernelOutcome::kCutoff:
+                return beaten();
+            case KernelOutcome::kUnbounded:
+                return QLX_MIP_UNBOUNDED;
+            case KernelOutcome::kInfeasibleOrUnbounded:
+                return infeasible_or_unbounded();
+            case KernelOutcome::kTimeLimit:
+            case KernelOutcome::kIterationLimit:
+            case KernelOutcome::kSearchLimit:
+            case KernelOutcome::kInterrupted:
+                return found ? QLX_MIP_SOLUTION : QLX_MIP_NO_SOL_FOUND;
+            default:
+                return kUndecided;
+        }
+    }
+
+    // Nothing is better than the cutoff.
+    int beaten() {
+        results_.stop_status = QLX_STOP_CUTOFF;
+        results_.best_bound = session_.controls().mipabscutoff;
+        return QLX_MIP_NO_SOL_FOUND;
+    }
+
+    enum class Points { kNone, kSome, kUnknown };
+
+    // Whether the model without its objective and cutoff has a point.
+    Points look_for_any_point(const KernelOptions& options) {
+        KernelModel model = stated_model(session_);
+        std::fill(model.cost.begin(), model.cost.end(), 0.0);
+        model.constant = 0;
+        LpKernel kernel;
+        if (!kernel.load(std::move(model), options.matrix_tolerance))
+            fail(QLX_ERROR_SOLVER, "the solver refused the model without its objective");
+        const KernelResult result = session_.run(kernel, options, session_.events());
+        if (result.outcome == KernelOutcome::kOptimal || result.has_point) return Points::kSome;
+        // Nothing is unbounded without an objective.
+        return result.outcome == KernelOutcome::kInfeasible ||
+                       result.outcome == KernelOutcome::kInfeasibleOrUnbounded
+                   ? Points::kNone
+                   : Points::kUnknown;
+    }
+
+    // Where a limit ends the solve without an objective the question stays open.
+    int infeasible_or_unbounded() {
+        const Points points = look_for_any_point(options_);
+        if (points == Points::kSome) return QLX_MIP_UNBOUNDED;
+        return points == Points::kNone ? QLX_MIP_INFEAS : QLX_MIP_NO_SOL_FOUND;
+    }
+
+    // The kernel has seen the cutoff as a row: is it to blame? That is worth as much time as the
+    // proof took; a step of another solve leaves the question to that.
+    int infeasible_or_beaten() {
+        if (session_.is_nested()) return beaten();
+        KernelOptions options = options_;
+        options.time_limit = std::max(1.0, session_.seconds());
+        return look_for_any_point(options) == Points::kNone ? QLX_MIP_INFEAS : beaten();
+    }
+
+    SolveSession& session_;
+    LpKernel& kernel_;
+    const KernelOptions options_;
+    Results& results_;
+};
+
+// Step by step, until a result stands our check.
+int climb(SolveSession& session, const KernelOptions& asked) {
+    LoadedKernel kernel(session, asked.matrix_tolerance);
     if (asked.iteration_limit == 0) {
-        problem.results.stop_status = QLX_STOP_ITERLIMIT;
+        session.results().stop_status = QLX_STOP_ITERLIMIT;
         return QLX_MIP_NO_SOL_FOUND;
     }
     for (const Recovery& recovery : recovery_ladder()) {
         KernelOptions options = asked;
         recovery.adjust(options);
         options.iteration_limit = std::numeric_limits<int>::max();
-        options.time_limit = scope.seconds_left();
         if (&recovery != &recovery_ladder().front())
-            problem.send(
+            session.send(
                 QLX_MSG_WARNING, message::kRecovery,
                 join("the solver's result did not stand the check; solving again ", recovery.name));
-        const int status = run_once(problem, scope, kernel.get(), options);
-        if (status >= 0) return status;
+        const int status = Attempt(session, kernel.get(), options).run();
+        if (status != kUndecided) return status;
     }
-    problem.results.best_bound = kNoValue;  // no claim of a result that was rejected counts
-    return -1;
+    session.send(QLX_MSG_WARNING, message::kRecovery, "no result of the solver stood the check");
+    session.results().stop_status = QLX_STOP_NUMERICS;
+    session.results().best_bound = kNoValue;  // no claim of a result that was rejected counts
+    return session.results().mip.empty() ? QLX_MIP_NO_SOL_FOUND : QLX_MIP_SOLUTION;
 }
 
-// Whether no point is better than the incumbent, or there is none at all, also without presolve.
-// That is worth ten times the time that the claim took.
-bool survives_without_presolve(Problem& problem, const SolveScope& scope, KernelOptions options) {
-    if (!options.presolve) return true;
-    KernelModel model = stated_model(problem);
-    const Results& results = problem.results;
-    if (results.mip.valid) {
-        const double size = std::fabs(results.mip.objective);
-        const double gap = std::max(options.absolute_gap, options.relative_gap * size);
-        add_cutoff_row(model,
-                       results.mip.objective -
-                           problem.model.sense() * std::max(gap, 1e-6 * std::max(1.0, size)));
+// Looks for a better point than the incumbent, or for any, without presolve. That is worth ten
+// times the time that the claim took.
+KernelResult doubt(SolveSession& session, KernelOptions options) {
+    KernelModel model = stated_model(session);
+    const Results& results = session.results();
+    if (!results.mip.empty()) {
+        const double objective = results.mip.objective();
+        const double size = std::fabs(objective);
+        const double gap = std::max(
+            {options.absolute_gap, options.relative_gap * size, 1e-6 * std::max(1.0, size)});
+        add_cutoff_row(model, objective - session.model().sense() * gap);
     }
     LpKernel kernel;
-    if (!kernel.load(std::move(model), options.matrix_tolerance)) return false;
+    if (!kernel.load(std::move(model), options.matrix_tolerance))
+        fail(QLX_ERROR_SOLVER, "the solver refused the model with a cutoff");
     options.presolve = false;
     options.iteration_limit = std::numeric_limits<int>::max();
-    options.time_limit = std::min(scope.seconds_left(), std::max(5.0, 10 * scope.seconds()));
-    MipWatch watch(problem);
-    const KernelResult result = kernel.solve(options, watch);
-    problem.results.nodes += result.nodes;
-    problem.results.simplex_iterations += result.simplex_iterations;
-    return result.outcome == KernelOutcome::kInfeasible;
+    options.time_limit = std::max(5.0, 10 * session.seconds());
+    return session.run(kernel, options, session.tree_events());
 }
 
-// Whether a status may be claimed of a model that is stated with coefficients up to big_m.
-bool stands(Problem& problem, const SolveScope& scope, const KernelOptions& asked, double big_m,
-            int status) {
-    if (status < 0) return false;
-    if (big_m <= kSafeBigM || problem.results.stop_status != QLX_STOP_NONE) return true;
-    if (status == QLX_MIP_OPTIMAL || status == QLX_MIP_INFEAS)
-        return survives_without_presolve(problem, scope, asked);
-    return status != QLX_MIP_UNBOUNDED;
+// The status that may be claimed of a model that is stated with coefficients up to big_m, where
+// `status` was found; kUndecided: none.
+int proven_status(SolveSession& session, const KernelOptions& asked, double big_m, int status) {
+    Results& results = session.results();
+    if (results.stop_status == QLX_STOP_NUMERICS) return kUndecided;
+    if (big_m <= kSafeBigM || results.stop_status != QLX_STOP_NONE) return status;
+    if (status == QLX_MIP_UNBOUNDED) return kUndecided;
+    if (!asked.presolve) return status;
+    const KernelResult result = doubt(session, asked);
+    if (result.outcome == KernelOutcome::kInfeasible) return status;
+    if (!session.stop_rule().stop()) return kUndecided;
+    results.best_bound = result.best_bound;
+    return results.mip.empty() ? QLX_MIP_NO_SOL_FOUND : QLX_MIP_SOLUTION;
 }
 
-void finish(Problem& problem, int status) {
-    Results& results = problem.results;
-    results.mip_status = status < 0 ? QLX_MIP_NO_SOL_FOUND : status;
-    if (status < 0 && results.mip.valid) results.mip_status = QLX_MIP_SOLUTION;
-    if (status == QLX_MIP_INFEAS || status == QLX_MIP_UNBOUNDED) results.best_bound = kNoValue;
+void finish(SolveSession& session, int status) {
+    Results& results = session.results();
+    results.mip_status = status;
+    if (status == QLX_MIP_INFEAS || status == QLX_MIP_UNBOUNDED) {
+        session.incumbents().forget();
+        results.best_bound = kNoValue;
+        results.stop_status = QLX_STOP_NONE;
+    }
     if (std::fabs(results.best_bound) >= kInfinity) results.best_bound = kNoValue;
-    if (status == QLX_MIP_OPTIMAL && std::fabs(results.mip.objective - results.best_bound) >
-                                         1e-9 * std::max(1.0, std::fabs(results.mip.objective)))
+    const double objective = results.mip.objective();
+    if (status == QLX_MIP_OPTIMAL &&
+        std::fabs(objective - results.best_bound) > 1e-9 * std::max(1.0, std::fabs(objective)))
         results.stop_status = QLX_STOP_MIPGAP;
-    send_end(problem, describe(results.mip_status), results.mip.objective);
+    session.send_end(describe(status), objective);
 }
 
 }  // namespace
 
-bool take_integer_point(Problem& problem, const double* x) {
-    return MipWatch(problem).take(x, problem.model.num_cols());
-}
-
-void solve_mip(Problem& problem, const SolveScope& scope, const char* flags) {
-    KernelOptions asked = kernel_options(problem.controls, flags);
-    send_start(problem, "MIP");
+void solve_mip(SolveSession& session, const char* flags) {
+    KernelOptions asked = kernel_options(session.controls(), flags);
+    session.send_start("MIP");
     double big_m = 1;
-    if (has_constructs(problem.model)) {
-        const Reformulation statement = reformulation(problem);
+    if (has_constructs(session.model())) {
+        const Reformulation statement = reformulation(session);
         if (const auto& items = statement.branched(); !items.empty())
-            return finish(problem, search_constructs(problem, scope, flags, items));
+            return finish(session, search_constructs(session, flags, items));
         big_m = statement.big_m();
         tighten_for(asked, big_m);
     }
-    int status = climb(problem, scope, asked);
-    if (big_m > 1 && !stands(problem, scope, asked, big_m, status)) {
-        problem.send(QLX_MSG_WARNING, message::kRecovery,
+    int status = climb(session, asked);
+    if (big_m > 1) status = proven_status(session, asked, big_m, status);
+    if (status == kUndecided) {
+        session.send(QLX_MSG_WARNING, message::kRecovery,
                      "the solver's result with large coefficients did not stand the check; "
                      "branching on constructs instead");
-        const Reformulation plain(problem.model, 1);
-        status = search_constructs(problem, scope, flags, plain.branched());
+        const Reformulation plain(session.model(), 1);
+        status = search_constructs(session, flags, plain.branched());
     }
-    finish(problem, status);
+    finish(session, status);
 }
 
 }  // namespace qlx

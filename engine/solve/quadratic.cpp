@@ -3,13 +3,12 @@
 #include <cmath>
 
 #include "engine/base/index.hpp"
-#include "engine/check/point_check.hpp"
 #include "engine/lp/live_model.hpp"
 #include "engine/lp/quadratic_kernel.hpp"
 #include "engine/quad/convex_program.hpp"
 #include "engine/solve/kernel_options.hpp"
 #include "engine/solve/solve.hpp"
-#include "engine/solve/solve_scope.hpp"
+#include "engine/solve/solve_session.hpp"
 
 namespace qlx {
 
@@ -96,22 +95,14 @@ class Statement {
     std::vector<int> quadratic_rows_;
 };
 
-quad::ConvexControl control_of(Problem& problem, const SolveScope& scope) {
+quad::ConvexControl control_of(const SolveSession& session) {
     quad::ConvexControl control;
-    control.feasibility_tolerance = problem.controls.feastol;
-    control.optimality_tolerance = problem.controls.opttol;
-    control.iteration_budget = problem.controls.lpiterlimit;
-    control.stop.interrupt = &problem.stop_flag();
-    control.stop.look = [&problem] { problem.look_for_interrupt(); };
-    if (const double left = scope.seconds_left(); left < kInfinity) {
-        // A clock's range is finite; a limit of years is none.
-        const std::chrono::duration<double> seconds(std::min(left, 1e8));
-        control.stop.deadline =
-            std::chrono::steady_clock::now() +
-            std::chrono::duration_cast<std::chrono::steady_clock::duration>(seconds);
-    }
-    control.large_scale_qp = [threads = kernel_options(problem.controls, nullptr).threads](
-                                 const quad::QuadraticModel& model, const quad::StopRule& rule,
+    control.feasibility_tolerance = session.controls().feastol;
+    control.optimality_tolerance = session.controls().opttol;
+    control.iteration_budget = session.controls().lpiterlimit;
+    control.stop = session.stop_rule();
+    control.large_scale_qp = [threads = kernel_options(session.controls(), nullptr).threads](
+                                 const quad::QuadraticModel& model, const StopRule& rule,
                                  int iterations) {
         return solve_large_quadratic(model, rule, iterations, threads);
     };
@@ -127,38 +118,30 @@ std::string column_pair(Problem& problem, const quad::ModelPlace& place) {
     return join(" in columns \"", first, "\" and \"", names.name(place.second_column), "\"");
 }
 
-void send_nonconvex(Problem& problem, const Statement& statement, const quad::ModelPlace& place) {
+void send_nonconvex(SolveSession& session, const Statement& statement,
+                    const quad::ModelPlace& place) {
+    Problem& problem = session.problem();
     std::string where = "the objective";
     if (place.quadratic_row >= 0) {
         const int row = statement.quadratic_row(place.quadratic_row);
         where = join("row \"", problem.model.row_names().name(row), "\"");
     }
-    problem.send(QLX_MSG_ERROR, message::kNonconvex,
+    session.send(QLX_MSG_ERROR, message::kNonconvex,
                  join("The problem is not convex: ", where, " has negative curvature",
                       column_pair(problem, place)));
 }
 
-// Keeps the point if it is feasible by our own evaluation of the store; true if it is.
-bool take_point(Problem& problem, const Statement& statement, const quad::ConvexResult& result) {
-    Model& model = problem.model;
+// Hands the point to the incumbents; true if they take it.
+bool take_point(SolveSession& session, const Statement& statement,
+                const quad::ConvexResult& result) {
+    const Model& model = session.model();
     if (result.x.size() != at(model.num_cols())) return false;
-    Solution solution;
-    solution.x = result.x;
-    solution.slack = row_activities(model, solution.x.data());
-    const PointCheck check =
-        check_point(model, solution.x.data(), solution.slack, false, problem.controls.inttol);
-    if (check.feasibility() > std::max(1e-6, 10 * problem.controls.feastol)) return false;
-    for (std::size_t row = 0; row < solution.slack.size(); ++row)
-        solution.slack[row] = model.rhs()[row] - solution.slack[row];
-    solution.objective = objective_value(model, solution.x.data());
-    solution.dual = statement.duals(result);
-    solution.dj = result.reduced_cost;
-    solution.dj.resize(solution.x.size(), 0.0);
-    for (double& dj : solution.dj) dj *= model.sense();
-    solution.valid = true;
-    problem.results.primal_infeasibility = check.feasibility();
-    problem.results.lp = std::move(solution);
-    return true;
+    Solution point;
+    point.x = result.x;
+    point.dual = statement.duals(result);
+    point.dj = result.reduced_cost;
+    for (double& dj : point.dj) dj *= model.sense();
+    return session.incumbents().take_relaxed(std::move(point)) != nullptr;
 }
 
 struct Outcome {
@@ -167,7 +150,7 @@ struct Outcome {
     const char* text;
 };
 
-Outcome outcome_of(const Problem& problem, quad::ConvexStatus status) {
+Outcome outcome_of(const SolveSession& session, quad::ConvexStatus status) {
     switch (status) {
         case quad::ConvexStatus::kOptimal:
             return {QLX_LP_OPTIMAL, QLX_STOP_NONE, "Optimal"};
@@ -181,42 +164,45 @@ Outcome outcome_of(const Problem& problem, quad::ConvexStatus status) {
             return {QLX_LP_UNFINISHED, QLX_STOP_ITERLIMIT, "Stopped early"};
         case quad::ConvexStatus::kTimeLimit:
             return {QLX_LP_UNFINISHED, QLX_STOP_TIMELIMIT, "Stopped early"};
-        case quad::ConvexStatus::kInterrupted:
-            return {QLX_LP_UNFINISHED,
-                    problem.stop_reason() != 0 ? problem.stop_reason() : QLX_STOP_USER,
+        case quad::ConvexStatus::kInterrupted: {
+            const int reason = session.stop_rule().reason();
+            return {QLX_LP_UNFINISHED, reason != QLX_STOP_NONE ? reason : QLX_STOP_USER,
                     "Stopped early"};
+        }
         case quad::ConvexStatus::kUnsupported:
             fail(QLX_ERROR_UNSUPPORTED,
                  "quadratic rows need the nonlinear interior point, which this build lacks");
         default:
-            return {QLX_LP_UNSOLVED, QLX_STOP_NONE, "Not solved to the tolerances"};
+            return {QLX_LP_UNSOLVED, QLX_STOP_NUMERICS, "Not solved to the tolerances"};
     }
 }
 
 }  // namespace
 
-void solve_quadratic(Problem& problem, const SolveScope& scope) {
-    send_start(problem, problem.model.quadratic_rows().empty() ? "QP" : "QCQP");
-    Results& results = problem.results;
-    if (problem.controls.lpiterlimit == 0) {
+void solve_quadratic(SolveSession& session) {
+    Problem& problem = session.problem();
+    session.send_start(problem.model.quadratic_rows().empty() ? "QP" : "QCQP");
+    Results& results = session.results();
+    if (session.controls().lpiterlimit == 0) {
         // The caller wants the model handed over and nothing solved.
-        problem.live_model().hand_over_quadratic(problem.model, problem.controls.matrixtol);
+        problem.live_model().hand_over_quadratic(problem.model, session.controls().matrixtol);
         results.lp_status = QLX_LP_UNFINISHED;
         results.stop_status = QLX_STOP_ITERLIMIT;
-        return send_end(problem, "Stopped early", kNoValue);
+        return session.send_end("Stopped early", kNoValue);
     }
     const Statement statement(problem.model);
-    const quad::ConvexResult result =
-        quad::solve_convex(statement.program(), control_of(problem, scope));
-    Outcome outcome = outcome_of(problem, result.status);
-    results.barrier_iterations = result.iterations;
-    if (outcome.status == QLX_LP_NONCONVEX) send_nonconvex(problem, statement, result.place);
+    const quad::ConvexResult result = quad::solve_convex(statement.program(), control_of(session));
+    Outcome outcome = outcome_of(session, result.status);
+    KernelResult work;
+    work.interior_iterations = result.iterations;
+    session.count(work);
+    if (outcome.status == QLX_LP_NONCONVEX) send_nonconvex(session, statement, result.place);
     const bool has_answer = outcome.status == QLX_LP_OPTIMAL || outcome.status == QLX_LP_UNFINISHED;
-    if (has_answer && !take_point(problem, statement, result) && outcome.status == QLX_LP_OPTIMAL)
-        outcome = outcome_of(problem, quad::ConvexStatus::kNumericalFailure);
+    if (has_answer && !take_point(session, statement, result) && outcome.status == QLX_LP_OPTIMAL)
+        outcome = outcome_of(session, quad::ConvexStatus::kNumericalFailure);
     results.lp_status = outcome.status;
     results.stop_status = outcome.stop;
-    send_end(problem, outcome.text, results.lp.objective);
+    session.send_end(outcome.text, results.lp.objective());
 }
 
 }  // namespace qlx

@@ -3,7 +3,8 @@
 
 #include "engine/core/problem.hpp"
 #include "engine/solve/classify.hpp"
-#include "engine/solve/solve_scope.hpp"
+#include "engine/solve/kernel_options.hpp"
+#include "engine/solve/solve_session.hpp"
 
 namespace qlx {
 
@@ -14,25 +15,51 @@ namespace {
          "no solver for this class of problem yet: ", class_name(problem_class));
 }
 
-void solve_continuous(Problem& problem, const SolveScope& scope, ProblemClass problem_class,
-                      const char* flags) {
+// Throws Error for what no solver takes.
+ProblemClass checked_class(Problem& problem, bool integral, const char* flags) {
+    if (problem.model.num_cols() == 0 && problem.model.num_rows() == 0)
+        fail(QLX_ERROR_STATE, "the problem is empty: add columns or rows before solving it");
+    refuse_unknown_flags(flags);
+    refuse_nonlinear(problem);
+    const ProblemClass problem_class = classify(problem.model, integral);
+    if (problem_class == ProblemClass::kMiqp || problem_class == ProblemClass::kMiqcp)
+        refuse_class(problem_class);
+    return problem_class;
+}
+
+void solve_continuous(SolveSession& session, ProblemClass problem_class, const char* flags) {
     switch (problem_class) {
         case ProblemClass::kLp:
-            return solve_lp(problem, scope, flags);
+            return solve_lp(session, flags);
         case ProblemClass::kQp:
         case ProblemClass::kQcqp:
-            return solve_quadratic(problem, scope);
+            return solve_quadratic(session);
         default:
             refuse_class(problem_class);
     }
 }
 
+// The optimum of a model without anything to branch on, under the cutoff of a tree search.
+void take_optimum(SolveSession& session) {
+    Results& results = session.results();
+    const auto optimum = results.lp.get();
+    results.best_bound = optimum->objective;
+    results.mip_status = QLX_MIP_OPTIMAL;
+    if (session.offer(optimum->x) == Verdict::kKept) return;
+    results.mip_status = QLX_MIP_NO_SOL_FOUND;
+    results.stop_status = QLX_STOP_CUTOFF;
+    session.send(
+        QLX_MSG_INFORMATION, message::kSolveEnd,
+        join("Stopped without a solution (cutoff): the optimum, ", exact(optimum->objective),
+             ", is not better than ", exact(session.controls().mipabscutoff)));
+}
+
 // A tree search over a model without anything to branch on is its continuous solve.
-void take_as_integer(Results& results) {
+void take_as_integer(SolveSession& session) {
+    Results& results = session.results();
     switch (results.lp_status) {
         case QLX_LP_OPTIMAL:
-            results.mip_status = QLX_MIP_OPTIMAL;
-            break;
+            return take_optimum(session);
         case QLX_LP_INFEAS:
             results.mip_status = QLX_MIP_INFEAS;
             break;
@@ -43,9 +70,12 @@ void take_as_integer(Results& results) {
             results.mip_status = QLX_MIP_LP_NOT_OPTIMAL;
             break;
     }
-    if (results.lp_status != QLX_LP_OPTIMAL) return;
-    results.mip = results.lp;
-    results.best_bound = results.lp.objective;
+}
+
+void solve_class(SolveSession& session, ProblemClass problem_class, const char* flags) {
+    if (problem_class == ProblemClass::kMip) return solve_mip(session, flags);
+    solve_continuous(session, problem_class, flags);
+    take_as_integer(session);
 }
 
 }  // namespace
@@ -59,23 +89,19 @@ void refuse_nonlinear(const Problem& problem) {
 }
 
 void solve_without_integrality(Problem& problem, const char* flags) {
-    refuse_empty(problem);
-    refuse_nonlinear(problem);
-    const ProblemClass problem_class = classify(problem.model, false);
-    const SolveScope scope(problem);
-    solve_continuous(problem, scope, problem_class, flags);
+    const ProblemClass problem_class = checked_class(problem, false, flags);
+    SolveSession session(problem);
+    solve_continuous(session, problem_class, flags);
 }
 
 void solve_with_integrality(Problem& problem, const char* flags) {
-    refuse_empty(problem);
-    refuse_nonlinear(problem);
-    const ProblemClass problem_class = classify(problem.model, true);
-    if (problem_class == ProblemClass::kMiqp || problem_class == ProblemClass::kMiqcp)
-        refuse_class(problem_class);
-    const SolveScope scope(problem);
-    if (problem_class == ProblemClass::kMip) return solve_mip(problem, scope, flags);
-    solve_continuous(problem, scope, problem_class, flags);
-    take_as_integer(problem.results);
+    const ProblemClass problem_class = checked_class(problem, true, flags);
+    SolveSession session(problem);
+    solve_class(session, problem_class, flags);
+}
+
+void solve_part(SolveSession& session, const char* flags) {
+    solve_class(session, checked_class(session.problem(), true, flags), flags);
 }
 
 }  // namespace qlx

@@ -13,14 +13,14 @@ void solve_with_integrality(Problem& problem, const char* flags);
 // problem.
 void refuse_nonlinear(const Problem& problem);
 
-// By class; the caller has checked it.
-class SolveScope;
-void solve_lp(Problem& problem, const SolveScope& scope, const char* flags);
-void solve_quadratic(Problem& problem, const SolveScope& scope);
-void solve_mip(Problem& problem, const SolveScope& scope, const char* flags);
+class SolveSession;
 
-// Keeps a point of all columns as the integer solution if it is better than the one held. False
-// when it does not stand the check.
-bool take_integer_point(Problem& problem, const double* x);
+// Solves the problem of a nested session, integrality included.
+void solve_part(SolveSession& session, const char* flags);
+
+// By class; the caller has checked it.
+void solve_lp(SolveSession& session, const char* flags);
+void solve_quadratic(SolveSession& session);
+void solve_mip(SolveSession& session, const char* flags);
 
 }  // namespace qlx

@@ -251,8 +251,8 @@ NodeAnswer LinearRelaxation::solve(const SolveLimits& limits) {
         last_.answer.iterations += before;
     }
     if (!last_.stands) last_.answer.status = NodeStatus::kUndecided;
-    start_ = nullptr;
-    has_factor_ = loaded_;
+    if (loaded_) start_ = nullptr;  // a solve that was left behind is begun again from it
+    kernel_is_at_start_ = has_factor_ = loaded_;
     basic_.clear();
     return last_.answer;
 }

@@ -104,7 +104,7 @@ class Relaxation {
     // What the next solve starts from: where the last one ended. Null before the first.
     [[nodiscard]] virtual std::shared_ptr<const WarmStart> warm_start() = 0;
     // Starts the next solve from what a relaxation of the same model gave, with whatever cuts: then
-    // it depends on that, bounds and cuts alone, not on what was solved before.
+    // it depends on that, bounds and cuts alone, not on what was solved before. Null: from scratch.
     virtual void restore(std::shared_ptr<const WarmStart> start) = 0;
 
     // The row in which a column is basic. False where it is not, or where the last solve did not

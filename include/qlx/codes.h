@@ -116,7 +116,9 @@ enum {
     QLX_STOP_ITERLIMIT = 4,
     QLX_STOP_MIPGAP = 5,
     QLX_STOP_SOLLIMIT = 6,
-    QLX_STOP_USER = 9
+    QLX_STOP_USER = 9,
+    QLX_STOP_CUTOFF = 10,  /* nothing is better than control mipabscutoff */
+    QLX_STOP_NUMERICS = 11 /* no result of the solvers stood the check */
 };
 
 /* Basis status of a row or column. */

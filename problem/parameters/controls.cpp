@@ -4,8 +4,8 @@
 #include <algorithm>
 #include <array>
 
-#include "bridge/allocator.hpp"
 #include "model/operand.hpp"
+#include "module/allocator.hpp"
 #include "module/boundary.hpp"
 #include "module/environment.hpp"
 #include "module/library_error.hpp"

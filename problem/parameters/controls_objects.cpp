@@ -1,5 +1,5 @@
 // quilex.control and quilex.attribute: parameters by name, as attributes of an object.
-#include "bridge/allocator.hpp"
+#include "module/allocator.hpp"
 #include "module/boundary.hpp"
 #include "module/environment.hpp"
 #include "module/library_error.hpp"

@@ -114,7 +114,9 @@ def test_added_rows_have_constraints(model):
     assert unnamed.name.startswith("R")
     assert p.getIndex(lower) == p.getIndexFromName(1, "lower") == 3
     p.delConstraint(upper)
-    assert p.getIndex(unnamed) == 3
+    assert [p.getIndex(row) for row in p.getConstraint()] == [0, 1, 2, 3]
+    with pytest.raises(RuntimeError, match="Cannot get row name indexed by 1"):
+        p.addrows("LL", [1, 1], [0, 0, 0], [], [], names=["only"])
     with pytest.raises(RuntimeError, match="Stale expression link"):
         quilex.problem().addConstraint(lower)
 

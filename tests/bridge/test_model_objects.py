@@ -121,17 +121,6 @@ def test_new_columns_that_are_refused(model):
     assert "column 5" in message(quilexlib._add_columns, p, None, None, [5], "C", 2, 2)
 
 
-def test_objects_for_new_rows(model):
-    p = model[0]
-    quilexlib._add_rows(p, ["e", "f"], 2, 2)
-    quilexlib._add_rows(p, None, 4, 1)
-    names = [item.name for item in p.getConstraint()]
-    assert names[:4] == ["c", "d", "e", "f"]
-    assert names[4].startswith("R")
-    assert [p.getIndex(item) for item in p.getConstraint()] == list(range(5))
-    assert message(quilexlib._add_rows, p, ["g"], 5, 2) == "Cannot get row name indexed by 1"
-
-
 def test_names_and_letters_of_columns(model):
     p = model[0]
     quilexlib._name_columns(p, ["first", "second"], "BI", 0, 2)

@@ -125,6 +125,67 @@ const std::vector<Case> kCases = {
     {"flags contains 'z'", [](QLXprob p) { return QLXlpoptimize(p, "z"); }},
 };
 
+// Linear, quadratic, with quadratic rows, integer, nonlinear: the letters are the same.
+TEST(Arguments, UnknownLettersOfTheFlagsAreRefusedInEveryClass) {
+    using Make = void (*)(QLXprob);
+    const Make classes[] = {
+        [](QLXprob) {},
+        [](QLXprob p) {
+            const int square = 0;
+            const double value = 1;
+            ASSERT_EQ(QLXchgmqobj64(p, 1, &square, &square, &value), 0);
+        },
+        [](QLXprob p) {
+            const int kind = 0;
+            ASSERT_EQ(QLXchgcoltype(p, 1, &kind, "I"), 0);
+        },
+    };
+    for (const Make make : classes) {
+        TestProblem p;
+        build(p);
+        make(p);
+        for (const auto solve : {QLXlpoptimize, QLXmipoptimize}) {
+            EXPECT_EQ(solve(p, "dz"), QLX_ERROR_ARGUMENT);
+            EXPECT_NE(p.error().find("flags contains 'z', must be of 'd'"), std::string::npos)
+                << p.error();
+            EXPECT_EQ(p.integer("lpstatus"), QLX_LP_UNSTARTED);
+        }
+        QSLPprob nonlinear = nullptr;
+        ASSERT_EQ(QSLPinit(), 0);
+        ASSERT_EQ(QSLPcreateprob(&nonlinear, p), 0);
+        EXPECT_EQ(QSLPnlpoptimize(nonlinear, "z"), QLX_ERROR_ARGUMENT);
+        ASSERT_EQ(QSLPdestroyprob(nonlinear), 0);
+        ASSERT_EQ(QSLPfree(), 0);
+    }
+}
+
+// The sense is one, wherever it is set.
+TEST(Arguments, TheNonlinearControlOfTheSenseIsTheModelsSense) {
+    TestProblem p;
+    build(p);
+    QSLPprob nonlinear = nullptr;
+    ASSERT_EQ(QSLPinit(), 0);
+    ASSERT_EQ(QSLPcreateprob(&nonlinear, p), 0);
+    const auto shown = [&] {
+        double value = 0;
+        EXPECT_EQ(QSLPgetdblcontrol(nonlinear, QSLP_CONTROL_OBJSENSE, &value), 0);
+        EXPECT_EQ(value, p.integer("objsense"));
+        return value;
+    };
+    ASSERT_EQ(QLXchgobjsense(p, -1), 0);
+    EXPECT_EQ(shown(), -1);
+    for (const double wrong : {0.0, 0.5, 2.0, -1.5, std::nan("")}) {
+        EXPECT_EQ(QSLPsetdblcontrol(nonlinear, QSLP_CONTROL_OBJSENSE, wrong), QLX_ERROR_ARGUMENT);
+        EXPECT_EQ(shown(), -1);
+    }
+    for (const int wrong : {0, 2, -2}) EXPECT_EQ(QLXchgobjsense(p, wrong), QLX_ERROR_ARGUMENT);
+    EXPECT_EQ(shown(), -1);
+    ASSERT_EQ(QSLPsetdblcontrol(nonlinear, QSLP_CONTROL_OBJSENSE, 1), 0);
+    EXPECT_EQ(shown(), 1);
+    ASSERT_EQ(QSLPdestroyprob(nonlinear), 0);
+    ASSERT_EQ(QSLPfree(), 0);
+}
+
 TEST(Arguments, WrongOnesAreNamedAndChangeNothing) {
     for (const Case& wrong : kCases) {
         TestProblem p;

@@ -233,7 +233,8 @@ TEST(ConstructSearch, CutoffAndGap) {
         const double best = solve(p).objective;
         const int needed = p.integer("nodes");
         p.control("mipabscutoff", best - sense);
-        EXPECT_EQ(solve(p).status, QLX_MIP_INFEAS);
+        EXPECT_EQ(solve(p).status, QLX_MIP_NO_SOL_FOUND);
+        EXPECT_EQ(p.integer("stopstatus"), QLX_STOP_CUTOFF);
         p.control("mipabscutoff", best + sense);
         const Answer below = solve(p);
         EXPECT_EQ(below.status, QLX_MIP_OPTIMAL);

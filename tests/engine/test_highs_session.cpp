@@ -103,7 +103,7 @@ std::string fault_of(const Step& step) {
     Events events;
     if (step.kind == Kind::kHipo) {
         const quad::KernelAnswer answer =
-            solve_large_quadratic(chain(40), quad::StopRule{}, 100, step.threads);
+            solve_large_quadratic(chain(40), StopRule{}, 100, step.threads);
         return answer.claim == quad::KernelClaim::kSolved ? "" : "HiPO failed";
     }
     LpKernel kernel;
@@ -171,8 +171,13 @@ TEST(HighsSession, HipoTakesTheThreadsItIsGiven) {
     const int idle = Events::threads_now();
     for (const int threads : {1, 3}) {
         int most = 0;
-        quad::StopRule rule;
-        rule.look = [&most] { most = std::max(most, Events::threads_now()); };
+        StopRule rule;
+        const auto look = [](void* data) noexcept {
+            int& seen = *static_cast<int*>(data);
+            seen = std::max(seen, Events::threads_now());
+            return 0;
+        };
+        rule.ask(look, &most);
         const quad::KernelAnswer answer = solve_large_quadratic(chain(20'000), rule, 100, threads);
         EXPECT_EQ(answer.claim, quad::KernelClaim::kSolved);
         EXPECT_EQ(most, idle + threads) << threads;

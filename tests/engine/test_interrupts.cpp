@@ -1,11 +1,15 @@
 // Stopping solves, using problems from several threads, and where messages go.
+#include <algorithm>
 #include <atomic>
 #include <thread>
 
+#include "engine/core/problem.hpp"
+#include "engine/solve/progress_log.hpp"
 #include "tests/engine/support.hpp"
 
 namespace {
 
+using qlx::test::kInf;
 using qlx::test::Random;
 using qlx::test::TestProblem;
 
@@ -139,6 +143,72 @@ TEST(Messages, ReachCallbacksAndHandlersUntilRemoved) {
     ASSERT_EQ(QLXlpoptimize(p, ""), 0);
     EXPECT_EQ(log.lines.size(), 2U);
     EXPECT_EQ(handled, 3);
+}
+
+void keep_text(QLXprob, void* data, const char* text, int, int) {
+    static_cast<std::vector<std::string>*>(data)->emplace_back(text);
+}
+
+bool has(const std::vector<std::string>& lines, const std::string& text) {
+    return std::any_of(lines.begin(), lines.end(), [&](const std::string& line) {
+        return line.find(text) != std::string::npos;
+    });
+}
+
+TEST(Log, ATreeSearchShowsItsGapAndWhyItStopped) {
+    TestProblem p;
+    build_market_split(p);
+    std::vector<std::string> lines;
+    ASSERT_EQ(QLXaddcbmessage(p, keep_text, &lines, 0), 0);
+    p.control("timelimit", 4);
+    ASSERT_EQ(QLXmipoptimize(p, ""), 0) << p.error();
+    EXPECT_TRUE(has(lines, "best bound            best solution        gap   seconds"));
+    EXPECT_TRUE(has(lines, "(time limit)")) << lines.back();
+    EXPECT_TRUE(has(lines, "gap"));
+    lines.clear();
+    p.control("timelimit", kInf);
+    p.control("nodelimit", 1);
+    ASSERT_EQ(QLXmipoptimize(p, ""), 0) << p.error();
+    EXPECT_TRUE(has(lines, "(node limit)")) << lines.back();
+    lines.clear();
+    p.control("nodelimit", 1e6);
+    p.control("sollimit", 1);
+    ASSERT_EQ(QLXmipoptimize(p, ""), 0) << p.error();
+    EXPECT_TRUE(has(lines, "(solution limit)")) << lines.back();
+}
+
+// Lines come on the thread of the solve alone, whoever reports; one that is due comes even where
+// nothing was reported; numbers are shown whole.
+TEST(Log, ProgressIsShownByTheThreadThatSolves) {
+    TestProblem p;
+    std::vector<std::string> lines;
+    ASSERT_EQ(QLXaddcbmessage(p, keep_text, &lines, 0), 0);
+    qlx::ProgressLog log(*static_cast<QLXprob>(p));
+    log.tick(0.5);
+    EXPECT_TRUE(lines.empty());
+    log.tick(1.5);
+    ASSERT_EQ(lines.size(), 1U);
+    EXPECT_NE(lines[0].find("before the first iteration"), std::string::npos);
+    EXPECT_NE(lines[0].find("1.5"), std::string::npos);
+    qlx::KernelProgress progress;
+    progress.tree = true;
+    progress.nodes = 12;
+    progress.best_bound = 123456789.0625;
+    progress.best_solution = 123456790.1875;
+    std::thread([&] { log.report(progress, 3); }).join();
+    EXPECT_EQ(lines.size(), 1U);
+    log.tick(3.5);
+    ASSERT_EQ(lines.size(), 3U);
+    for (const char* text : {"123456789.0625 ", "123456790.1875 ", "9.11e-07%", "3.5"})
+        EXPECT_NE(lines[2].find(text), std::string::npos) << lines[2];
+    log.report(progress, 3.6);  // not yet due
+    EXPECT_EQ(lines.size(), 3U);
+    progress.best_solution = kInf;
+    log.report(progress, 9);
+    ASSERT_EQ(lines.size(), 4U);  // without another head
+    EXPECT_NE(lines[3].find("123456789.0625                        -          -"),
+              std::string::npos)
+        << lines[3];
 }
 
 }  // namespace

@@ -1,7 +1,8 @@
 // "Infeasible" and "unbounded" are only said with a proof.
 #include <cmath>
 
-#include "engine/check/linear_proof.hpp"
+#include "engine/check/proof.hpp"
+#include "engine/check/store_view.hpp"
 #include "engine/solve/kernel_options.hpp"
 #include "engine/solve/linear_claims.hpp"
 #include "tests/engine/support.hpp"
@@ -122,10 +123,10 @@ TEST(LpClaims, AreDecidedWithoutRaysToo) {
         TestProblem p;
         claim.build(p);
         const QLXprob prob = p;
-        const qlx::SolveScope scope(*prob);
+        qlx::SolveSession session(*prob);
         qlx::KernelOptions options = qlx::kernel_options(prob->controls, "");
         options.relax = true;
-        EXPECT_EQ(qlx::status_by_phase_one(*prob, scope, options), claim.status);
+        EXPECT_EQ(qlx::status_by_phase_one(session, options), claim.status);
     }
 }
 
@@ -135,10 +136,10 @@ TEST(LpClaims, ModelsWithAnOptimumAreNotDecided) {
     p.column(2, -5, kInf);
     p.row('G', 1, {0, 1}, {1, 1});
     const QLXprob prob = p;
-    const qlx::SolveScope scope(*prob);
+    qlx::SolveSession session(*prob);
     qlx::KernelOptions options = qlx::kernel_options(prob->controls, "");
     options.relax = true;
-    EXPECT_EQ(qlx::status_by_phase_one(*prob, scope, options), -1);
+    EXPECT_EQ(qlx::status_by_phase_one(session, options), -1);
 }
 
 // x + y >= 3 with x, y <= 1, z free and only in a second row.
@@ -149,7 +150,7 @@ TEST(LpClaims, FarkasMultipliersAreChecked) {
     p.column(0, -kInf, kInf);
     p.row('G', 3, {0, 1}, {1, 1});
     p.row('E', 0, {0, 2}, {1, 1});
-    qlx::Model& model = static_cast<QLXprob>(p)->model;
+    const qlx::StoreView store(static_cast<QLXprob>(p)->model, kDropped);
     struct Case {
         std::vector<double> multipliers;
         bool proves;
@@ -162,7 +163,7 @@ TEST(LpClaims, FarkasMultipliersAreChecked) {
                                            {{0, 0}, false},
                                            {{1}, false},
                                            {{}, false}})
-        EXPECT_EQ(qlx::proves_infeasible(model, c.multipliers, kDropped), c.proves)
+        EXPECT_EQ(qlx::proves_infeasible(store.view(), c.multipliers), c.proves)
             << testing::PrintToString(c.multipliers);
 }
 
@@ -173,7 +174,7 @@ TEST(LpClaims, ImprovingRaysAreChecked) {
     p.column(0, -kInf, 4);
     p.column(-1, 0, kInf);
     p.row('L', 2, {0, 1}, {1, -1});
-    qlx::Model& model = static_cast<QLXprob>(p)->model;
+    const qlx::StoreView store(static_cast<QLXprob>(p)->model, kDropped);
     struct Case {
         std::vector<double> direction;
         bool proves;
@@ -185,7 +186,7 @@ TEST(LpClaims, ImprovingRaysAreChecked) {
                                            {{0, -1, 0}, false},  // no progress
                                            {{0, 0, 0}, false},
                                            {{1, 0}, false}})
-        EXPECT_EQ(qlx::proves_improving_ray(model, c.direction, kDropped), c.proves)
+        EXPECT_EQ(!qlx::improving_ray(store.view(), c.direction).empty(), c.proves)
             << testing::PrintToString(c.direction);
 }
 

@@ -21,7 +21,7 @@ TEST(MipClaims, OnlySolutionsBetterThanTheCutoff) {
         int status;
     };
     for (const int sense : {1, -1}) {
-        for (const Case c : {Case{50, QLX_MIP_INFEAS}, Case{43, QLX_MIP_INFEAS},
+        for (const Case c : {Case{50, QLX_MIP_NO_SOL_FOUND}, Case{43, QLX_MIP_NO_SOL_FOUND},
                              Case{42.5, QLX_MIP_OPTIMAL}, Case{0, QLX_MIP_OPTIMAL}}) {
             SCOPED_TRACE(sense * c.cutoff);
             TestProblem p;
@@ -29,6 +29,7 @@ TEST(MipClaims, OnlySolutionsBetterThanTheCutoff) {
             p.control("mipabscutoff", -sense * c.cutoff);
             ASSERT_EQ(QLXmipoptimize(p, ""), 0) << p.error();
             EXPECT_EQ(p.integer("mipstatus"), c.status);
+            EXPECT_EQ(p.integer("stopstatus") == QLX_STOP_CUTOFF, c.status != QLX_MIP_OPTIMAL);
             EXPECT_EQ(p.integer("mipsols") > 0, c.status == QLX_MIP_OPTIMAL);
             if (c.status == QLX_MIP_OPTIMAL) {
                 EXPECT_NEAR(p.real(QLX_ATTRIB_MIPOBJVAL), -43.0 * sense, 1e-9);
@@ -70,7 +71,9 @@ TEST(MipClaims, ACutoffChangesNoOtherClaim) {
         for (const double room : {-3.0, 3.0}) {
             p.control("mipabscutoff", best + sense * room);
             ASSERT_EQ(QLXmipoptimize(p, ""), 0) << p.error();
-            EXPECT_EQ(p.integer("mipstatus"), optimal && room < 0 ? QLX_MIP_INFEAS : status);
+            const bool beaten = optimal && room < 0;
+            EXPECT_EQ(p.integer("mipstatus"), beaten ? QLX_MIP_NO_SOL_FOUND : status);
+            EXPECT_EQ(p.integer("stopstatus") == QLX_STOP_CUTOFF, beaten);
             if (optimal && room > 0) {
                 EXPECT_NEAR(p.real(QLX_ATTRIB_MIPOBJVAL), best, 1e-6);
             }
@@ -156,6 +159,80 @@ TEST(MipClaims, APartialIntegerThatRowsKeepBelowItsLimit) {
         ASSERT_EQ(QLXmipoptimize(p, ""), 0) << p.error();
         ASSERT_EQ(p.integer("mipstatus"), QLX_MIP_OPTIMAL);
         EXPECT_NEAR(p.real(QLX_ATTRIB_MIPOBJVAL), 3, 1e-9);
+    }
+}
+
+// x <= 1e5 b costs 1000 once b is 1: a tolerance that b may use would give x for nothing.
+TEST(MipClaims, RowsHoldToTheStatedToleranceNotToThatOfIntegers) {
+    for (const double feastol : {1e-9, 1e-8, 1e-7}) {
+        SCOPED_TRACE(feastol);
+        TestProblem p;
+        p.column(-1, 0, 10);
+        p.column(1000, 0, 1, 'B');
+        p.row('L', 0, {0, 1}, {1, -1e5});
+        p.control("feastol", feastol);
+        ASSERT_EQ(QLXmipoptimize(p, ""), 0) << p.error();
+        ASSERT_EQ(p.integer("mipstatus"), QLX_MIP_OPTIMAL);
+        EXPECT_LE(p.mip_x()[0], 1e5 * feastol * (1 + 1e-6));
+    }
+}
+
+// Whatever the tolerances, what is held stands the check at them, and an end that is neither
+// optimal nor a proof has a reason.
+TEST(MipClaims, EveryEndHasItsReasonAndItsPointTheTolerance) {
+    int seen[8] = {};
+    for (unsigned seed = 1; seed <= 120; ++seed) {
+        SCOPED_TRACE(seed);
+        Random random(seed);
+        TestProblem p;
+        std::vector<int> cols;
+        for (int col = 0; col < 6; ++col) {
+            p.column(random.real(-3, 3), 0, random.whole(1, 9), random.chance(0.6) ? 'I' : 'C');
+            cols.push_back(col);
+        }
+        for (int row = 0; row < 4; ++row) {
+            std::vector<double> values;
+            for (int col = 0; col < 6; ++col)
+                values.push_back(random.real(-2, 4) * (random.chance(0.2) ? 1e4 : 1));
+            p.row("LGE"[random.whole(0, 2)], random.real(-4, 30), cols, values);
+        }
+        const double tolerances[] = {1e-10, 1e-8, 1e-6, 1e-4, 1e-2};
+        const double feastol = tolerances[random.whole(0, 4)];
+        p.control("feastol", feastol);
+        p.control("inttol", tolerances[random.whole(0, 4)]);
+        if (random.chance(0.5)) p.control("mipabscutoff", random.real(-20, 20));
+        ASSERT_EQ(QLXmipoptimize(p, ""), 0) << p.error();
+        const int status = p.integer("mipstatus");
+        ++seen[status];
+        EXPECT_LE(p.real(2105), feastol * (1 + 1e-6));
+        if (status == QLX_MIP_SOLUTION || status == QLX_MIP_NO_SOL_FOUND) {
+            EXPECT_NE(p.integer("stopstatus"), QLX_STOP_NONE);
+        }
+        if (status == QLX_MIP_INFEAS) {
+            EXPECT_EQ(p.integer("mipsols"), 0);
+            EXPECT_EQ(p.real(2105), 0);
+        }
+    }
+    EXPECT_GT(seen[QLX_MIP_OPTIMAL], 30);
+    EXPECT_GT(seen[QLX_MIP_NO_SOL_FOUND], 3);
+}
+
+// HiGHS calls it optimal: x1 grows with -x2 for ever.
+TEST(MipClaims, AnUnboundedRelaxationWithASolutionIsUnbounded) {
+    for (const int presolve : {0, 1}) {
+        TestProblem p;
+        p.column(2, 0, 5, 'I');
+        p.column(3, 0, kInf);
+        p.column(-1, -kInf, 8);
+        p.column(1, 0, 8);
+        p.row('G', 4, {0, 1, 2, 3}, {3, 2, -1, -2});
+        p.row('L', 3, {1, 2, 3}, {3, 4, 4});
+        p.row('G', 2, {0, 1, 2, 3}, {4, 4, 1, 1});
+        ASSERT_EQ(QLXchgobjsense(p, -1), 0);
+        p.control("presolve", presolve);
+        ASSERT_EQ(QLXmipoptimize(p, ""), 0) << p.error();
+        EXPECT_EQ(p.integer("mipstatus"), QLX_MIP_UNBOUNDED);
+        EXPECT_EQ(p.real(2105), 0);  // no point is held, so none is measured
     }
 }
 

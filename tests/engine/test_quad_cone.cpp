@@ -503,7 +503,11 @@ TEST_F(Cone, BarrierSolverOnANonlinearProblem) {
         EXPECT_NEAR(balance, 0.0, 1e-6);
     }
     nlp::LocalOptions options;
-    options.stop = [&] { return problem.evaluations > 0; };
+    options.stop.ask(
+        [](void* data) noexcept {
+            return static_cast<Hs71*>(data)->evaluations > 0 ? int{QLX_STOP_USER} : 0;
+        },
+        &problem);
     EXPECT_EQ(nlp::InteriorPointSolver().solve(problem, options).status,
               nlp::LocalStatus::kStopped);
     problem.throw_at = problem.evaluations + 2;

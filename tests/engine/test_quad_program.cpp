@@ -378,16 +378,16 @@ TEST(QuadraticProgram, StopsOnInterruptAndDeadline) {
     ConvexProgram p = random_program(kSize, 3 * kSize / 4, 2 * kSize, random);
     std::atomic<int> flag{0};
     ConvexControl control;
-    control.stop.interrupt = &flag;
+    control.stop.watch(flag);
     std::thread other([&] {
         std::this_thread::sleep_for(std::chrono::milliseconds(100));
-        flag = 1;
+        flag = QLX_STOP_USER;
     });
     const auto begin = std::chrono::steady_clock::now();
     EXPECT_EQ(solve_convex(p, control).status, ConvexStatus::kInterrupted);
     other.join();
     control.stop = {};
-    control.stop.deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(100);
+    control.stop.end_in(0.1);
     EXPECT_EQ(solve_convex(p, control).status, ConvexStatus::kTimeLimit);
     const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - begin;
     EXPECT_LT(taken.count(), 20.0);

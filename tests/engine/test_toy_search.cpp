@@ -25,7 +25,7 @@ struct Incumbents {
     void offer(std::vector<double> x) {
         for (double& value : x) value = std::round(value);
         const PointCheck check =
-            check_point(model_, x.data(), row_activities(model_, x.data()), true, 1e-6);
+            check_point(model_, x.data(), row_activities(model_, x.data()), true);
         if (check.feasibility() > 1e-6 || check.types > 1e-6) return;
         cutoff_ = std::min(cutoff_, model_.sense() * objective_value(model_, x.data()));
     }

@@ -9,11 +9,6 @@ import quilexlib
 from quilexlib import Prod, Sum
 
 
-@pytest.fixture
-def names():
-    return {n: quilexlib.var(name=n) for n in "xyz"}
-
-
 class Sequence:
     """The sequence protocol alone."""
 
@@ -49,7 +44,7 @@ COLLECTIONS = {
 
 @pytest.mark.parametrize("make", COLLECTIONS.values(), ids=COLLECTIONS.keys())
 def test_collections(names, make):
-    x, y, z = names.values()
+    x, y, z, _ = names.values()
     assert str(Sum(make([x, 2 * y, None, 3, z - x]))) == "3 +2 y + z"
     assert str(Prod(make([2, None, x, 3 * y]))) == "6*x*y"
     empty = Sum(make([]))
@@ -58,7 +53,7 @@ def test_collections(names, make):
 
 
 def test_single_and_several_arguments(names):
-    x, y, z = names.values()
+    x, y, z, _ = names.values()
     assert Sum(x) is x and Sum([x]) is x and Sum(x, None) is x
     assert str(Sum(x, y)) == str(Sum([x, y])) == "  x + y"
     assert str(Sum()) == "0" and Prod() == 0.0
@@ -73,7 +68,7 @@ def test_single_and_several_arguments(names):
 
 
 def test_operands_are_not_changed(names):
-    x, y, _ = names.values()
+    x, y, *_ = names.values()
     e = x + y
     total = Sum([e, x])
     assert str(e) == "  x + y" and str(total) == " 2 x + y"
@@ -84,7 +79,7 @@ def test_operands_are_not_changed(names):
 
 
 def test_a_sum_that_begins_with_zero_does_not_grow_its_terms(names):
-    x, y, _ = names.values()
+    x, y, *_ = names.values()
     s = quilexlib.sin(x) + quilexlib.cos(y)
     before = str(s)
     for terms in ([0, s, y, s], [0 * x, s, y, s], (t for t in (x, -1 * x, s, y, s))):
@@ -96,7 +91,7 @@ def test_a_sum_that_begins_with_zero_does_not_grow_its_terms(names):
 
 
 def test_rows_of_arrays_are_added_element_by_element(names):
-    x, y, z = names.values()
+    x, y, z, _ = names.values()
     rows = numpy.array([[x, y], [y, z]], dtype=object)
     assert [str(e) for e in Sum(rows)] == ["  x + y", "  y + z"]
 

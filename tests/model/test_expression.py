@@ -5,85 +5,8 @@ import pytest
 import quilexlib
 
 
-@pytest.fixture
-def names():
-    return {n: quilexlib.var(name=n) for n in "xyzw"}
-
-
-def text(obj):
-    """(constant, {entry: coefficient}), a float, or ("nonlinear", operator code)."""
-    if type(obj) is float:
-        return obj
-    parts = quilexlib._parts(obj)
-    if len(parts) == 2:
-        return "nonlinear", parts[0]
-    constant, linear, products = parts
-    entries = {str(v): c for v, c in linear}
-    return constant, entries | {f"{u}*{v}": c for u, v, c in products or ()}
-
-
 def entries(obj):
     return [(id(v), c) for v, c in quilexlib._parts(obj)[1]]
-
-
-@pytest.mark.parametrize(
-    ("source", "expected"),
-    [
-        ("(x + 1) * (y + 2)", (2.0, {"x": 2.0, "y": 1.0, "x*y": 1.0})),
-        ("(x + y) ** 2", (0.0, {"x*x": 1.0, "x*y": 2.0, "y*y": 1.0})),
-        ("(x + y) ** 1", (0.0, {"x": 1.0, "y": 1.0})),
-        ("(x + y) ** 0", 1.0),
-        ("x * (y + 1)", (0.0, {"x": 1.0, "x*y": 1.0})),
-        ("(y + 1) * x", (0.0, {"x": 1.0, "x*y": 1.0})),
-        ("(x + y) * 0", (0.0, {})),
-        ("(x + y) / 4", (0.0, {"x": 0.25, "y": 0.25})),
-        ("(x*y + x) * (0*(x + y) + 3)", (0.0, {"x": 3.0, "x*y": 3.0})),
-        ("(x + y) - (x + y)", (0.0, {})),
-        ("(x*y + x) - (x*y + x)", (0.0, {"x*y": 0.0})),
-        ("(x + y) * (x - y)", (0.0, {"x*x": 1.0, "x*y": 0.0, "y*y": -1.0})),
-        ("-(x*y + 2*x + 3)", (-3.0, {"x": -2.0, "x*y": -1.0})),
-        ("5 - (x + x*y)", (5.0, {"x": -1.0, "x*y": -1.0})),
-        ("x*y - (x + x*y)", (0.0, {"x": -1.0})),
-        # nonlinear: degree, or a quadratic part that exists
-        ("(x*y + 1) * x", ("nonlinear", 3)),
-        ("(x*y + 1) * (x + 1)", ("nonlinear", 3)),
-        ("(x*y + 1) * (x*y + 1)", ("nonlinear", 3)),
-        ("(x + 1) * (x*y)", ("nonlinear", 3)),
-        ("(2*x) * (x*y + 1)", ("nonlinear", 3)),
-        ("(x*y + x) ** 2", ("nonlinear", 3)),
-        ("(x + y) ** 3", ("nonlinear", 5)),
-        ("(x + y) ** x", ("nonlinear", 5)),
-        ("2 ** (x + y)", ("nonlinear", 5)),
-        ("(x + y) / x", ("nonlinear", 4)),
-        ("3 / (x + y)", ("nonlinear", 4)),
-        ("(x + y) / (2*x)", ("nonlinear", 4)),
-        ("abs(x + y)", ("nonlinear", 17)),
-        ("(x + y) + abs(x)", ("nonlinear", 0)),
-        # an expression whose quadratic part exists without a product in it
-        ("(x * (0*(x + y) + 3)) * x", ("nonlinear", 3)),
-        ("(x * (0*(x + y) + 3)) * (y + 1)", (0.0, {"x": 3.0, "x*y": 3.0})),
-    ],
-)
-def test_results(names, source, expected):
-    assert text(eval(source, {}, names)) == expected
-
-
-@pytest.mark.parametrize(
-    ("source", "message"),
-    [
-        ("(2*x) * (y + 1)", "Error amending expression"),
-        ("(y + 1) * (2*x)", "Error amending expression"),
-        ("(2*x) * (y + z)", "Cannot amend quadratic expression"),
-        ("(x + y) / 0", "Division by zero"),
-        ("(x + y).__itruediv__(0)", "Division by zero"),
-        ("(x + y) + 'a'", "Invalid object in operation"),
-        ("(x + y).__iadd__([])", "Invalid object in operation"),
-    ],
-)
-def test_refusals(names, source, message):
-    with pytest.raises(RuntimeError) as raised:
-        eval(source, {}, names)
-    assert str(raised.value) == message
 
 
 def test_term_times_an_empty_expression_has_an_empty_quadratic_part(names):
@@ -94,15 +17,15 @@ def test_term_times_an_empty_expression_has_an_empty_quadratic_part(names):
 class TestInPlace:
     """What changes, and what another name for the same object, or a longer one, sees of it."""
 
-    def test_every_name_sees_the_change(self, names):
+    def test_every_name_sees_the_change(self, names, structure):
         x, y, z = names["x"], names["y"], names["z"]
         e = x + y
         f = e
         e += z
-        assert f is e and text(f) == (0.0, {"x": 1.0, "y": 1.0, "z": 1.0})
+        assert f is e and structure(f) == (0.0, {"x": 1.0, "y": 1.0, "z": 1.0})
         g = e
         e = e + x
-        assert g is not e and text(g) == (0.0, {"x": 1.0, "y": 1.0, "z": 1.0})
+        assert g is not e and structure(g) == (0.0, {"x": 1.0, "y": 1.0, "z": 1.0})
 
     @pytest.mark.parametrize("size", [2, 4, 5, 8, 9, 40])
     def test_shared_logs_stay_apart(self, size):
@@ -121,18 +44,18 @@ class TestInPlace:
         assert entries(other) == [*expected[1:], (id(v[size]), 1.0)]
         assert entries(again)[0] == (id(v[0]), 2.0)
 
-    def test_own_operand(self, names):
+    def test_own_operand(self, names, structure):
         x, y = names["x"], names["y"]
         e = x + 2 * y + x * y + 1
         e += e
-        assert text(e) == (2.0, {"x": 2.0, "y": 4.0, "x*y": 2.0})
+        assert structure(e) == (2.0, {"x": 2.0, "y": 4.0, "x*y": 2.0})
         e -= e
         assert quilexlib._parts(e) == (0.0, [], [])
         e = quilexlib.Sum([quilexlib.var() for _ in range(50)])
         e += e
         assert {c for _, c in quilexlib._parts(e)[1]} == {2.0}
 
-    def test_neutral_and_zero_factors(self, names):
+    def test_neutral_and_zero_factors(self, names, structure):
         e = names["x"] + names["y"]
         f = e
         f *= 1
@@ -146,40 +69,40 @@ class TestInPlace:
         f **= 0
         assert f == 1.0
         e /= 4
-        assert text(e) == (0.0, {"x": 0.25, "y": 0.25})
+        assert structure(e) == (0.0, {"x": 0.25, "y": 0.25})
 
-    def test_cancelling_products_are_removed(self, names):
+    def test_cancelling_products_are_removed(self, names, structure):
         x, y = names["x"], names["y"]
         e = x * y + x
         e -= x * y + x
         assert quilexlib._parts(e) == (0.0, [], [])
         # The row of x is still there, so that a product of two expressions is nonlinear.
-        assert text(e * (y + 1)) == ("nonlinear", 3)
+        assert structure(e * (y + 1))[0] == 3  # the code of a product, not a constant
 
-    def test_adding_no_product_to_a_product_of_zero(self, names):
+    def test_adding_no_product_to_a_product_of_zero(self, names, structure):
         x, y = names["x"], names["y"]
         zero = (x * y + 1) - (x * y + 1)
-        assert text(zero) == (0.0, {"x*y": 0.0})
-        assert text((x * y + 1) + zero) == (1.0, {})  # adding exactly 0.0 deletes
-        assert text((x + 1) + zero) == (1.0, {"x": 1.0, "x*y": 0.0})
-        assert text(zero + zero) == (0.0, {})
+        assert structure(zero) == (0.0, {"x*y": 0.0})
+        assert structure((x * y + 1) + zero) == (1.0, {})  # adding exactly 0.0 deletes
+        assert structure((x + 1) + zero) == (1.0, {"x": 1.0, "x*y": 0.0})
+        assert structure(zero + zero) == (0.0, {})
 
 
-def test_last_bits_and_order(names):
+def test_last_bits_and_order(names, structure):
     x, y = names["x"], names["y"]
     e = 0.1 * ((0.1 * x + y) + 0.3 * x)
-    assert text(e)[1]["x"] == 0.1 * (0.1 + 0.3)
+    assert structure(e)[1]["x"] == 0.1 * (0.1 + 0.3)
     left, right = (0.1 * x + y) + 0.2 * x, (0.2 * x + y) - 0.3 * x
-    assert text(left - 0.3 * x)[1]["x"] == (0.1 + 0.2) - 0.3
-    assert text((0.1 * x + y) + right)[1]["x"] == 0.1 + (0.2 - 0.3)
+    assert structure(left - 0.3 * x)[1]["x"] == (0.1 + 0.2) - 0.3
+    assert structure((0.1 * x + y) + right)[1]["x"] == 0.1 + (0.2 - 0.3)
     again = (x + y) - x + x
     assert [str(v) for v, _ in quilexlib._parts(again)[1]] == ["y", "x"]
 
 
-def test_underflow_keeps_an_entry_of_zero(names):
+def test_underflow_keeps_an_entry_of_zero(names, structure):
     x, y = names["x"], names["y"]
     e = (1e-200 * x + y) * 1e-200
-    assert text(e) == (0.0, {"x": 0.0, "y": 1e-200})
+    assert structure(e) == (0.0, {"x": 0.0, "y": 1e-200})
     e += x
     assert [(str(v), c) for v, c in quilexlib._parts(e)[1]] == [("x", 1.0), ("y", 1e-200)]
 

@@ -5,11 +5,6 @@ import pytest
 import quilexlib
 
 
-@pytest.fixture
-def names():
-    return {n: quilexlib.var(name=n) for n in "xyz"}
-
-
 @pytest.mark.parametrize(
     ("source", "expected"),
     [
@@ -43,7 +38,7 @@ def test_text(names, source, expected):
 
 
 def test_products_print_by_their_outer_variable(names):
-    x, y, z = names.values()
+    x, y, z, _ = names.values()
     assert str(y * z + x * y + y * y + 1) == "1 + y*z + y**2 + x*y"
 
 

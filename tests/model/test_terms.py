@@ -1,29 +1,8 @@
-"""Linear and quadratic terms: sums, products, quotients and powers, one row a rule."""
+"""Terms and expressions: sums, products, quotients and powers, one row a rule."""
 
 import pytest
 
 import quilexlib
-
-
-@pytest.fixture
-def names():
-    return {n: quilexlib.var(name=n) for n in "xyzw"}
-
-
-def text(obj):
-    """Kind and contents: a float, the text of a term, or the parts of an expression."""
-    if type(obj) is float:
-        return obj
-    kind = type(obj).__name__
-    if kind == "nonlinear":
-        code, operands = quilexlib._parts(obj)
-        return code, *(text(operand) for operand in operands)
-    if kind == "expression":
-        constant, linear, products = quilexlib._parts(obj)
-        entries = {str(v): c for v, c in linear}
-        entries |= {f"{u}*{v}": c for u, v, c in products or ()}
-        return constant, entries
-    return str(obj)
 
 
 @pytest.mark.parametrize(
@@ -99,10 +78,27 @@ def text(obj):
         # negation
         ("-(2*x)", "-2*x"),
         ("-(2*x*y)", "-2*x*y"),
+        # expressions
+        ("(x + 1) * (y + 2)", (2.0, {"x": 2.0, "y": 1.0, "x*y": 1.0})),
+        ("(x + y) ** 2", (0.0, {"x*x": 1.0, "x*y": 2.0, "y*y": 1.0})),
+        ("(x + y) ** 1", (0.0, {"x": 1.0, "y": 1.0})),
+        ("(x + y) ** 0", 1.0),
+        ("x * (y + 1)", (0.0, {"x": 1.0, "x*y": 1.0})),
+        ("(y + 1) * x", (0.0, {"x": 1.0, "x*y": 1.0})),
+        ("(x + y) * 0", (0.0, {})),
+        ("(x + y) / 4", (0.0, {"x": 0.25, "y": 0.25})),
+        ("(x*y + x) * (0*(x + y) + 3)", (0.0, {"x": 3.0, "x*y": 3.0})),
+        ("(x + y) - (x + y)", (0.0, {})),
+        ("(x*y + x) - (x*y + x)", (0.0, {"x*y": 0.0})),
+        ("(x + y) * (x - y)", (0.0, {"x*x": 1.0, "x*y": 0.0, "y*y": -1.0})),
+        ("-(x*y + 2*x + 3)", (-3.0, {"x": -2.0, "x*y": -1.0})),
+        ("5 - (x + x*y)", (5.0, {"x": -1.0, "x*y": -1.0})),
+        ("x*y - (x + x*y)", (0.0, {"x": -1.0})),
+        ("(x * (0*(x + y) + 3)) * (y + 1)", (0.0, {"x": 3.0, "x*y": 3.0})),
     ],
 )
-def test_rules(names, source, expected):
-    assert text(eval(source, {}, names)) == expected
+def test_rules(names, structure, source, expected):
+    assert structure(eval(source, {}, names)) == expected
 
 
 @pytest.mark.parametrize(
@@ -112,6 +108,23 @@ def test_rules(names, source, expected):
         (5, ["(2*x) ** 3", "(x*y) ** 2", "2 ** (2*x)", "1 ** (2*x)", "2 ** (x*y)"]),
         (5, ["x ** (2*y)", "(2*x) ** y", "(x*y) ** (z*w)"]),
         (17, ["abs(2*x)", "abs(x*y)"]),
+        # of expressions: the degree, or a quadratic part that exists, though without a product
+        (
+            3,
+            [
+                "(x*y + 1) * x",
+                "(x*y + 1) * (x + 1)",
+                "(x*y + 1) * (x*y + 1)",
+                "(x + 1) * (x*y)",
+                "(2*x) * (x*y + 1)",
+                "(x*y + x) ** 2",
+                "(x * (0*(x + y) + 3)) * x",
+            ],
+        ),
+        (5, ["(x + y) ** 3", "(x + y) ** x", "2 ** (x + y)"]),
+        (4, ["(x + y) / x", "3 / (x + y)", "(x + y) / (2*x)"]),
+        (17, ["abs(x + y)"]),
+        (0, ["(x + y) + abs(x)"]),
     ],
 )
 def test_nodes(names, code, sources):
@@ -131,6 +144,13 @@ def test_nodes(names, code, sources):
         ("(x*y) - None", "Invalid object in operation"),
         ("(2*x).__itruediv__(0)", "Division by zero"),
         ("(x*y).__itruediv__(0)", "Division by zero"),
+        ("(2*x) * (y + 1)", "Error amending expression"),
+        ("(y + 1) * (2*x)", "Error amending expression"),
+        ("(2*x) * (y + z)", "Cannot amend quadratic expression"),
+        ("(x + y) / 0", "Division by zero"),
+        ("(x + y).__itruediv__(0)", "Division by zero"),
+        ("(x + y) + 'a'", "Invalid object in operation"),
+        ("(x + y).__iadd__([])", "Invalid object in operation"),
         ("type(2*x)()", None),
         ("type(x*y)()", None),
     ],

@@ -101,7 +101,8 @@ def test_a_failing_handler_is_heard_once(library, way):
 
 def test_a_failure_is_heard_by_its_own_problem_alone(library):
     """On one of the library's threads the exception waits for the problem that sent the message."""
-    failing, other = quilex.problem(quilex.var(name="x")), quilex.problem()
+    failing, other = quilex.problem(), quilex.problem()
+    failing.addVariable(quilex.var())
     senders = []
 
     def handler(sender, data, thread, text, kind, number):

@@ -89,15 +89,10 @@ FAMILIES = {
     "mip_optimal mip_unbounded": range(8),
     "nlp_unstarted nlp_solution nlp_locally_optimal nlp_globally_optimal nlp_locally_infeasible "
     "nlp_infeasible nlp_unbounded nlp_unfinished": (0, 1, 1, 2, 3, 4, 5, 6),
-    "stop_timelimit stop_ctrlc stop_nodelimit stop_iterlimit stop_mipgap stop_sollimit stop_user": (
-        1,
-        2,
-        3,
-        4,
-        5,
-        6,
-        9,
+    "stop_timelimit stop_ctrlc stop_nodelimit stop_iterlimit stop_mipgap stop_sollimit": range(
+        1, 7
     ),
+    "stop_user stop_cutoff stop_numerics": (9, 10, 11),
     "type_notdefined type_int type_int64 type_double type_string": range(5),
     "colinfo_value colinfo_rdj colinfo_deltaindex colinfo_delta colinfo_deltadj "
     "colinfo_updaterow colinfo_sb colinfo_sbdual": range(1, 9),
@@ -120,7 +115,7 @@ def test_constants():
     found = {name: value for name, value in vars(quilexlib).items() if type(value) in (int, float)}
     assert list(found.items()) == list(expected.items())
     assert [name for name, value in found.items() if type(value) is float] == ["infinity"]
-    assert len(found) == 87
+    assert len(found) == 89
 
 
 def test_published_types():

@@ -1,6 +1,7 @@
 """Controls and attributes: by name, as methods, and the values of new problems."""
 
 import gc
+import re
 import rlcompleter
 
 import numpy as np
@@ -244,3 +245,17 @@ def test_a_cycle_through_a_table_is_collected():
     before["itself"] = quilex.controls
     gc.collect()
     del before["itself"]
+
+
+def test_lines_of_a_log_file_begin_with_the_time_where_it_is_asked_for(p, tmp_path):
+    p.addVariable(quilex.var(ub=1))
+    for logtimes in (0, 1):
+        p.controls.logtimes = logtimes
+        p.setlogfile(str(tmp_path / str(logtimes)))
+        p.solve()
+    p.setlogfile(None)
+    plain, timed = ((tmp_path / name).read_text().splitlines() for name in "01")
+    stamp = re.compile(r"\d{4}-\d\d-\d\d \d\d:\d\d:\d\d ")
+    assert plain and timed
+    assert not any(stamp.match(line) for line in plain)
+    assert all(stamp.match(line) for line in timed)

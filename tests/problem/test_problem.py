@@ -3,6 +3,8 @@
 import copy
 import gc
 import pickle
+import subprocess
+import sys
 import weakref
 
 import pytest
@@ -93,3 +95,23 @@ def test_many_problems_come_and_go():
         problem.setObjective(x, sense=quilex.maximize)
         problem.solve()
         assert problem.getObjVal() == pytest.approx(0.5)
+
+
+# The handler, and by it the problem, are held until the interpreter's end, when the library is off.
+OUTLIVED = """
+import quilex
+p = quilex.problem()
+x = quilex.var(ub=1)
+p.addVariable(x)
+row = x <= 1
+p.addConstraint(row)
+def handler(*_):
+    p.getAttrib("rows")
+quilex.addcbmsghandler(handler, None, 0)
+p.solve()
+"""
+
+
+def test_a_problem_that_outlives_the_library_ends_quietly():
+    result = subprocess.run([sys.executable, "-c", OUTLIVED], capture_output=True, text=True)
+    assert (result.returncode, result.stderr) == (0, "")

@@ -195,6 +195,32 @@ def test_wrong_flags(solved, flags):
         p.solve(flags)
 
 
+@pytest.mark.parametrize(
+    "quadratic, vartype", [(0, "continuous"), (1, "continuous"), (0, "integer")]
+)
+def test_unknown_flags_are_named_in_every_class(quadratic, vartype):
+    p = quilex.problem()
+    x = p.addVariable(ub=3, vartype=getattr(quilex, vartype))
+    p.setObjective(quadratic * x * x - x)
+    with pytest.raises(RuntimeError, match="flags contains 'z', must be of 'd'"):
+        p.solve("zzz")
+
+
+def test_a_cutoff_that_nothing_reaches_is_the_reason():
+    p = quilex.problem()
+    x = p.addVariable(ub=3, vartype=quilex.integer)
+    p.setObjective(-x)
+    p.controls.mipabscutoff = -3
+    p.solve()
+    assert p.getProbStatusString() == "mip_no_sol_found"
+    assert p.attributes.stopstatus == quilex.stop_cutoff
+    assert p.attributes.maxprimalinfeas == 0
+    p.controls.mipabscutoff = -2.5
+    p.solve()
+    assert p.getProbStatusString() == "mip_optimal"
+    assert p.attributes.stopstatus == 0
+
+
 def _disc(p, x, y, side):
     p.addConstraint(x * x + y * y <= side)
     p.setObjective(x + y)

@@ -55,6 +55,35 @@ def test_every_method_of_a_problem_being_solved_is_refused(solving):
     assert repr(problem).startswith("<quilex.problem with 50 variables, 5 constraints")
 
 
+def test_constraints_of_a_problem_being_solved_are_plain_values():
+    problem, x, _ = market_split()
+    extra = [x[0] + k * x[1] <= k + 5 for k in range(4)]
+    named = quilex.constraint(body=x[2] - x[3], ub=3, name="named")
+    problem.addConstraint(extra, named)
+    held = [*extra, named]
+    texts = [str(c.body) for c in (x[0] + k * x[1] <= k + 5 for k in range(4))]
+    problem.controls.timelimit = 1.0
+    thread = threading.Thread(target=problem.solve)
+    thread.start()
+    while problem_is_free(problem):
+        time.sleep(0.001)
+    assert [str(c.body) for c in extra] == [str(c.copy().body) for c in extra] == texts
+    assert (named.ub, str(named.body)) == (3, str(x[2] - x[3]))
+    other = quilex.problem()
+    other.controls.outputlog = 0
+    other.addVariable(x)
+    other.addConstraint(held)
+    other.addConstraint(c.copy() for c in held)
+    assert [other.getIndex(c) for c in held] == list(range(len(held)))
+    extra[0].body = x[5]
+    other.delConstraint(extra[1])
+    assert thread.is_alive()
+    thread.join()
+    assert problem.attributes.rows == 5 + len(held)
+    assert problem.getIndex(extra[1]) == 6
+    assert str(extra[1].body) == texts[1]
+
+
 def test_two_threads_solve_two_problems():
     ends = []
 

@@ -95,7 +95,7 @@ class Bridge final : public Ipopt::TNLP {
                                Ipopt::IpoptCalculatedQuantities*) override {
         answer.iterations = iteration;
         if (failure) return false;
-        return guarded([&] { return !options_.stop || !options_.stop(); });
+        return guarded([&] { return !options_.stop.stop(); });
     }
 
     void finalize_solution(Ipopt::SolverReturn, Index n, const Number* x, const Number* z_l,
@@ -166,11 +166,8 @@ void set_options(Ipopt::OptionsList& list, const LocalProblem& problem,
         list.SetStringValue("jac_c_constant", "yes");
         list.SetStringValue("jac_d_constant", "yes");
     }
-    if (options.deadline) {
-        const std::chrono::duration<double> left =
-            *options.deadline - std::chrono::steady_clock::now();
-        list.SetNumericValue("max_wall_time", std::max(left.count(), 1e-3));
-    }
+    if (options.stop.has_deadline())
+        list.SetNumericValue("max_wall_time", std::max(options.stop.seconds_left(), 1e-3));
 }
 
 LocalStatus status_of(Ipopt::ApplicationReturnStatus status) {

@@ -6,12 +6,11 @@
 // J'y + z, where y and z are nonnegative on active lower sides and nonpositive on upper ones.
 #pragma once
 
-#include <chrono>
-#include <functional>
 #include <memory>
-#include <optional>
 #include <span>
 #include <vector>
+
+#include "engine/base/stop_rule.hpp"
 
 namespace qlx::nlp {
 
@@ -54,8 +53,7 @@ struct LocalOptions {
     double tolerance = 1e-9;  // of the scaled optimality conditions
     double constraint_violation = 1e-8;
     int iteration_limit = 3000;
-    std::optional<std::chrono::steady_clock::time_point> deadline;
-    std::function<bool()> stop;  // asked at every iteration; may be empty
+    StopRule stop;  // asked at every iteration
 };
 
 enum class LocalStatus {

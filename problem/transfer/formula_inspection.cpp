@@ -1,5 +1,5 @@
 // Test aids: formulas as they are written, kept and evaluated.
-#include "nonlinear/formula_inspection.hpp"
+#include "problem/transfer/formula_inspection.hpp"
 
 #include "module/boundary.hpp"
 #include "module/library_error.hpp"

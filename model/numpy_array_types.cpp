@@ -1,8 +1,8 @@
 // The comparisons under numpy 2: ndarray's rich comparison, with that of its subclasses.
+#include "model/numpy_comparison_ways.hpp"
+#include "model/numpy_model_ufuncs.hpp"
 #include "module/boundary.hpp"
 #include "module/numpy.hpp"
-#include "module/numpy_comparison_ways.hpp"
-#include "module/numpy_model_ufuncs.hpp"
 
 namespace quilex {
 

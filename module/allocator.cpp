@@ -1,5 +1,5 @@
 // The default operations of the module allocator: the process heap, counted in debug builds.
-#include "bridge/allocator.hpp"
+#include "module/allocator.hpp"
 
 #include <cstdlib>
 

@@ -1,5 +1,5 @@
 // Module-wide handlers of the library's messages.
-#include "module/message_handlers.hpp"
+#include "callbacks/message_handlers.hpp"
 
 #include <qlx/qlx.h>
 

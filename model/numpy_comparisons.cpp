@@ -1,9 +1,9 @@
 // Comparisons of numpy arrays that hold modelling objects give arrays of constraints.
-#include "module/numpy_comparisons.hpp"
+#include "model/numpy_comparisons.hpp"
 
+#include "model/numpy_comparison_ways.hpp"
+#include "model/numpy_model_ufuncs.hpp"
 #include "module/boundary.hpp"
-#include "module/numpy_comparison_ways.hpp"
-#include "module/numpy_model_ufuncs.hpp"
 
 namespace quilex {
 

@@ -1,5 +1,5 @@
 // The ufuncs that compare arrays element by element into constraints.
-#include "module/numpy_model_ufuncs.hpp"
+#include "model/numpy_model_ufuncs.hpp"
 
 #include "model/constraint.hpp"
 #include "model/operand.hpp"

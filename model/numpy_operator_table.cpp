@@ -2,10 +2,10 @@
 //
 // A callable, not a ufunc with changed loops: such a copy of a ufunc breaks the comparison of
 // strings and dates, and turns comparisons of plain object arrays into object arrays.
+#include "model/numpy_comparison_ways.hpp"
+#include "model/numpy_model_ufuncs.hpp"
 #include "module/boundary.hpp"
 #include "module/numpy.hpp"
-#include "module/numpy_comparison_ways.hpp"
-#include "module/numpy_model_ufuncs.hpp"
 #include "module/pending_exception.hpp"
 
 namespace quilex {
