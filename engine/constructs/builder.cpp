@@ -4,13 +4,14 @@
 #include <algorithm>
 #include <cmath>
 
-#include "engine/base/errors.hpp"
-#include "engine/base/index.hpp"
 #include "engine/lp/live_model.hpp"
 
 namespace qlx {
 
 namespace {
+
+// Coefficients up to this need no propagation to become smaller.
+constexpr double kComfortable = 1e3;
 
 // The least integer that is not below the bound, but for rounding; infinite bounds stay.
 double rounded_up(double bound) {
@@ -19,11 +20,8 @@ double rounded_up(double bound) {
 }
 }  // namespace
 
-Builder::Builder(Model& source, double largest_bound)
-    : source_(source),
-      largest_bound_(largest_bound),
-      out_(kernel_columns_and_sides(source)),
-      matrix_(source.matrix()) {
+Builder::Builder(Model& source)
+    : source_(source), out_(kernel_columns_and_sides(source)), matrix_(source.matrix()) {
     out_.integer.resize(at(out_.num_cols), 0);
 }
 
@@ -46,22 +44,14 @@ const BoundVectors& Builder::implied() {
     return implied_;
 }
 
-double Builder::finite_lower(int col, const char* purpose) {
-    double bound = lower(col);
-    if (bound < -largest_bound_) bound = implied().lower[at(col)];
-    if (bound >= -largest_bound_) return bound;
-    fail(QLX_ERROR_UNSUPPORTED, "column ", col, " (\"", source_.col_names().name(col), "\"), ",
-         purpose, ", has no lower bound of at least ", -largest_bound_,
-         ", stated or implied by rows: this needs the branch and cut");
+double Builder::least(int col) {
+    const double bound = lower(col);
+    return bound >= -kComfortable ? bound : std::max(bound, implied().lower[at(col)]);
 }
 
-double Builder::finite_upper(int col, const char* purpose) {
-    double bound = upper(col);
-    if (bound > largest_bound_) bound = implied().upper[at(col)];
-    if (bound <= largest_bound_) return bound;
-    fail(QLX_ERROR_UNSUPPORTED, "column ", col, " (\"", source_.col_names().name(col), "\"), ",
-         purpose, ", has no upper bound of at most ", largest_bound_,
-         ", stated or implied by rows: this needs the branch and cut");
+double Builder::most(int col) {
+    const double bound = upper(col);
+    return bound <= kComfortable ? bound : std::min(bound, implied().upper[at(col)]);
 }
 
 int Builder::add_column(double lower, double upper, bool integer) {

@@ -11,21 +11,22 @@ namespace qlx {
 
 class Builder {
   public:
-    Builder(Model& source, double largest_bound);
+    explicit Builder(Model& source);
 
     [[nodiscard]] Model& source() noexcept { return source_; }
-    [[nodiscard]] double lower(int col) const { return out_.lower[static_cast<std::size_t>(col)]; }
-    [[nodiscard]] double upper(int col) const { return out_.upper[static_cast<std::size_t>(col)]; }
+    [[nodiscard]] double lower(int col) const { return out_.lower[at(col)]; }
+    [[nodiscard]] double upper(int col) const { return out_.upper[at(col)]; }
     void set_bounds(int col, double lower, double upper);
-    void set_integer(int col) { out_.integer[static_cast<std::size_t>(col)] = 1; }
+    void set_integer(int col) { out_.integer[at(col)] = 1; }
     [[nodiscard]] bool is_binary(int col) const;
 
     // Bounds of the model's columns as stated, and tightened by propagation on first use.
     [[nodiscard]] const BoundVectors& stated();
     [[nodiscard]] const BoundVectors& implied();
-    // A finite bound of at most the largest allowed one. Throws Error naming column and purpose.
-    [[nodiscard]] double finite_lower(int col, const char* purpose);
-    [[nodiscard]] double finite_upper(int col, const char* purpose);
+    // Bounds to serve as coefficients: stated ones, beyond 1000 implied ones where those are
+    // nearer to 0.
+    [[nodiscard]] double least(int col);
+    [[nodiscard]] double most(int col);
 
     int add_column(double lower, double upper, bool integer);
     int add_binary() { return add_column(0, 1, true); }
@@ -34,8 +35,6 @@ class Builder {
     // Adds a coefficient to a row of the model.
     void add_coefficient(int row, int col, double value);
     void set_sides(int row, Sides sides);
-    [[nodiscard]] RowMatrix& matrix() noexcept { return matrix_; }
-    [[nodiscard]] double largest_bound() const noexcept { return largest_bound_; }
 
     // Hands the finished model over.
     [[nodiscard]] KernelModel take();
@@ -44,17 +43,10 @@ class Builder {
     void round_integer_bounds() noexcept;
 
     Model& source_;
-    double largest_bound_;
     KernelModel out_;
     RowMatrix matrix_;
     BoundVectors stated_;
     BoundVectors implied_;
 };
-
-// One file per construct; each adds what states it. The order does not matter.
-void state_semicontinuous(Builder& builder);
-void state_partial_integers(Builder& builder);
-void state_ordered_sets(Builder& builder);
-void state_indicators(Builder& builder);
 
 }  // namespace qlx

@@ -1,9 +1,8 @@
-// States a model's constructs one after the other.
+// Parts a model's constructs by the coefficients they take, and states them one after the other.
 #include "engine/constructs/reformulation.hpp"
 
+#include <algorithm>
 #include <cmath>
-
-#include "engine/constructs/builder.hpp"
 
 namespace qlx {
 
@@ -16,24 +15,30 @@ bool is_fractional(double bound) {
 }  // namespace
 
 bool needs_reformulation(const Model& model) {
-    if (model.num_sets() > 0 || !model.indicators().empty()) return true;
+    if (has_constructs(model)) return true;
     if (model.num_entities() == 0) return false;
-    for (std::size_t col = 0; col < model.col_type().size(); ++col) {
-        const char type = model.col_type()[col];
-        if (type == 'C') continue;
-        if (type == 'S' || type == 'R' || type == 'P') return true;
-        if (is_fractional(model.lb()[col]) || is_fractional(model.ub()[col])) return true;
-    }
+    for (std::size_t col = 0; col < model.col_type().size(); ++col)
+        if (model.col_type()[col] != 'C' &&
+            (is_fractional(model.lb()[col]) || is_fractional(model.ub()[col])))
+            return true;
     return false;
 }
 
-KernelModel reformulate(Model& model, double largest_bound) {
-    Builder builder(model, largest_bound);
-    state_semicontinuous(builder);
-    state_partial_integers(builder);
-    state_ordered_sets(builder);
-    state_indicators(builder);
-    return builder.take();
+Reformulation::Reformulation(Model& model, double largest_coefficient) : builder_(model) {
+    for (const ConstructItem& one : construct_items(model)) {
+        const double needed = one.construct->big_m(builder_, one.item);
+        if (needed > largest_coefficient) {
+            branched_.push_back(one);
+            continue;
+        }
+        stated_.push_back(one);
+        big_m_ = std::max(big_m_, needed);
+    }
+}
+
+KernelModel Reformulation::take() {
+    for (const ConstructItem& one : stated_) one.construct->state(builder_, one.item);
+    return builder_.take();
 }
 
 }  // namespace qlx

@@ -1,34 +1,36 @@
-// States what a kernel has no words for (sets, indicators, semi-continuous, semi-integer and
-// partial integer columns) with binary columns and linear rows; rounds fractional bounds of integer
-// columns, with which HiGHS cuts off the best points.
+// States what a kernel has no words for with binary columns and linear rows, as far as the
+// coefficients that this takes are small enough; rounds fractional bounds of integer columns, with
+// which HiGHS cuts off the best points.
 #pragma once
 
 #include <vector>
 
-#include "engine/data/model.hpp"
-#include "engine/lp/lp_kernel.hpp"
+#include "engine/constructs/builder.hpp"
+#include "engine/constructs/construct.hpp"
 
 namespace qlx {
 
 [[nodiscard]] bool needs_reformulation(const Model& model);
-// The model's own columns come first, so that a point of the result begins with a point of the
-// model. Bounds come from the columns, tightened by propagation. Throws Error naming the column or
-// row for which no bound of at most largest_bound can be derived.
-[[nodiscard]] KernelModel reformulate(Model& model, double largest_bound);
 
-// A semi-continuous or semi-integer column: 0, or within a range that lies on one side of 0.
-struct SemicontinuousColumn {
-    int col;
-    double least;
-    double most;
+class Reformulation {
+  public:
+    // Bounds come from the columns, tightened by propagation. Throws Error where a construct is
+    // ill-formed. The model must not change before take().
+    Reformulation(Model& model, double largest_coefficient);
 
-    // The range's end next to 0, and the other one's distance from 0.
-    [[nodiscard]] double near() const noexcept { return least > 0 ? least : most; }
-    [[nodiscard]] double reach() const noexcept { return least > 0 ? most : -least; }
+    // What would take larger coefficients than allowed, and has to be branched on.
+    [[nodiscard]] const std::vector<ConstructItem>& branched() const noexcept { return branched_; }
+    // The largest coefficient of those that are stated; at least 1.
+    [[nodiscard]] double big_m() const noexcept { return big_m_; }
+    // The model's own columns come first, so that a point of the result begins with a point of the
+    // model. What has to be branched on is left out.
+    [[nodiscard]] KernelModel take();
+
+  private:
+    Builder builder_;
+    std::vector<ConstructItem> stated_;
+    std::vector<ConstructItem> branched_;
+    double big_m_ = 1;
 };
-// Those that no binary can switch: they reach beyond largest_bound, and no row implies that they do
-// not.
-[[nodiscard]] std::vector<SemicontinuousColumn> unbounded_semicontinuous(Model& model,
-                                                                         double largest_bound);
 
 }  // namespace qlx

@@ -56,9 +56,9 @@ namespace qlx {
          "Only integer solutions better than this are looked for; 1e20 (minimising) or -1e20: no cutoff") \
     REAL(kProblem, 7008, matrixtol, 1e-12, 1e-12, 1e-3, "engine/solve/kernel_options.cpp", \
          "Coefficients of at most this magnitude count as 0 when a model is solved") \
-    REAL(kProblem, 7009, indbigm, 1e7, 1, 1e12, "engine/reformulate", \
+    REAL(kProblem, 7009, indbigm, 1e7, 1, 1e12, "engine/solve/mixed_integer.cpp", \
          "Largest bound that a set, indicator, partial integer or semi-continuous column is stated with; " \
-         "columns of the last kind are branched on beyond it") \
+         "beyond it, and beyond what tolerances allow, they are branched on") \
     INTEGER(kNonlinearProblem, 12415, autosave, 0, 0, 2147483647, "engine/nlp", \
             "Iterations between two automatic saves; 0: none") \
     VIEW(kNonlinearProblem, 12146, objsense, 1, -1, 1, objective_sense, set_objective_sense, \

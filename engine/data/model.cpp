@@ -35,15 +35,6 @@ void compress(std::vector<T>& array, const std::vector<int>& new_index) {
     array.resize(kept);
 }
 
-template <class T>
-void renumber_keys(std::map<int, T>& items, const std::vector<int>& new_index) {
-    std::map<int, T> kept;
-    for (auto& [index, item] : items)
-        if (new_index[at(index)] >= 0)
-            kept.emplace_hint(kept.end(), new_index[at(index)], std::move(item));
-    items.swap(kept);
-}
-
 void renumber(std::vector<int>& list, const std::vector<int>& new_index) {
     std::size_t kept = 0;
     for (const int index : list)
@@ -56,8 +47,8 @@ void renumber(std::vector<int>& list, const std::vector<int>& new_index) {
 Model::Model() : row_names_("R"), col_names_("C"), set_names_("sos") {}
 
 double Model::limit(int col) const {
-    const auto found = limits_.find(col);
-    return found == limits_.end() ? 0.0 : found->second;
+    const auto found = constructs_.limits.find(col);
+    return found == constructs_.limits.end() ? 0.0 : found->second;
 }
 
 Sides Model::sides(int row) const noexcept {
@@ -77,7 +68,7 @@ Sides Model::sides(int row) const noexcept {
 }
 
 Sides Model::relaxed_sides(int row) const {
-    if (!indicators_.empty() && indicators_.count(row) != 0) return {-kInfinity, kInfinity};
+    if (!indicators().empty() && indicators().count(row) != 0) return {-kInfinity, kInfinity};
     return sides(row);
 }
 
@@ -169,9 +160,9 @@ void Model::set_col_type(int col, char type) {
     num_entities_ += static_cast<int>(type != 'C') - static_cast<int>(current != 'C');
     current = type;
     if (type == 'S' || type == 'R' || type == 'P')
-        limits_[col] = lb_[at(col)] > -kInfinity ? lb_[at(col)] : 0.0;
-    else if (!limits_.empty())
-        limits_.erase(col);
+        constructs_.limits[col] = lb_[at(col)] > -kInfinity ? lb_[at(col)] : 0.0;
+    else if (!constructs_.limits.empty())
+        constructs_.limits.erase(col);
     if (type == 'B') {
         set_lb(col, std::max(lb_[at(col)], 0.0));
         set_ub(col, std::min(ub_[at(col)], 1.0));
@@ -181,12 +172,12 @@ void Model::set_col_type(int col, char type) {
 }
 
 void Model::set_indicator(int row, Indicator indicator) {
-    indicators_[row] = indicator;
+    constructs_.indicators[row] = indicator;
     changes_.sides(row);
 }
 
 void Model::remove_indicator(int row) {
-    indicators_.erase(row);
+    constructs_.indicators.erase(row);
     changes_.sides(row);
 }
 
@@ -234,7 +225,7 @@ void Model::delete_rows(const std::vector<int>& new_index) {
     compress(range_, new_index);
     matrix_.delete_rows(new_index);
     renumber_keys(quadratic_rows_, new_index);
-    renumber_keys(indicators_, new_index);
+    constructs_.delete_rows(new_index);
     nonlinear_.delete_rows(new_index);
     renumber(delayed_rows_, new_index);
     renumber(model_cuts_, new_index);
@@ -249,32 +240,20 @@ void Model::delete_columns(const std::vector<int>& new_index) {
     compress(lb_, new_index);
     compress(ub_, new_index);
     compress(col_type_, new_index);
-    renumber_keys(limits_, new_index);
+    constructs_.delete_columns(new_index);
     matrix_.delete_columns(new_index);
     quadratic_.delete_columns(new_index);
     for (auto form = quadratic_rows_.begin(); form != quadratic_rows_.end();) {
         form->second.delete_columns(new_index);
         form = form->second.empty() ? quadratic_rows_.erase(form) : std::next(form);
     }
-    for (SpecialOrderedSet& set : sets_) {
-        std::size_t kept = 0;
-        for (std::size_t k = 0; k < set.columns.size(); ++k) {
-            const int index = new_index[at(set.columns[k])];
-            if (index < 0) continue;
-            set.columns[kept] = index;
-            set.references[kept++] = set.references[k];
-        }
-        set.columns.resize(kept);
-        set.references.resize(kept);
-    }
-    for (auto& [row, indicator] : indicators_) indicator.column = new_index[at(indicator.column)];
     nonlinear_.delete_columns(new_index);
     col_names_.delete_items(new_index);
     changes_.delete_columns(new_index);
 }
 
 void Model::delete_sets(const std::vector<int>& new_index) {
-    compress(sets_, new_index);
+    compress(constructs_.sets, new_index);
     set_names_.delete_items(new_index);
 }
 

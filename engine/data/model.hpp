@@ -46,7 +46,7 @@ class Model {
 
     [[nodiscard]] int num_cols() const noexcept { return static_cast<int>(lb_.size()); }
     [[nodiscard]] int num_rows() const noexcept { return static_cast<int>(rhs_.size()); }
-    [[nodiscard]] int num_sets() const noexcept { return static_cast<int>(sets_.size()); }
+    [[nodiscard]] int num_sets() const noexcept { return static_cast<int>(sets().size()); }
 
     [[nodiscard]] const std::vector<double>& lb() const noexcept { return lb_; }
     [[nodiscard]] const std::vector<double>& ub() const noexcept { return ub_; }
@@ -74,8 +74,11 @@ class Model {
     [[nodiscard]] const std::map<int, QuadraticForm>& quadratic_rows() const noexcept {
         return quadratic_rows_;
     }
-    [[nodiscard]] const std::vector<SpecialOrderedSet>& sets() const noexcept { return sets_; }
-    [[nodiscard]] const Indicators& indicators() const noexcept { return indicators_; }
+    [[nodiscard]] const ConstructData& constructs() const noexcept { return constructs_; }
+    [[nodiscard]] const std::vector<SpecialOrderedSet>& sets() const noexcept {
+        return constructs_.sets;
+    }
+    [[nodiscard]] const Indicators& indicators() const noexcept { return constructs_.indicators; }
     [[nodiscard]] NonlinearPart& nonlinear() noexcept { return nonlinear_; }
     [[nodiscard]] const NonlinearPart& nonlinear() const noexcept { return nonlinear_; }
     [[nodiscard]] Names& row_names() noexcept { return row_names_; }
@@ -108,11 +111,11 @@ class Model {
     void set_lb(int col, double value);
     void set_ub(int col, double value);
     void set_col_type(int col, char type);
-    void set_limit(int col, double value) { limits_[col] = value; }
+    void set_limit(int col, double value) { constructs_.limits[col] = value; }
     void set_rhs(int row, double value);
     // Sets type and range, and with them the sides.
     void set_row_type(int row, char type, double range);
-    void add_set(SpecialOrderedSet set) { sets_.push_back(std::move(set)); }
+    void add_set(SpecialOrderedSet set) { constructs_.sets.push_back(std::move(set)); }
     void set_indicator(int row, Indicator indicator);
     void remove_indicator(int row);
     void add_quadratic_row(int row, std::int64_t count, const int* col1, const int* col2,
@@ -141,15 +144,13 @@ class Model {
     std::vector<double> ub_;
     std::vector<char> col_type_;
     int num_entities_ = 0;
-    std::map<int, double> limits_;
     std::vector<char> row_type_;
     std::vector<double> rhs_;
     std::vector<double> range_;  // may be shorter than rhs_: the rest is 0
     RowMatrix matrix_;
     QuadraticForm quadratic_;
     std::map<int, QuadraticForm> quadratic_rows_;
-    std::vector<SpecialOrderedSet> sets_;
-    Indicators indicators_;
+    ConstructData constructs_;
     std::vector<int> delayed_rows_;
     std::vector<int> model_cuts_;
     NonlinearPart nonlinear_;

@@ -5,11 +5,10 @@
 
 #include "engine/constructs/reformulation.hpp"
 #include "engine/lp/live_model.hpp"
+#include "engine/solve/construct_search.hpp"
 #include "engine/solve/cutoff.hpp"
 #include "engine/solve/kernel_options.hpp"
-#include "engine/solve/linear_claims.hpp"
 #include "engine/solve/recovery.hpp"
-#include "engine/solve/semicontinuous_search.hpp"
 #include "engine/solve/solve.hpp"
 #include "engine/solve/solve_session.hpp"
 
@@ -17,11 +16,31 @@ namespace qlx {
 
 namespace {
 
+// Coefficients up to this are stated with binaries whatever else there is; up to the larger one
+// where all of them are that small, and what is claimed is verified without presolve.
+constexpr double kSafeBigM = 1e4;
+constexpr double kLargestBigM = 1e6;
+// What a binary's distance from an integer, within tolerances, may let through.
+constexpr double kLeastMeaningful = 1e-6;
+
+Reformulation reformulation(SolveSession& session) {
+    const double asked = session.controls().indbigm;
+    Reformulation all(session.model(), std::min(asked, kLargestBigM));
+    if (all.branched().empty() || all.big_m() <= kSafeBigM) return all;
+    return {session.model(), std::min(asked, kSafeBigM)};
+}
+
+// A binary off by the tolerance times M must not matter.
+void tighten_for(KernelOptions& options, double big_m) {
+    const double tolerance = std::max(1e-10, kLeastMeaningful / big_m);
+    options.integrality_tolerance = std::min(options.integrality_tolerance, tolerance);
+    options.feasibility_tolerance = std::min(options.feasibility_tolerance, tolerance);
+}
+
 // The model as the kernel is to search it, the cutoff apart.
 KernelModel stated_model(SolveSession& session) {
     Model& model = session.model();
-    return needs_reformulation(model) ? reformulate(model, session.controls().indbigm)
-                                      : kernel_model(model);
+    return needs_reformulation(model) ? reformulation(session).take() : kernel_model(model);
 }
 
 // Whether bound and objective are as far apart as an optimal result's may not be.
@@ -116,7 +135,6 @@ class Attempt {
             case KernelOutcome::kOptimal:
                 if (!passed) return kUndecided;
                 if (!found) return has_cutoff(session_.controls()) ? beaten() : kUndecided;
-                if (is_unbounded()) return QLX_MIP_UNBOUNDED;
                 return leaves_gap(results_, options_) ? kUndecided : QLX_MIP_OPTIMAL;
             case KernelOutcome::kInfeasible:
                 return has_cutoff(session_.controls()) ? infeasible_or_beaten() : QLX_MIP_INFEAS;
@@ -134,12 +152,6 @@ class Attempt {
             default:
                 return kUndecided;
         }
-    }
-
-    // HiGHS calls some problems optimal whose relaxation is unbounded. One with a solution is
-    // unbounded then (Meyer 1974), as its data are rational; that holds for integers alone.
-    bool is_unbounded() {
-        return !needs_reformulation(session_.model()) && has_improving_ray(session_, options_);
     }
 
     // Nothing is better than the cutoff.
@@ -210,7 +222,44 @@ int climb(SolveSession& session, const KernelOptions& asked) {
     }
     session.send(QLX_MSG_WARNING, message::kRecovery, "no result of the solver stood the check");
     session.results().stop_status = QLX_STOP_NUMERICS;
+    session.results().best_bound = kNoValue;  // no claim of a result that was rejected counts
     return session.results().mip.empty() ? QLX_MIP_NO_SOL_FOUND : QLX_MIP_SOLUTION;
+}
+
+// Looks for a better point than the incumbent, or for any, without presolve. That is worth ten
+// times the time that the claim took.
+KernelResult doubt(SolveSession& session, KernelOptions options) {
+    KernelModel model = stated_model(session);
+    const Results& results = session.results();
+    if (!results.mip.empty()) {
+        const double objective = results.mip.objective();
+        const double size = std::fabs(objective);
+        const double gap = std::max(
+            {options.absolute_gap, options.relative_gap * size, 1e-6 * std::max(1.0, size)});
+        add_cutoff_row(model, objective - session.model().sense() * gap);
+    }
+    LpKernel kernel;
+    if (!kernel.load(std::move(model), options.matrix_tolerance))
+        fail(QLX_ERROR_SOLVER, "the solver refused the model with a cutoff");
+    options.presolve = false;
+    options.iteration_limit = std::numeric_limits<int>::max();
+    options.time_limit = std::max(5.0, 10 * session.seconds());
+    return session.run(kernel, options, session.tree_events());
+}
+
+// The status that may be claimed of a model that is stated with coefficients up to big_m, where
+// `status` was found; kUndecided: none.
+int proven_status(SolveSession& session, const KernelOptions& asked, double big_m, int status) {
+    Results& results = session.results();
+    if (results.stop_status == QLX_STOP_NUMERICS) return kUndecided;
+    if (big_m <= kSafeBigM || results.stop_status != QLX_STOP_NONE) return status;
+    if (status == QLX_MIP_UNBOUNDED) return kUndecided;
+    if (!asked.presolve) return status;
+    const KernelResult result = doubt(session, asked);
+    if (result.outcome == KernelOutcome::kInfeasible) return status;
+    if (!session.stop_rule().stop()) return kUndecided;
+    results.best_bound = result.best_bound;
+    return results.mip.empty() ? QLX_MIP_NO_SOL_FOUND : QLX_MIP_SOLUTION;
 }
 
 void finish(SolveSession& session, int status) {
@@ -232,12 +281,26 @@ void finish(SolveSession& session, int status) {
 }  // namespace
 
 void solve_mip(SolveSession& session, const char* flags) {
-    const KernelOptions asked = kernel_options(session.controls(), flags);
+    KernelOptions asked = kernel_options(session.controls(), flags);
     session.send_start("MIP");
-    if (const auto columns = unbounded_semicontinuous(session.model(), session.controls().indbigm);
-        !columns.empty())
-        return finish(session, search_semicontinuous(session, flags, columns));
-    finish(session, climb(session, asked));
+    double big_m = 1;
+    if (has_constructs(session.model())) {
+        const Reformulation statement = reformulation(session);
+        if (const auto& items = statement.branched(); !items.empty())
+            return finish(session, search_constructs(session, flags, items));
+        big_m = statement.big_m();
+        tighten_for(asked, big_m);
+    }
+    int status = climb(session, asked);
+    if (big_m > 1) status = proven_status(session, asked, big_m, status);
+    if (status == kUndecided) {
+        session.send(QLX_MSG_WARNING, message::kRecovery,
+                     "the solver's result with large coefficients did not stand the check; "
+                     "branching on constructs instead");
+        const Reformulation plain(session.model(), 1);
+        status = search_constructs(session, flags, plain.branched());
+    }
+    finish(session, status);
 }
 
 }  // namespace qlx

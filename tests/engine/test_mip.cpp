@@ -103,23 +103,7 @@ TEST(Mip, IntegerSolutionsAreIntegers) {
     for (const double value : p.mip_x()) EXPECT_EQ(value, std::round(value));
 }
 
-TEST(Mip, RefusesWhatNeedsTheBranchAndCutByName) {
-    TestProblem set;
-    set.column(-1, 0, kInf);
-    set.column(-1, 0, 4);
-    const std::int64_t start[] = {0, 2};
-    const int cols[] = {0, 1};
-    const double references[] = {1, 2};
-    ASSERT_EQ(QLXaddsets64(set, 1, 2, "1", start, cols, references), 0);
-    ASSERT_EQ(QLXaddnames(set, 2, "flow", 0, 0), 0);
-    EXPECT_EQ(QLXmipoptimize(set, ""), QLX_ERROR_UNSUPPORTED);
-    EXPECT_NE(set.error().find("column 0 (\"flow\")"), std::string::npos) << set.error();
-    EXPECT_NE(set.error().find("needs the branch and cut"), std::string::npos);
-    // A row that implies the bound makes it solvable.
-    set.row('L', 9, {0, 1}, {1, 1});
-    ASSERT_EQ(QLXmipoptimize(set, ""), 0) << set.error();
-    EXPECT_NEAR(set.real(QLX_ATTRIB_MIPOBJVAL), -9, 1e-6);
-
+TEST(Mip, RefusesIntegerQuadraticModelsByName) {
     TestProblem quadratic;
     quadratic.column(1, 0, 5, 'I');
     ASSERT_EQ(QLXchgqobj(quadratic, 0, 0, 1.0), 0);

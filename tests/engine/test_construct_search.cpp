@@ -134,7 +134,7 @@ Statement random_statement(Random& random) {
     return m;
 }
 
-TEST(SemicontinuousSearch, AgreesWithEnumeration) {
+TEST(ConstructSearch, AgreesWithEnumeration) {
     int seen[16] = {};
     for (unsigned seed = 1; seed <= 400; ++seed) {
         SCOPED_TRACE(seed);
@@ -188,7 +188,7 @@ struct Limit {
     int stop;
 };
 
-TEST(SemicontinuousSearch, LimitsHoldOverAllNodes) {
+TEST(ConstructSearch, LimitsHoldOverAllNodes) {
     const Statement m = supply(18, 3);
     const Limit limits[] = {
         {"nodelimit", 0, QLX_STOP_NODELIMIT},  {"nodelimit", 5, QLX_STOP_NODELIMIT},
@@ -223,7 +223,7 @@ TEST(SemicontinuousSearch, LimitsHoldOverAllNodes) {
     }
 }
 
-TEST(SemicontinuousSearch, CutoffAndGap) {
+TEST(ConstructSearch, CutoffAndGap) {
     for (const int sense : {1, -1}) {
         Statement m = supply(14, 5);
         m.sense = sense;
@@ -252,7 +252,7 @@ TEST(SemicontinuousSearch, CutoffAndGap) {
 
 // The relaxation is unbounded; the model has no point, or is unbounded only through the column that
 // must leave 0.
-TEST(SemicontinuousSearch, AnUnboundedRelaxationIsNotYetAnUnboundedModel) {
+TEST(ConstructSearch, AnUnboundedRelaxationIsNotYetAnUnboundedModel) {
     for (const bool feasible : {false, true}) {
         TestProblem p;
         p.column(-1, 0, kInf, 'S', 5);
@@ -270,20 +270,7 @@ TEST(SemicontinuousSearch, AnUnboundedRelaxationIsNotYetAnUnboundedModel) {
     }
 }
 
-TEST(SemicontinuousSearch, SetsOverSuchColumnsAreRefusedByName) {
-    TestProblem p;
-    p.column(-1, 0, kInf, 'S', 2);
-    p.column(-1, 0, 4);
-    const std::int64_t start[] = {0, 2};
-    const int cols[] = {0, 1};
-    const double references[] = {1, 2};
-    ASSERT_EQ(QLXaddsets64(p, 1, 2, "1", start, cols, references), 0);
-    EXPECT_EQ(QLXmipoptimize(p, ""), QLX_ERROR_UNSUPPORTED);
-    EXPECT_NE(p.error().find("column 0"), std::string::npos) << p.error();
-    EXPECT_NE(p.error().find("special ordered set"), std::string::npos) << p.error();
-}
-
-TEST(SemicontinuousSearch, StopsOnInterruptWithItsBestPoint) {
+TEST(ConstructSearch, StopsOnInterruptWithItsBestPoint) {
     const Statement m = supply(70, 8);
     TestProblem p;
     load(p, m);

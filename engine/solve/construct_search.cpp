@@ -1,13 +1,15 @@
-// Branch and bound over semi-continuous columns that no binary can switch: such a column is 0 or
-// within its range, its relaxation lies between. Each node is a problem of its own, solved whole.
-#include "engine/solve/semicontinuous_search.hpp"
+// Branch and bound over constructs that no binary is to state. Each node is a problem of its own,
+// solved whole: a relaxation without these constructs, with what was decided about them.
+#include "engine/solve/construct_search.hpp"
 
 #include <algorithm>
 #include <cmath>
 #include <limits>
 #include <optional>
+#include <utility>
 
-#include "engine/solve/semicontinuous_node.hpp"
+#include "engine/check/point_check.hpp"
+#include "engine/solve/construct_node.hpp"
 #include "engine/solve/solve.hpp"
 #include "engine/solve/solve_session.hpp"
 
@@ -19,7 +21,7 @@ constexpr double kUnbounded = std::numeric_limits<double>::infinity();
 
 struct Node {
     double bound = -kUnbounded;  // of the objective as minimised
-    std::vector<Decision> path;
+    Path path;
 };
 
 bool is_worse(const Node& a, const Node& b) {
@@ -29,19 +31,24 @@ bool is_worse(const Node& a, const Node& b) {
 // Dives to the likelier child until a node is closed, then goes on where the bound is best.
 class Search {
   public:
-    Search(SolveSession& session, const char* flags,
-           const std::vector<SemicontinuousColumn>& columns)
+    Search(SolveSession& session, const char* flags, const std::vector<ConstructItem>& items)
         : session_(session),
           flags_(flags),
-          columns_(columns),
+          items_(items),
           controls_(session.controls()),
           results_(session.results()),
           sense_(session.model().sense()),
-          node_(session.problem(), columns) {}
+          node_(session.problem(), items) {}
 
     int run() {
-        std::optional<Node> next = Node{};
-        while (next && !is_unbounded()) {
+        search_below({});
+        return conclude();
+    }
+
+  private:
+    void search_below(Node root) {
+        std::optional<Node> next = std::move(root);
+        while (next && !unbounded_ && !is_found()) {
             if (is_closed(next->bound)) {
                 close(next->bound);
                 next = best_open();
@@ -55,11 +62,10 @@ class Search {
             if (results_.stop_status != QLX_STOP_NONE) break;
             if (!next) next = best_open();
         }
-        return conclude();
     }
 
-  private:
-    [[nodiscard]] bool is_unbounded() const noexcept { return seeking_ && has_point_; }
+    // Whether any point was sought, and there is one.
+    [[nodiscard]] bool is_found() const noexcept { return seeking_ && has_point_; }
     [[nodiscard]] double incumbent() const {
         const auto best = session_.incumbents().best();
         return best != nullptr ? sense_ * best->objective : kUnbounded;
@@ -68,15 +74,19 @@ class Search {
     [[nodiscard]] double asked_cutoff() const noexcept {
         return seeking_ ? kUnbounded : session_.incumbents().asked_cutoff();
     }
-    [[nodiscard]] double cutoff() const { return std::min(incumbent(), asked_cutoff()); }
+    [[nodiscard]] double cutoff() const {
+        return seeking_ ? kUnbounded : std::min(incumbent(), asked_cutoff());
+    }
     // Whether nothing that is better by more than the gap can be below a node.
     [[nodiscard]] bool is_closed(double bound) {
         if (bound >= asked_cutoff()) return cut_off_ = true;
         const double best = incumbent();
-        if (best == kUnbounded) return false;
+        if (best == kUnbounded || seeking_) return false;
         return bound >= best - std::max(controls_.mipabsgap, controls_.miprelgap * std::fabs(best));
     }
-    void close(double bound) noexcept { closed_bound_ = std::min(closed_bound_, bound); }
+    void close(double bound) noexcept {
+        if (!seeking_) closed_bound_ = std::min(closed_bound_, bound);
+    }
     [[nodiscard]] double open_bound(double of_current) const noexcept {
         return open_.empty() ? of_current : std::min(of_current, open_.front().bound);
     }
@@ -106,6 +116,7 @@ class Search {
     // True when the point is one of the whole problem, whether or not it beats the cutoff.
     bool offer(const std::vector<double>& x) {
         if (session_.incumbents().is_full()) return false;
+        if (!branches_at(x.data()).empty()) return false;
         if (session_.offer(x) == Verdict::kRejected) return false;
         has_point_ = true;
         return true;
@@ -124,7 +135,6 @@ class Search {
     }
 
     const Results& solve(const Node& node) {
-        node_.decide(node.path);
         Problem& part = node_.problem();
         part.controls.nodelimit = controls_.nodelimit - static_cast<int>(results_.nodes);
         part.controls.mipabscutoff = sense_ * std::min(cutoff(), kInfinity);
@@ -133,7 +143,7 @@ class Search {
         session.widen_progress([this](const KernelProgress& of_node) { return widened(of_node); });
         session.incumbents().tell({{}, [&](const Solution& found) {
                                        offer(found.x);
-                                       if (is_unbounded()) session.stop(QLX_STOP_SOLLIMIT);
+                                       if (is_found()) session.stop(QLX_STOP_SOLLIMIT);
                                    }});
         solve_part(session, flags_);
         KernelResult one;
@@ -146,7 +156,12 @@ class Search {
     // Solves a node; the child to dive into, if any.
     std::optional<Node> explore(Node node) {
         const double better_than = cutoff();
+        if (!node_.decide(node.path)) {
+            close(better_than);
+            return std::nullopt;
+        }
         const Results& found = solve(node);
+        if (is_found()) return std::nullopt;
         if (std::isfinite(found.best_bound))
             node.bound = std::max(node.bound, sense_ * found.best_bound);
         switch (found.mip_status) {
@@ -159,8 +174,7 @@ class Search {
                 close(better_than);
                 return std::nullopt;
             case QLX_MIP_UNBOUNDED:
-                if (!seeking_) return seek_point();
-                return branch_anywhere(std::move(node));
+                return follow_ray(std::move(node));
             case QLX_MIP_OPTIMAL:
                 return take(std::move(node), found.mip.get()->x);
             default:
@@ -175,84 +189,95 @@ class Search {
         return std::nullopt;
     }
 
-    // The relaxation goes on for ever in a direction that improves the objective. Far enough along
-    // it from any point of the whole problem every column is within its range, or as it was: the
-    // problem is unbounded if it has a point, whatever its objective.
-    std::optional<Node> seek_point() {
-        seeking_ = true;
-        cut_off_ = false;
-        undecided_ = false;
-        node_.forget_objective();
-        open_.clear();
-        return Node{};
+    // The relaxation goes on for ever in a direction that improves the objective. Where nothing
+    // undecided can end that way, the problem is unbounded if the node has a point of it, whatever
+    // its objective.
+    std::optional<Node> follow_ray(Node node) {
+        for (const ConstructItem& one : items_) {
+            if (!one.construct->blocks_rays() && !seeking_) continue;
+            auto children = branches(one, nullptr);
+            if (!children.empty()) return branch(std::move(node), std::move(children));
+        }
+        if (seeking_) {
+            undecided_ = true;
+            return std::nullopt;
+        }
+        std::vector<Node> others;
+        others.swap(open_);
+        set_seeking(true);
+        search_below({-kUnbounded, node.path});
+        unbounded_ = has_point_;
+        set_seeking(false);
+        open_.swap(others);
+        if (!unbounded_ && results_.stop_status != QLX_STOP_NONE) keep(std::move(node));
+        return std::nullopt;
+    }
+    void set_seeking(bool seeking) {
+        if (seeking) has_point_ = false;
+        seeking_ = seeking;
+        node_.set_seeking(seeking);
     }
 
     std::optional<Node> take(Node node, const std::vector<double>& x) {
-        if (const auto place = between(x, controls_.feastol))
-            return offer_and_branch(std::move(node), *place, x);
-        if (offer(x) || is_closed(node.bound)) {
+        auto children = branches_at(x.data());
+        if ((children.empty() && offer(x)) || is_closed(node.bound)) {
             close(node.bound);
             return std::nullopt;
         }
+        if (!children.empty()) return branch(std::move(node), std::move(children));
         if (!session_.incumbents().is_full()) return branch_anywhere(std::move(node));
         keep(std::move(node));
         return std::nullopt;
     }
 
-    // The undecided column that is farthest from both 0 and its range.
-    [[nodiscard]] std::optional<std::size_t> between(const std::vector<double>& x,
-                                                     double tolerance) const {
-        std::optional<std::size_t> found;
-        double worst = 0;
-        for (std::size_t place = 0; place < columns_.size(); ++place) {
-            if (node_.choice(place) != Choice::kRelaxed) continue;
-            const double near = columns_[place].near();
-            const double value = x[static_cast<std::size_t>(columns_[place].col)];
-            const double share = value / near;
-            const double away = std::min(share, 1 - share);
-            if (away * std::fabs(near) <= tolerance || away <= worst) continue;
-            worst = away;
-            found = place;
-        }
-        return found;
+    [[nodiscard]] std::vector<Branch> branches(const ConstructItem& one, const double* x) const {
+        return one.construct->branches(session_.model(), node_.model(), one.item, x);
     }
 
-    std::optional<Node> offer_and_branch(Node node, std::size_t place,
-                                         const std::vector<double>& x) {
-        offer(x);  // what is between by little more than the tolerance may still pass
-        if (is_closed(node.bound)) {
-            close(node.bound);
-            return std::nullopt;
+    // Of the undecided construct that is violated most. A relaxation violates it by more than
+    // rounding, not by a tolerance of the solver.
+    [[nodiscard]] std::vector<Branch> branches_at(const double* x) {
+        const std::vector<double> activities = row_activities(session_.model(), x);
+        std::vector<std::pair<double, const ConstructItem*>> violated;
+        for (const ConstructItem& one : items_) {
+            const Violation violation =
+                one.construct->violation(session_.model(), one.item, {x, activities});
+            if (violation.types > 1e-9 || violation.rows > 1e-11)
+                violated.emplace_back(violation.share, &one);
         }
-        const SemicontinuousColumn& column = columns_[place];
-        const double share = x[static_cast<std::size_t>(column.col)] / column.near();
-        return branch(std::move(node), place, share < 0.5 ? Choice::kZero : Choice::kInRange);
+        std::stable_sort(violated.begin(), violated.end(),
+                         [](const auto& a, const auto& b) { return a.first > b.first; });
+        for (const auto& [share, one] : violated)
+            if (auto children = branches(*one, x); !children.empty()) return children;
+        return {};
     }
 
     // A node without an answer that stands the check: its children may be easier.
     std::optional<Node> branch_anywhere(Node node) {
-        for (std::size_t place = 0; place < columns_.size(); ++place)
-            if (node_.choice(place) == Choice::kRelaxed)
-                return branch(std::move(node), place, Choice::kInRange);
+        for (const ConstructItem& one : items_)
+            if (auto children = branches(one, nullptr); !children.empty())
+                return branch(std::move(node), std::move(children));
         undecided_ = true;
         close(node.bound);
         return std::nullopt;
     }
 
-    std::optional<Node> branch(Node node, std::size_t place, Choice first) {
-        Node other = node;
-        other.path.push_back({place, first == Choice::kZero ? Choice::kInRange : Choice::kZero});
-        keep(std::move(other));
-        node.path.push_back({place, first});
-        return node;
+    // The first child is dived into.
+    std::optional<Node> branch(const Node& node, std::vector<Branch> children) {
+        const auto child = [&](Branch& branch) {
+            return Node{node.bound,
+                        std::make_shared<const Step>(Step{std::move(branch), node.path})};
+        };
+        for (std::size_t k = 1; k < children.size(); ++k) keep(child(children[k]));
+        return child(children.front());
     }
 
     // Whether there is no solution even without the cutoff, as far as the root tells. That is worth
     // as much time as the search took.
     bool has_no_relaxed_point() {
         Problem& part = node_.problem();
-        node_.decide({});
-        node_.forget_objective();
+        if (!node_.decide({})) return true;
+        node_.set_seeking(true);
         part.controls.mipabscutoff = kInfinity;
         part.controls.timelimit = std::max(1.0, session_.seconds());
         SolveSession session(session_, part);
@@ -261,13 +286,13 @@ class Search {
     }
 
     int conclude() {
-        if (is_unbounded()) {
+        if (unbounded_) {
             results_.stop_status = QLX_STOP_NONE;
             session_.incumbents().forget();
             return QLX_MIP_UNBOUNDED;
         }
         for (const Node& node : open_) close(node.bound);
-        if (!seeking_) results_.best_bound = sense_ * std::min(closed_bound_, incumbent());
+        results_.best_bound = sense_ * std::min(closed_bound_, incumbent());
         const bool found = !results_.mip.empty();
         if (undecided_ && results_.stop_status == QLX_STOP_NONE)
             results_.stop_status = QLX_STOP_NUMERICS;
@@ -281,7 +306,7 @@ class Search {
 
     SolveSession& session_;
     const char* flags_;
-    const std::vector<SemicontinuousColumn>& columns_;
+    const std::vector<ConstructItem>& items_;
     const Controls& controls_;
     Results& results_;
     double sense_;
@@ -289,17 +314,18 @@ class Search {
     std::vector<Node> open_;  // a heap, the best bound first
     double closed_bound_ = kUnbounded;
     double current_bound_ = -kUnbounded;
-    bool seeking_ = false;    // for a point of a problem whose relaxation is unbounded
+    bool seeking_ = false;    // for any point below a node whose relaxation is unbounded
     bool has_point_ = false;  // of the whole problem, perhaps none that beats the cutoff
+    bool unbounded_ = false;
     bool cut_off_ = false;    // some node was closed because of the cutoff that was asked for
     bool undecided_ = false;  // some node was left without an answer
 };
 
 }  // namespace
 
-int search_semicontinuous(SolveSession& session, const char* flags,
-                          const std::vector<SemicontinuousColumn>& columns) {
-    return Search(session, flags, columns).run();
+int search_constructs(SolveSession& session, const char* flags,
+                      const std::vector<ConstructItem>& items) {
+    return Search(session, flags, items).run();
 }
 
 }  // namespace qlx
