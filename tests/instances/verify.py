@@ -15,7 +15,7 @@ import subprocess
 import sys
 from dataclasses import dataclass, field
 
-from catalogue import HERE, KINDS, REFUSED, published, relative_difference
+from catalogue import HERE, KINDS, REFUSED, UNFINISHED, published, relative_difference
 
 TOLERANCE = 1e-6
 # method -> (flags of our solve, options of HiGHS)
@@ -58,6 +58,8 @@ class Line:
             return "refused" if self.name in REFUSED else self.ours["error"]
         if self.ours["objective"] is None:
             return self.ours["status"]
+        if self.name in UNFINISHED and self.ours["status"] != "mip_optimal":
+            return "unfinished"
         if not self.difference <= TOLERANCE:
             return "WRONG"
         if relative_difference(self.ours["at_point"], self.optimum) > TOLERANCE:
