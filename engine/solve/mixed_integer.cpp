@@ -8,6 +8,7 @@
 #include "engine/solve/construct_search.hpp"
 #include "engine/solve/cutoff.hpp"
 #include "engine/solve/kernel_options.hpp"
+#include "engine/solve/linear_claims.hpp"
 #include "engine/solve/recovery.hpp"
 #include "engine/solve/solve.hpp"
 #include "engine/solve/solve_session.hpp"
@@ -135,6 +136,7 @@ class Attempt {
             case KernelOutcome::kOptimal:
                 if (!passed) return kUndecided;
                 if (!found) return has_cutoff(session_.controls()) ? beaten() : kUndecided;
+                if (is_unbounded()) return QLX_MIP_UNBOUNDED;
                 return leaves_gap(results_, options_) ? kUndecided : QLX_MIP_OPTIMAL;
             case KernelOutcome::kInfeasible:
                 return has_cutoff(session_.controls()) ? infeasible_or_beaten() : QLX_MIP_INFEAS;
@@ -152,6 +154,12 @@ class Attempt {
             default:
                 return kUndecided;
         }
+    }
+
+    // HiGHS calls some problems optimal whose relaxation is unbounded. One with a solution is
+    // unbounded then (Meyer 1974), as its data are rational; that holds for integers alone.
+    bool is_unbounded() {
+        return !needs_reformulation(session_.model()) && has_improving_ray(session_, options_);
     }
 
     // Nothing is better than the cutoff.

@@ -236,7 +236,7 @@ TEST(LpBounds, NoWrongPointPassesForOptimal) {
         ASSERT_EQ(QLXlpoptimize(p, ""), 0) << p.error();
         if (!best || p.integer("lpstatus") != QLX_LP_OPTIMAL) continue;
         const QLXprob handle = p;
-        const qlx::Solution solution = handle->results.lp;
+        const qlx::Solution solution = *handle->results.lp.get();
         for (int col = 0; col < box.columns; ++col)
             ASSERT_EQ(QLXchgobj(p, 1, &col, &box.cost[static_cast<std::size_t>(col)]), 0);
         std::vector<double> activities;

@@ -310,8 +310,12 @@ TEST(LinearRelaxation, LimitsAndLookAheadsGiveSafeBoundsAndLeaveNothingBehind) {
         for (const int iterations : {0, 1, 2, 1000}) {
             const NodeAnswer ahead = relaxation.look_ahead(change, {.iterations = iterations});
             EXPECT_LE(ahead.bound, wanted + slack);
-            if (iterations == 1000) EXPECT_GE(ahead.bound, wanted - slack);
-            if (iterations < 3) EXPECT_LE(ahead.iterations, iterations);
+            if (iterations == 1000) {
+                EXPECT_GE(ahead.bound, wanted - slack);
+            }
+            if (iterations < 3) {
+                EXPECT_LE(ahead.iterations, iterations);
+            }
             limited += ahead.status == NodeStatus::kIterationLimit;
         }
         EXPECT_EQ(relaxation.point(), point);
@@ -366,8 +370,9 @@ TEST(LinearRelaxation, GivesTheTableauOfItsBasis) {
         // Strictly between its bounds a column is basic.
         for (int col = 0; col < cols; ++col) {
             const double x = relaxation.point()[at(col)];
-            if (x > relaxation.lower()[at(col)] + 1e-6 && x < relaxation.upper()[at(col)] - 1e-6)
+            if (x > relaxation.lower()[at(col)] + 1e-6 && x < relaxation.upper()[at(col)] - 1e-6) {
                 EXPECT_TRUE(relaxation.tableau_row(col, row));
+            }
         }
         static_cast<void>(relaxation.look_ahead({0, 0, 0}, {}));
         EXPECT_FALSE(relaxation.tableau_row(basic.empty() ? 0 : basic[0], row));

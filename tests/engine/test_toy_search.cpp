@@ -5,7 +5,7 @@
 #include <ctime>
 #include <queue>
 
-#include "engine/check/point_check.hpp"
+#include "engine/solve/incumbents.hpp"
 #include "engine/tree/linear_relaxation.hpp"
 #include "tests/engine/p0033.hpp"
 #include "tests/engine/relaxation_support.hpp"
@@ -18,26 +18,6 @@ using qlx::test::add_column;
 using qlx::test::add_row;
 
 constexpr double kNever = std::numeric_limits<double>::infinity();
-
-// Accepts points of binaries and rows.
-struct Incumbents {
-    explicit Incumbents(Model& model) : model_(model) {}
-    void offer(std::vector<double> x) {
-        for (double& value : x) value = std::round(value);
-        const PointCheck check =
-            check_point(model_, x.data(), row_activities(model_, x.data()), true);
-        if (check.feasibility() > 1e-6 || check.types > 1e-6) return;
-        cutoff_ = std::min(cutoff_, model_.sense() * objective_value(model_, x.data()));
-    }
-    double cutoff() const { return cutoff_; }
-    Model& model_;
-    double cutoff_ = kNever;
-};
-struct TestIncumbents {
-    explicit TestIncumbents(Model& model) : incumbents(model) {}
-    double objective() const { return incumbents.model_.sense() * incumbents.cutoff(); }
-    Incumbents incumbents;
-};
 
 struct Node {
     double bound = -kNever;
@@ -157,14 +137,16 @@ double solve(const char* name, Model& model) {
     const auto frozen = test::frozen(model);
     test::NoEvents events;
     LinearRelaxation relaxation(frozen, {}, events);
-    TestIncumbents kept(model);
-    ToySearch search(*frozen, relaxation, kept.incumbents);
+    const Controls controls;
+    Results results;
+    Incumbents incumbents(model, controls, results);
+    ToySearch search(*frozen, relaxation, incumbents);
     search.run();
     const double seconds = static_cast<double>(std::clock() - started) / CLOCKS_PER_SEC;
     std::printf("%s: objective %g, %d nodes, %.3f s of processor, %.0f LPs a second\n", name,
-                kept.objective(), search.nodes, seconds,
+                results.mip.objective(), search.nodes, seconds,
                 static_cast<double>(search.solves) / seconds);
-    return kept.objective();
+    return results.mip.objective();
 }
 
 // Two columns are fixed and one row without the others: presolve has something to map.

@@ -200,7 +200,8 @@ def test_wrong_flags(solved, flags):
 )
 def test_unknown_flags_are_named_in_every_class(quadratic, vartype):
     p = quilex.problem()
-    x = p.addVariable(ub=3, vartype=getattr(quilex, vartype))
+    x = quilex.var(ub=3, vartype=getattr(quilex, vartype))
+    p.addVariable(x)
     p.setObjective(quadratic * x * x - x)
     with pytest.raises(RuntimeError, match="flags contains 'z', must be of 'd'"):
         p.solve("zzz")
@@ -208,7 +209,8 @@ def test_unknown_flags_are_named_in_every_class(quadratic, vartype):
 
 def test_a_cutoff_that_nothing_reaches_is_the_reason():
     p = quilex.problem()
-    x = p.addVariable(ub=3, vartype=quilex.integer)
+    x = quilex.var(ub=3, vartype=quilex.integer)
+    p.addVariable(x)
     p.setObjective(-x)
     p.controls.mipabscutoff = -3
     p.solve()
