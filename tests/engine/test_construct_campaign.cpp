@@ -57,15 +57,13 @@ Column random_column(Random& random, double big) {
         case 0:
             return {cost, 0, 1, 'B', 0};
         case 1:
+            if (random.chance(0.3))
+                return {cost, random.chance(0.5) ? -big : random.whole(-2, 0), big, 'I', 0};
             return {cost, -1.0 * random.whole(0, 2), 1.0 * random.whole(1, 5), 'I', 0};
         case 2:
         case 3: {
-            // The kernel counts the values of integer columns in 32 bits.
-            const bool countable = upper <= 1e9 || upper >= kInf;
-            const char type = random.chance(0.6) || !countable ? 'S' : 'R';
-            if (random.chance(0.25))
-                return {cost, -upper, -limit, type,
-                        -std::min({upper, big, type == 'R' ? 1e9 : kInf})};
+            const char type = random.chance(0.6) ? 'S' : 'R';
+            if (random.chance(0.25)) return {cost, -upper, -limit, type, -std::min(upper, big)};
             return {cost, 0, upper, type, limit};
         }
         case 4:
