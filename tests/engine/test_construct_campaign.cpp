@@ -57,6 +57,8 @@ Column random_column(Random& random, double big) {
         case 0:
             return {cost, 0, 1, 'B', 0};
         case 1:
+            if (random.chance(0.3))
+                return {cost, random.chance(0.5) ? -big : random.whole(-2, 0), big, 'I', 0};
             return {cost, -1.0 * random.whole(0, 2), 1.0 * random.whole(1, 5), 'I', 0};
         case 2:
         case 3: {

@@ -1,0 +1,59 @@
+// In place of HiGHS' member of the same name: root reduced costs of its tree search, for columns
+// whose bounds it can count. HiGHS 1.15 counts values in 32 bits; beyond them it loops for ever,
+// fills the memory or, where both bounds are far on one side of 0, fixes columns wrongly. Bounds
+// that its presolve derives count too, so no look at the model beforehand would do.
+//
+// This library comes before HiGHS in the order of the loader, so that HiGHS calls this.
+#include <dlfcn.h>
+
+#include <cmath>
+
+#include "mip/HighsMipSolver.h"
+#include "mip/HighsMipSolverData.h"
+#include "mip/HighsRedcostFixing.h"
+
+namespace {
+
+using AddRootRedcost = void (*)(HighsRedcostFixing*, const HighsMipSolver&,
+                                const std::vector<double>&, double);
+
+// Differences of two such bounds, and the steps that are added to them, stay below 2^31.
+constexpr double kCountable = 1e9;
+
+bool is_countable(double bound) noexcept {
+    return std::fabs(bound) <= kCountable || std::isinf(bound);
+}
+
+// Null where HiGHS is not a library of its own.
+AddRootRedcost of_highs() {
+    constexpr const char* kName =
+        "_ZN18HighsRedcostFixing14addRootRedcostERK14HighsMipSolverRKSt6vectorIdSaIdEEd";
+    static const auto function = [] {
+        void* library = dlopen("libqlx_highs.so", RTLD_LAZY | RTLD_NOLOAD);
+        return reinterpret_cast<AddRootRedcost>(library == nullptr ? nullptr
+                                                                   : dlsym(library, kName));
+    }();
+    return function;
+}
+
+}  // namespace
+
+[[gnu::visibility("default")]] void HighsRedcostFixing::addRootRedcost(
+    const HighsMipSolver& mipsolver, const std::vector<double>& lpredcost, double lpobjective) {
+    const HighsDomain& domain = mipsolver.mipdata_->getDomain();
+    const auto is_kept = [&domain](std::size_t col) {
+        return is_countable(domain.col_lower_[col]) && is_countable(domain.col_upper_[col]);
+    };
+    lurkingColLower.resize(lpredcost.size());
+    lurkingColUpper.resize(lpredcost.size());
+    const AddRootRedcost add = of_highs();
+    if (add == nullptr) return;  // the search does without
+    std::size_t col = 0;
+    while (col < lpredcost.size() && is_kept(col)) ++col;
+    // HiGHS may change the very vector that it hands over: a copy only where it has to be one.
+    if (col == lpredcost.size()) return add(this, mipsolver, lpredcost, lpobjective);
+    std::vector<double> kept = lpredcost;
+    for (; col < kept.size(); ++col)
+        if (!is_kept(col)) kept[col] = 0;
+    add(this, mipsolver, kept, lpobjective);
+}
