@@ -10,6 +10,9 @@
 #include "mip/HighsRedcostFixing.h"
 #include "presolve/HPresolve.h"
 
+static_assert(HIGHS_VERSION_MAJOR == 1 && HIGHS_VERSION_MINOR == 15 && HIGHS_VERSION_PATCH == 1,
+              "what is repaired here has to be compared with this version of HiGHS");
+
 namespace {
 
 using AddRootRedcost = void (*)(HighsRedcostFixing*, const HighsMipSolver&,

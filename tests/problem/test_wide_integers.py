@@ -1,4 +1,4 @@
-"""Integer variables with more values than 32 bits count, in a process that a hang cannot take along."""
+"""Integer variables of more values than 32 bits count, where a hang ends after a minute."""
 
 import subprocess
 import sys
