@@ -10,8 +10,9 @@
 
 namespace quilex {
 
-// Python ends a thread that wants the lock while the interpreter goes, by unwinding its stack, which
-// frames that may not throw do not survive. Such a thread waits for the process to end instead.
+// Python ends a thread that wants the lock while the interpreter goes, by unwinding its stack,
+// which frames that may not throw do not survive. Such a thread waits for the process to end
+// instead.
 template <class Take>
 auto take_lock(Take take) noexcept {
     try {

@@ -70,8 +70,7 @@ PointCheck check_point(Model& model, const double* x, const std::vector<double>&
                 check.types = std::max(check.types, distance_to_integer(x[col]));
                 // One beyond a bound of 1e9 is not near it.
                 const Sides bounds = model.relaxed_bounds(col);
-                check.bounds =
-                    std::max(check.bounds, outside(x[col], bounds.lower, bounds.upper));
+                check.bounds = std::max(check.bounds, outside(x[col], bounds.lower, bounds.upper));
             }
     for (const ConstructItem& one : construct_items(model)) {
         const Violation violation = one.construct->violation(model, one.item, point);

@@ -1,16 +1,17 @@
-// In place of HiGHS' member of the same name: root reduced costs of its tree search, for columns
-// whose bounds it can count. HiGHS 1.15 counts values in 32 bits; beyond them it loops for ever,
-// fills the memory or, where both bounds are far on one side of 0, fixes columns wrongly. Bounds
-// that its presolve derives count too, so no look at the model beforehand would do.
-//
-// This library comes before HiGHS in the order of the loader, so that HiGHS calls this.
+// Members of HiGHS 1.15 that fail, in place of its own. This library comes before HiGHS in the
+// order of the loader and exports them, so that HiGHS calls these.
 #include <dlfcn.h>
 
 #include <cmath>
+#include <vector>
 
 #include "mip/HighsMipSolver.h"
 #include "mip/HighsMipSolverData.h"
 #include "mip/HighsRedcostFixing.h"
+#include "presolve/HPresolve.h"
+
+static_assert(HIGHS_VERSION_MAJOR == 1 && HIGHS_VERSION_MINOR == 15 && HIGHS_VERSION_PATCH == 1,
+              "what is repaired here has to be compared with this version of HiGHS");
 
 namespace {
 
@@ -38,6 +39,9 @@ AddRootRedcost of_highs() {
 
 }  // namespace
 
+// Root reduced costs of the tree search, for the columns whose values can be counted. HiGHS counts
+// in 32 bits; beyond them it loops for ever or fills the memory. Bounds that its presolve derives
+// count too, so no look at the model beforehand would do.
 [[gnu::visibility("default")]] void HighsRedcostFixing::addRootRedcost(
     const HighsMipSolver& mipsolver, const std::vector<double>& lpredcost, double lpobjective) {
     const HighsDomain& domain = mipsolver.mipdata_->getDomain();
@@ -56,4 +60,20 @@ AddRootRedcost of_highs() {
     for (; col < kept.size(); ++col)
         if (!is_kept(col)) kept[col] = 0;
     add(this, mipsolver, kept, lpobjective);
+}
+
+// Presolving a row may come back here, which empties the list that HiGHS' own loop then reads on.
+[[gnu::visibility("default")]] presolve::HPresolve::Result presolve::HPresolve::removeRowSingletons(
+    HighsPostsolveStack& postsolve_stack) {
+    while (!singletonRows.empty()) {
+        std::vector<HighsInt> rows;
+        rows.swap(singletonRows);
+        for (const HighsInt row : rows) {
+            const auto index = static_cast<std::size_t>(row);
+            if (rowDeleted[index] != 0 || rowsize[index] > 1) continue;
+            const Result result = rowPresolve(postsolve_stack, row);
+            if (result != Result::kOk) return result;
+        }
+    }
+    return Result::kOk;
 }

@@ -1,5 +1,6 @@
-// Integer columns whose values the kernel's 32-bit counts cannot hold: stated bounds, bounds that
-// rows imply, and semi-integer columns.
+// Models that the kernel alone crashes or hangs on: integer columns whose values its 32-bit counts
+// cannot hold, by stated bounds, bounds that rows imply or limits; and rows that its presolve comes
+// to twice.
 #include <cmath>
 
 #include "tests/engine/support.hpp"
@@ -87,6 +88,27 @@ TEST(MipWideIntegers, AreSolvedToTheirOptimum) {
             for (const double value : p.mip_x()) EXPECT_EQ(value, std::round(value));
         }
     }
+}
+
+// At most one of x and b is nonzero: b = 0, i = -1 and x = -2 / 3.
+TEST(MipPresolve, ComesBackToASingletonRow) {
+    TestProblem p;
+    p.column(5, -kInf, 2e11);
+    p.column(-3, 0, 1, 'B');
+    p.column(-1, -2, 2, 'I');
+    p.row('L', -1, {1, 2}, {1, 1});
+    p.row('E', 1, {0, 1, 2}, {3, 1, -3});
+    p.row('L', 4, {0, 2}, {1, -3});
+    const std::int64_t start[] = {0, 2};
+    const int members[] = {1, 0};
+    const double references[] = {1, 2};
+    for (int set = 0; set < 2; ++set) {
+        ASSERT_EQ(QLXaddsets64(p, 1, 2, "1", start, members, references), 0) << p.error();
+    }
+    ASSERT_EQ(QLXchgobjsense(p, -1), 0);
+    ASSERT_EQ(QLXmipoptimize(p, ""), 0) << p.error();
+    ASSERT_EQ(p.integer("mipstatus"), QLX_MIP_OPTIMAL);
+    EXPECT_NEAR(p.real(QLX_ATTRIB_MIPOBJVAL), -7 / 3.0, 1e-9);
 }
 
 }  // namespace
