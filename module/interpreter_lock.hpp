@@ -2,16 +2,32 @@
 // functions.
 #pragma once
 
+#include <cxxabi.h>
+#include <unistd.h>
+
 #include "module/environment.hpp"
 #include "module/library_error.hpp"
 
 namespace quilex {
 
+// Python ends a thread that wants the lock while the interpreter goes, by unwinding its stack, which
+// frames that may not throw do not survive. Such a thread waits for the process to end instead.
+template <class Take>
+auto take_lock(Take take) noexcept {
+    try {
+        return take();
+    } catch (const abi::__forced_unwind&) {
+        for (;;) pause();
+    }
+}
+
 // Releases the lock for the enclosing scope: around the library's solve calls.
 class GilRelease {
   public:
     GilRelease() noexcept : state_(PyEval_SaveThread()) {}
-    ~GilRelease() { PyEval_RestoreThread(state_); }
+    ~GilRelease() {
+        take_lock([this] { PyEval_RestoreThread(state_); });
+    }
     GilRelease(const GilRelease&) = delete;
     GilRelease& operator=(const GilRelease&) = delete;
 
@@ -22,7 +38,7 @@ class GilRelease {
 // Acquires the lock for the enclosing scope, on any thread: in calls from the library.
 class GilAcquire {
   public:
-    GilAcquire() noexcept : state_(PyGILState_Ensure()) {}
+    GilAcquire() noexcept : state_(take_lock(PyGILState_Ensure)) {}
     ~GilAcquire() { PyGILState_Release(state_); }
     GilAcquire(const GilAcquire&) = delete;
     GilAcquire& operator=(const GilAcquire&) = delete;

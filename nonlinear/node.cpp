@@ -52,7 +52,7 @@ void nonlin_dealloc(PyObject* self) {
 }
 
 int nonlin_traverse(PyObject* self, visitproc visit, void* arg) {
-    // Shared operands lead to no cycle.
+    // Shared operands lead to no cycle (nonlinear/shared_operands.hpp).
     Py_VISIT(as_node(self)->args);
     return 0;
 }

@@ -16,11 +16,13 @@ struct CopyFrame {
     Ref single;
     Ref shared;  // the shared operands of a sum, which need no copies
     int32_t shared_count = 0;
+    Py_ssize_t placed = 0;  // items of the container before the first copied one
     Py_ssize_t next = 0;
 };
 
-Ref copy_container(PyObject* args) {
-    const Py_ssize_t size = PySequence_Fast_GET_SIZE(args);
+// With room for `before` items in front.
+Ref copy_container(PyObject* args, Py_ssize_t before) {
+    const Py_ssize_t size = before + PySequence_Fast_GET_SIZE(args);
     return require(PyList_Check(args) ? PyList_New(size) : PyTuple_New(size));
 }
 
@@ -87,17 +89,29 @@ class TreeCopy {
             scale = -scale;
         }
         if (!is_nonlinear(object)) return general_copy(object, scale);
-        CopyFrame frame{share(object),
-                        scale,
-                        Ref(),
-                        Ref(),
-                        Ref::share(as_node(object)->shared),
-                        as_node(object)->shared_count};
+        CopyFrame frame{share(object), scale, Ref(), Ref(), Ref()};
         PyObject* const args = as_node(object)->args;
-        if (args != nullptr && (PyTuple_Check(args) || PyList_Check(args)))
-            frame.container = copy_container(args);
+        if (args != nullptr && (PyTuple_Check(args) || PyList_Check(args))) {
+            if (frames_.empty()) {
+                frame.shared = Ref::share(as_node(object)->shared);
+                frame.shared_count = as_node(object)->shared_count;
+            } else {
+                frame.placed = as_node(object)->shared_count;
+            }
+            frame.container = copy_container(args, frame.placed);
+            place_shared_operands(as_node(object), frame);
+        }
         frames_.push_back(std::move(frame));
         return Ref();
+    }
+
+    // A sum inside another node has its operands in a list of its own: a list that is shared may
+    // then hold it without a cycle, whatever it was copied from.
+    static void place_shared_operands(NonlinearNode* sum, const CopyFrame& frame) {
+        for (Py_ssize_t i = 0; i < frame.placed; ++i) {
+            PyList_SET_ITEM(frame.container.get(), i,
+                            Ref::share(PyList_GET_ITEM(sum->shared, i)).release());
+        }
     }
 
     Ref begin_operand(const CopyFrame& frame, PyObject* operand) {
@@ -120,8 +134,9 @@ class TreeCopy {
         PyObject* const args = as_node(frame.source.get())->args;
         const Py_ssize_t position = frame.next++;
         if (!frame.container) return position == 0 ? args : nullptr;
-        const bool inside = position < PySequence_Fast_GET_SIZE(args) &&
-                            position < PySequence_Fast_GET_SIZE(frame.container.get());
+        const bool inside =
+            position < PySequence_Fast_GET_SIZE(args) &&
+            frame.placed + position < PySequence_Fast_GET_SIZE(frame.container.get());
         return inside ? PySequence_Fast_GET_ITEM(args, position) : nullptr;
     }
 
@@ -130,7 +145,7 @@ class TreeCopy {
         if (!top.container) {
             top.single = std::move(copy);
         } else if (PyList_Check(top.container.get())) {
-            PyList_SET_ITEM(top.container.get(), top.next - 1, copy.release());
+            PyList_SET_ITEM(top.container.get(), top.placed + top.next - 1, copy.release());
         } else {
             PyTuple_SET_ITEM(top.container.get(), top.next - 1, copy.release());
         }
@@ -141,7 +156,7 @@ class TreeCopy {
         Ref copy;
         if (frame.container) {
             if (PyList_Check(frame.container.get()))  // the source may have become shorter
-                require_status(PyList_SetSlice(frame.container.get(), frame.next - 1,
+                require_status(PyList_SetSlice(frame.container.get(), frame.placed + frame.next - 1,
                                                PyList_GET_SIZE(frame.container.get()), nullptr));
             copy = make_container_node(op, std::move(frame.container));
             take_shared_operands(copy.get(), frame.shared.get(), frame.shared_count);

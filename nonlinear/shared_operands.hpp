@@ -4,7 +4,9 @@
 // `a + b` holds copies of a's operands and b itself. Copies are held by sums only, so that nothing
 // can change them, and a list of them can be shared: each sum sees its own first shared_count
 // items, and the one that sees all of them may append. Operands that the user holds as well, and
-// the simple part, are in the sum's own list, behind the shared ones.
+// the simple part, are in the sum's own list, behind the shared ones. A sum inside a copy shares
+// nothing (nonlinear/node_copy.cpp): what a shared list holds leads to no shared list, so that none
+// can come to hold itself.
 #pragma once
 
 #include "nonlinear/node_internal.hpp"

@@ -34,6 +34,16 @@ bool is_negligible(Model& model, int row, double dual, const ReducedCosts& djs) 
 
 }  // namespace
 
+void drop_impossible_duals(const Model& model, std::vector<double>& duals) {
+    const double sign = model.sense() < 0 ? -1.0 : 1.0;
+    for (std::size_t row = 0; row < duals.size(); ++row) {
+        if (duals[row] == 0) continue;
+        const Sides sides = model.relaxed_sides(static_cast<int>(row));
+        const double side = sign * duals[row] > 0 ? sides.lower : sides.upper;
+        if (std::fabs(side) >= kInfinity) duals[row] = 0;
+    }
+}
+
 ReducedCosts reduced_costs(Model& model, const std::vector<double>& duals) {
     ReducedCosts djs;
     djs.value = djs.scale = model.obj();

@@ -17,6 +17,10 @@ struct DualCheck {
     double gap = 0;            // sum of |multiplier * distance from its side| / (1 + |objective|)
 };
 
+// Takes out duals whose side does not exist, of free rows for example: however small, times large
+// coefficients they would hide reduced costs that are not 0.
+void drop_impossible_duals(const Model& model, std::vector<double>& duals);
+
 // Objective coefficient - sum of dual * coefficient, by column.
 [[nodiscard]] ReducedCosts reduced_costs(Model& model, const std::vector<double>& duals);
 

@@ -66,8 +66,13 @@ PointCheck check_point(Model& model, const double* x, const std::vector<double>&
     if (!integral) return check;
     if (model.num_entities() > 0)
         for (int col = 0; col < model.num_cols(); ++col)
-            if (const char type = model.col_type()[at(col)]; type == 'I' || type == 'B')
+            if (const char type = model.col_type()[at(col)]; type == 'I' || type == 'B') {
                 check.types = std::max(check.types, distance_to_integer(x[col]));
+                // One beyond a bound of 1e9 is not near it.
+                const Sides bounds = model.relaxed_bounds(col);
+                check.bounds =
+                    std::max(check.bounds, outside(x[col], bounds.lower, bounds.upper));
+            }
     for (const ConstructItem& one : construct_items(model)) {
         const Violation violation = one.construct->violation(model, one.item, point);
         check.rows = std::max(check.rows, violation.rows);

@@ -16,7 +16,7 @@ constexpr double kComfortable = 1e3;
 // The least integer that is not below the bound, but for rounding; infinite bounds stay.
 double rounded_up(double bound) {
     if (std::fabs(bound) >= kInfinity) return bound;
-    return std::ceil(bound - 1e-9 * std::max(1.0, std::fabs(bound)));
+    return std::ceil(bound - std::min(1e-9 * std::max(1.0, std::fabs(bound)), 1e-6));
 }
 }  // namespace
 

@@ -133,10 +133,11 @@ void LpKernel::Live::apply(const KernelOptions& options, double new_objective_bo
     if (first || objective_bound != new_objective_bound)
         session->set("objective_bound", new_objective_bound);
     objective_bound = new_objective_bound;
-    // Its interior point method writes past its arrays where free rows reach it; presolve takes
-    // these out.
+    // Its interior point method writes past its arrays where free rows reach it, and its tree
+    // search calls feasible models infeasible; presolve takes these out.
+    const bool is_tree = !options.relax && highs().getLp().isMip();
     const bool hides_free_rows =
-        options.method == KernelMethod::kInteriorPoint && has_free_row(highs().getLp());
+        (is_tree || options.method == KernelMethod::kInteriorPoint) && has_free_row(highs().getLp());
     applied.presolve = options.presolve || hides_free_rows;
     if (first || old.presolve != applied.presolve)
         session->set("presolve", applied.presolve ? "choose" : "off");

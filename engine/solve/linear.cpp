@@ -28,6 +28,7 @@ bool take_point(SolveSession& session, const LpKernel& kernel, const KernelResul
     point.x = kernel.col_value();
     if (result.has_duals) {
         point.dual = kernel.row_dual();
+        drop_impossible_duals(model, point.dual);
         djs = reduced_costs(model, point.dual);
         point.dj = djs.value;
     }

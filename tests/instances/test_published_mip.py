@@ -1,9 +1,10 @@
 """Published mixed-integer programs: integers, semi-continuous columns, special ordered sets."""
 
 import pytest
-from catalogue import HERE, REFUSED, find
+from catalogue import HERE, REFUSED, UNFINISHED, find
 from mps_reader import read_instance
 from optimal import assert_optimal, quick
+from point_check import objective_value, violations
 from statement import state
 
 
@@ -23,6 +24,22 @@ def test_published_optimum_of_what_is_still_refused(name):
     problem, variables = state(model)
     problem.solve()
     assert_optimal(model, problem, variables, instance.optimum, "mip_optimal")
+
+
+@pytest.mark.parametrize("name", sorted(UNFINISHED))
+def test_a_search_that_is_stopped_tells_no_more_than_it_knows(name):
+    """The published optimum lies between the solution found and the bound."""
+    instance = find("mip", name)
+    model = instance.read()
+    problem, variables = state(model)
+    problem.controls.timelimit = 2
+    problem.solve()
+    assert problem.getProbStatusString() == "mip_solution"
+    point = problem.getSolution(variables)
+    assert violations(model, point) == []
+    found = problem.getObjVal()
+    assert found == pytest.approx(objective_value(model, point))
+    assert sorted([found, instance.optimum, problem.attributes.bestbound])[1] == instance.optimum
 
 
 @pytest.mark.parametrize("name", ["infeasible-mip0", "infeasible-mip1"])

@@ -15,7 +15,7 @@ import subprocess
 import sys
 from dataclasses import dataclass, field
 
-from catalogue import HERE, KINDS, REFUSED, published, relative_difference
+from catalogue import HERE, KINDS, REFUSED, UNFINISHED, published, relative_difference
 
 TOLERANCE = 1e-6
 # method -> (flags of our solve, options of HiGHS)
@@ -57,7 +57,7 @@ class Line:
         if "error" in self.ours:
             return "refused" if self.name in REFUSED else self.ours["error"]
         if self.ours["objective"] is None:
-            return self.ours["status"]
+            return "unfinished" if self.name in UNFINISHED else self.ours["status"]
         if not self.difference <= TOLERANCE:
             return "WRONG"
         if relative_difference(self.ours["at_point"], self.optimum) > TOLERANCE:
@@ -186,7 +186,7 @@ def main():
         if instances:
             table += print_table(kind, instances, options)
     print(*summary(table), sep="\n")
-    return any(line.verdict not in ("ok", "refused") for line in table)
+    return any(line.verdict not in ("ok", "refused", "unfinished") for line in table)
 
 
 if __name__ == "__main__":

@@ -216,3 +216,23 @@ def test_plain_sums_cost_time_proportional_to_their_length(form):
 
     short = min(seconds(1_000) for _ in range(5))
     assert seconds(16_000) < 5 * short
+
+
+def test_a_sum_whose_terms_contain_its_beginning_dies():
+    """Its copies share operands with that beginning; no list may come to hold itself."""
+    if not quilexlib._live_counts():
+        pytest.skip("only debug builds count live objects")
+
+    def grow():
+        x = quilex.var()
+        start = quilex.sin(x) + quilex.cos(x) + x
+        inner = quilex.exp(start * start) + 2 * start
+        total = start - quilex.sin(start) - quilex.log(inner)
+        for _ in range(3):
+            total = total + quilex.sin(total) - inner
+        return total <= 1
+
+    before = quilexlib._live_counts()
+    grow()
+    gc.collect()
+    assert quilexlib._live_counts() == before

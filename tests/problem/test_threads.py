@@ -1,6 +1,8 @@
 """Problems and threads: one owner at a time, several solves side by side, forks."""
 
 import os
+import subprocess
+import sys
 import threading
 import time
 
@@ -163,3 +165,26 @@ def test_solve_then_fork_then_solve_in_the_child():
             os._exit(status)
     assert os.waitstatus_to_exitcode(os.waitpid(child, 0)[1]) == 0
     assert solve_small(problem, x) == pytest.approx(11)
+
+
+EXIT_WHILE_SOLVING = """
+import random, threading, time
+import quilex
+r = random.Random(3)
+p = quilex.problem()
+p.controls.outputlog = 0
+x = quilex.vararray(60, vartype=quilex.binary)
+p.addVariable(x)
+p.addConstraint(quilex.Sum(r.randint(1, 99) * v for v in x) <= 1900 for _ in range(25))
+p.setObjective(quilex.Sum(r.randint(1, 99) * v for v in x), sense=quilex.maximize)
+threading.Thread(target=p.solve, daemon=True).start()
+time.sleep(0.3)
+"""
+
+
+def test_the_interpreter_ends_while_a_daemon_thread_solves():
+    for _ in range(3):
+        child = subprocess.run(
+            [sys.executable, "-c", EXIT_WHILE_SOLVING], capture_output=True, text=True, timeout=60
+        )
+        assert (child.returncode, child.stderr) == (0, "")
