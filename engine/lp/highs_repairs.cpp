@@ -10,7 +10,8 @@
 #include "mip/HighsRedcostFixing.h"
 #include "presolve/HPresolve.h"
 
-static_assert(HIGHS_VERSION_MAJOR == 1 && HIGHS_VERSION_MINOR == 15 && HIGHS_VERSION_PATCH == 1,
+static_assert(10000 * HIGHS_VERSION_MAJOR + 100 * HIGHS_VERSION_MINOR + HIGHS_VERSION_PATCH ==
+                  11501,
               "what is repaired here has to be compared with this version of HiGHS");
 
 namespace {

@@ -196,11 +196,11 @@ class Attempt {
     }
 
     // The kernel has seen the cutoff as a row: is it to blame? That is worth as much time as the
-    // proof took; a step of another solve leaves the question to that.
+    // proof took, some seconds at least; a step of another solve leaves the question to that.
     int infeasible_or_beaten() {
         if (session_.is_nested()) return beaten();
         KernelOptions options = options_;
-        options.time_limit = std::max(1.0, session_.seconds());
+        options.time_limit = std::max(10.0, session_.seconds());
         return look_for_any_point(options) == Points::kNone ? QLX_MIP_INFEAS : beaten();
     }
 
