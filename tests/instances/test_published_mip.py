@@ -32,14 +32,17 @@ def test_a_search_that_is_stopped_tells_no_more_than_it_knows(name):
     instance = find("mip", name)
     model = instance.read()
     problem, variables = state(model)
-    problem.controls.timelimit = 2
+    problem.controls.timelimit = 5
     problem.solve()
-    assert problem.getProbStatusString() == "mip_solution"
-    point = problem.getSolution(variables)
-    assert violations(model, point) == []
-    found = problem.getObjVal()
-    assert found == pytest.approx(objective_value(model, point))
-    assert sorted([found, instance.optimum, problem.attributes.bestbound])[1] == instance.optimum
+    assert model.maximize
+    assert problem.attributes.bestbound >= instance.optimum
+    # A slow machine may not come to a solution.
+    assert problem.getProbStatusString() in ("mip_solution", "mip_no_sol_found")
+    if problem.getProbStatusString() == "mip_solution":
+        point = problem.getSolution(variables)
+        assert violations(model, point) == []
+        assert problem.getObjVal() == pytest.approx(objective_value(model, point))
+        assert problem.getObjVal() <= instance.optimum + 1e-6
 
 
 @pytest.mark.parametrize("name", ["infeasible-mip0", "infeasible-mip1"])
