@@ -9,6 +9,9 @@ namespace quilex {
 
 namespace {
 
+// Fewer operands are copied again in less time than a list to share them takes.
+constexpr Py_ssize_t kWorthSharing = 6;
+
 // The number of operands of the sum's own list that can be shared.
 Py_ssize_t shareable_count(PyObject* sum) noexcept {
     PyObject* const list = as_node(sum)->args;
@@ -40,7 +43,7 @@ void make_appendable(NonlinearNode* sum) {
 void share_operands(PyObject* sum) {
     NonlinearNode* const node = as_node(sum);
     const Py_ssize_t count = shareable_count(sum);
-    if (count == 0) return;
+    if (count == 0 || (node->shared == nullptr && count < kWorthSharing)) return;
     make_appendable(node);
     for (Py_ssize_t i = 0; i < count; ++i) {
         require_status(PyList_Append(node->shared, PyList_GET_ITEM(node->args, i)));
