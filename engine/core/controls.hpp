@@ -43,7 +43,7 @@ namespace qlx {
     REAL(kProblem, 7001, timelimit, 1e20, 0, 1e20, "engine/solve/kernel_options.cpp", \
          "Seconds that one solve may take, counted from its call") \
     REAL(kProblem, 7002, feastol, 1e-7, 1e-10, 1e-2, "engine/solve/kernel_options.cpp", \
-         "Largest violation of a bound or row that counts as none") \
+         "Largest violation of a bound or row that counts as none, as a share of the row's largest term or side, or of the value, where that is above 1") \
     REAL(kProblem, 7003, opttol, 1e-7, 1e-10, 1e-2, "engine/solve/kernel_options.cpp", \
          "Largest violation of a reduced cost's sign that counts as none") \
     REAL(kProblem, 7004, inttol, 1e-6, 1e-10, 1e-2, "engine/solve/kernel_options.cpp", \
