@@ -1,7 +1,7 @@
 // Barrier method (Ipopt) as the last resort for linearly constrained programs.
 #pragma once
 
-#include "engine/nlp/interior/local_solver.hpp"
+#include "engine/nlp/local_solver.hpp"
 #include "engine/quad/convex_program.hpp"
 
 namespace qlx::quad {

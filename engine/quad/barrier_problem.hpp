@@ -3,7 +3,7 @@
 
 #include <vector>
 
-#include "engine/nlp/interior/local_solver.hpp"
+#include "engine/nlp/local_solver.hpp"
 #include "engine/quad/convex_program.hpp"
 #include "engine/quad/quadratic_row.hpp"
 

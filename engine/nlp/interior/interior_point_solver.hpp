@@ -1,7 +1,7 @@
 // The barrier method of Waechter and Biegler (2006), through Ipopt with MUMPS.
 #pragma once
 
-#include "engine/nlp/interior/local_solver.hpp"
+#include "engine/nlp/local_solver.hpp"
 
 namespace qlx::nlp {
 

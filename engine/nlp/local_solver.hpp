@@ -6,8 +6,10 @@
 // J'y + z, where y and z are nonnegative on active lower sides and nonpositive on upper ones.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <span>
+#include <string>
 #include <vector>
 
 #include "engine/base/stop_rule.hpp"
@@ -39,6 +41,9 @@ class LocalProblem {
     virtual std::vector<double> start() const = 0;
     // Whether f is quadratic and every row linear: derivatives are then asked for once.
     virtual bool is_quadratic() const { return false; }
+    virtual bool is_linear_row(int /*row*/) const { return false; }
+    // Where the functions have kinks the derivatives are those of the active piece.
+    virtual bool has_kinks() const { return false; }
 
     virtual bool objective(std::span<const double> x, double& value) = 0;
     virtual bool gradient(std::span<const double> x, std::span<double> out) = 0;
@@ -49,11 +54,27 @@ class LocalProblem {
                          std::span<const double> multipliers, std::span<double> out) = 0;
 };
 
+// Of the problem as it is stated, not as a solver scales it.
+struct LocalProgress {
+    int iteration;
+    double objective;
+    double infeasibility;  // largest violation
+    double optimality;     // largest residual of the optimality conditions
+    double step;           // length of the last step
+    double penalty;        // not a number: the method has none
+};
+
 struct LocalOptions {
     double tolerance = 1e-9;  // of the scaled optimality conditions
     double constraint_violation = 1e-8;
     int iteration_limit = 3000;
+    // Of methods with a penalty and a trust region.
+    double penalty_start = 10;
+    double penalty_max = 1e8;
+    double trust_region_start = 1;
+    double trust_region_min = 1e-13;
     StopRule stop;  // asked at every iteration
+    std::function<void(const LocalProgress&)> progress;  // once per iteration; may be empty
 };
 
 enum class LocalStatus {
@@ -67,13 +88,24 @@ enum class LocalStatus {
     kTooManyEquations,  // more equations than columns that can move
     kInconsistentBounds,
     kUndefinedValue,  // a function or derivative is not a number
+    kStalled,  // steps too short to go on: the point may be used, it is not known to be optimal
     kFailed,
     kUnavailable,  // the build has no such solver
 };
 
+struct LocalCounts {
+    int functions = 0;  // evaluations of objective and rows
+    int gradients = 0;
+    int hessians = 0;
+    int linear_programs = 0;
+    int quadratic_programs = 0;
+};
+
 struct LocalAnswer {
     LocalStatus status = LocalStatus::kFailed;
+    std::string reason;  // why it stopped, for the log
     int iterations = 0;
+    LocalCounts counts;
     double objective = 0.0;
     std::vector<double> x;
     std::vector<double> row_dual;

@@ -1,0 +1,20 @@
+// The functions of the user that formulas name, as evaluators call them.
+#pragma once
+
+#include <span>
+
+namespace qlx {
+
+class UserFunctions {
+  public:
+    virtual ~UserFunctions() = default;
+
+    // Function `number`, from 1, at the inputs. Partial derivatives are asked for where `partials`
+    // is not empty; it has then one place for each input and those in which `wanted` is not zero
+    // are filled, by differences where the function does not give them. False where the call
+    // failed or the value is not a number. What was thrown is kept for the solving call.
+    virtual bool call(int number, std::span<const double> inputs, std::span<const char> wanted,
+                      double& value, std::span<double> partials) = 0;
+};
+
+}  // namespace qlx
