@@ -32,6 +32,7 @@ enum class Operation : std::uint8_t {
     kErfc,
     kMin,  // argument: how many values it takes
     kMax,
+    kUser,  // argument: how many values it takes; its number is the formula's next constant
 };
 
 struct Instruction {
@@ -47,6 +48,7 @@ constexpr int stack_change(Instruction instruction) noexcept {
             return 1;
         case Operation::kMin:
         case Operation::kMax:
+        case Operation::kUser:
             return 1 - instruction.argument;
         default: {
             const bool is_binary = instruction.operation >= Operation::kPower &&
@@ -61,7 +63,7 @@ constexpr int stack_change(Instruction instruction) noexcept {
 struct Formula {
     const Instruction* instructions;
     std::size_t length;
-    const double* constants;  // in the order of the kConstant instructions
+    const double* constants;  // in the order of the kConstant and kUser instructions
 };
 
 }  // namespace qlx
