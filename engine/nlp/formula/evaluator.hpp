@@ -3,6 +3,7 @@
 
 #include <cmath>
 #include <limits>
+#include <utility>
 
 #include "engine/nlp/formula/instruction.hpp"
 #include "engine/nlp/formula/user_functions.hpp"
@@ -129,6 +130,13 @@ template <class ValueOfColumn>
     double product = 1;
     while (top > stack) product *= *--top;
     return product;
+}
+
+// Without user functions: not a number where the formula calls one.
+template <class ValueOfColumn>
+[[nodiscard]] double evaluate(const Formula& formula, double* stack,
+                              ValueOfColumn&& value_of_column) {
+    return evaluate(formula, stack, nullptr, std::forward<ValueOfColumn>(value_of_column));
 }
 
 }  // namespace qlx
