@@ -32,7 +32,8 @@ enum class Operation : std::uint8_t {
     kErfc,
     kMin,  // argument: how many values it takes
     kMax,
-    kUser,  // argument: how many values it takes; its number is the formula's next constant
+    kUser,  // a user function: argument: how many values it takes, possibly none; its number is the
+            // formula's next constant
 };
 
 struct Instruction {
@@ -56,6 +57,10 @@ constexpr int stack_change(Instruction instruction) noexcept {
             return is_binary ? -1 : 0;
         }
     }
+}
+
+constexpr bool takes_constant(Operation operation) noexcept {
+    return operation == Operation::kConstant || operation == Operation::kUser;
 }
 
 // One formula within the arrays that many share. Values that are left on the stack at the end are
