@@ -44,8 +44,8 @@ StatementValues::StatementValues(const Statement& statement)
 
 double StatementValues::term_value(int term, std::span<const double> x) {
     const NonlinearTerm& entry = statement_.nonlinear[at(term)];
-    const double formula =
-        evaluate(entry.formula, stack_.data(), [x](int column) { return x[at(column)]; });
+    const double formula = evaluate(entry.formula, stack_.data(), statement_.functions,
+                                    [x](int column) { return x[at(column)]; });
     const double column = entry.column == kNoColumn ? 1.0 : x[at(entry.column)];
     return entry.factor * column * formula;
 }
