@@ -19,10 +19,11 @@ constexpr double kRounding = 1e-13;
 
 }  // namespace
 
-void Acceptance::start(double violation, double feasible) {
+void Acceptance::start(double violation, double feasible, bool merit_only) {
     filter_.clear();
     violation_limit_ = std::max(1e2, 10 * violation);
     feasible_ = feasible;
+    merit_only_ = merit_only;
 }
 
 Verdict Acceptance::judge(const Iterate& from, const Iterate& trial,
@@ -34,7 +35,7 @@ Verdict Acceptance::judge(const Iterate& from, const Iterate& trial,
     const double merit = (prediction.restores ? 0.0 : gained) + prediction.penalty * (h - new_h);
     Verdict verdict;
     if (prediction.merit > -guard) verdict.ratio = (merit + guard) / (prediction.merit + guard);
-    if (prediction.restores) {
+    if (prediction.restores || merit_only_) {
         verdict.accepted = verdict.ratio > kEnough;
         return verdict;
     }

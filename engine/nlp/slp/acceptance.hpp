@@ -21,8 +21,9 @@ struct Verdict {
 
 class Acceptance {
   public:
-    // Forgets everything. `violation` is that of the start, `feasible` one that counts as none.
-    void start(double violation, double feasible);
+    // Forgets everything. `violation` is that of the start, `feasible` one that counts as none. At
+    // kinks the filter would wander between pieces: with `merit_only` the merit function decides.
+    void start(double violation, double feasible, bool merit_only);
     [[nodiscard]] Verdict judge(const Iterate& from, const Iterate& trial,
                                 const Prediction& prediction) const;
     // Tells that the iterate is left for an accepted trial point.
@@ -42,6 +43,7 @@ class Acceptance {
     Filter filter_;
     double violation_limit_ = 0;
     double feasible_ = 0;
+    bool merit_only_ = false;
 };
 
 }  // namespace qlx::nlp::slp

@@ -58,6 +58,8 @@ class Loop {
     // loop_optimality.cpp
     std::optional<End> test_optimality();
     bool probe();
+    bool probe_other_pieces();
+    bool moves_to_better();
     bool follow_negative_curvature();
     // loop_end.cpp
     std::optional<End> interrupted() const;
@@ -103,6 +105,7 @@ class Loop {
     bool restores_ = false;
     double restoration_start_ = 0;  // violation
     int rejections_ = 0;
+    bool has_kinks_ = false;
     int stuck_ = 0;  // iterations in which the linearised rows saw no way to less violation
     int curvature_steps_ = 0;  // times that a stationary point was left along negative curvature
     int moved_at_ = 0;         // iteration up to which only probes have moved the point

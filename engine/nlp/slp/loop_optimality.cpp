@@ -12,6 +12,8 @@ constexpr double kNearlyFeasible = 10;
 constexpr double kNegativeCurvature = 1e-5;
 constexpr int kMostCurvatureSteps = 5;
 constexpr double kCurvatureRadius = 0.1;
+// By how much, relative to its size, the objective must fall for a point to be left.
+constexpr double kLower = 1e-7;
 
 }  // namespace
 
@@ -47,6 +49,8 @@ std::optional<Loop::End> Loop::test_optimality() {
     if (!holds) return std::nullopt;
     const bool has_escape = follow_negative_curvature();
     if (iteration_ == moved_at_ && !has_escape && probe()) return std::nullopt;
+    if (has_kinks_ && curvature_steps_ < kMostCurvatureSteps && probe_other_pieces())
+        return std::nullopt;
     if (has_escape && curvature_steps_ <= kMostCurvatureSteps) {
         ++curvature_steps_;
         y_ = residual_y_;
@@ -76,6 +80,36 @@ bool Loop::follow_negative_curvature() {
     return !is_convex;
 }
 
+// The conditions hold for the piece that is active here; a column may fall off another one.
+bool Loop::probe_other_pieces() {
+    constexpr double kShort = 1e-4;
+    for (int j = 0; j < problem_.num_columns(); ++j) {
+        for (const double length : {-kShort, kShort}) {
+            trial_.x = current_.x;
+            trial_.x[j] += length * lengths_[j];
+            problem_.clip(trial_.x);
+            if (!moves_to_better()) continue;
+            ++curvature_steps_;
+            moved_at_ = iteration_ + 1;
+            hessian_is_current_ = false;
+            return true;
+        }
+    }
+    return false;
+}
+
+// Moves to the trial point's x where it is defined, no more violated than may be, and lower.
+bool Loop::moves_to_better() {
+    if (!problem_.evaluate(trial_) ||
+        trial_.violation > std::max(current_.violation, options_->constraint_violation))
+        return false;
+    const double least = kLower * std::max(1.0, std::abs(current_.objective));
+    if (trial_.objective >= current_.objective - least || !problem_.differentiate(trial_))
+        return false;
+    std::swap(current_, trial_);
+    return true;
+}
+
 // A start that passes the test may lie on a plateau: looks along the negative gradient.
 bool Loop::probe() {
     const double longest = current_.gradient.lpNorm<Eigen::Infinity>();
@@ -85,14 +119,7 @@ bool Loop::probe() {
     for (const double length : {1e-2, 0.1, 1.0, 10.0}) {
         trial_.x = origin.array() - length * slope.array() * origin.array().abs().max(1.0);
         problem_.clip(trial_.x);
-        if (!problem_.evaluate(trial_) ||
-            trial_.violation > std::max(current_.violation, options_->constraint_violation))
-            continue;
-        const double least = 1e-7 * std::max(1.0, std::abs(current_.objective));
-        if (trial_.objective >= current_.objective - least || !problem_.differentiate(trial_))
-            continue;
-        std::swap(current_, trial_);
-        has_moved = true;
+        if (moves_to_better()) has_moved = true;
     }
     if (has_moved) {
         moved_at_ = iteration_ + 1;

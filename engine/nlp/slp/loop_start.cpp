@@ -20,10 +20,8 @@ bool Loop::evaluate_all(Iterate& iterate) {
 
 std::optional<Loop::End> Loop::begin(LocalProblem& problem, const LoopStart& start) {
     problem_.bind(problem);
+    has_kinks_ = problem.has_kinks();
     const int n = problem_.num_columns(), m = problem_.num_rows();
-    if ((problem_.lower.array() > problem_.upper.array()).any() ||
-        (problem_.row_lower.array() > problem_.row_upper.array()).any())
-        return End{LocalStatus::kInconsistentBounds, "a lower bound is above its upper bound"};
     const std::vector<double> given = start.x.empty() ? problem.start() : start.x;
     Vector origin(n);
     for (int j = 0; j < n; ++j) {
@@ -32,6 +30,9 @@ std::optional<Loop::End> Loop::begin(LocalProblem& problem, const LoopStart& sta
     }
     problem_.clip(origin);
     current_.x = origin;
+    if ((problem_.lower.array() > problem_.upper.array()).any() ||
+        (problem_.row_lower.array() > problem_.row_upper.array()).any())
+        return End{LocalStatus::kInconsistentBounds, "a lower bound is above its upper bound"};
     std::mt19937 random(1);
     std::normal_distribution<double> normal;
     bool is_defined = evaluate_all(current_);
@@ -50,7 +51,7 @@ std::optional<Loop::End> Loop::begin(LocalProblem& problem, const LoopStart& sta
     }
     problem_.scale_at(current_);
     start_objective_ = current_.objective / problem_.objective_scale;
-    acceptance_.start(current_.violation, options_->constraint_violation);
+    acceptance_.start(current_.violation, options_->constraint_violation, has_kinks_);
     penalty_ = std::max(options_->penalty_start, start.penalty);
     radius_ = options_->trust_region_start;
     box_ = start.box * options_->trust_region_start;
