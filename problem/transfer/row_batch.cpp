@@ -105,10 +105,7 @@ void RowBatch::collect(Problem* problem, PyObject* object) {
     const ConversionScope conversion(problem);
     require_addable(problem, object);
     require_sound_bounds(constraint);
-    if (empty()) {
-        require_library(as_object(problem),
-                        QLXgetintattrib(problem->prob, QLX_ATTRIB_ROWS, &base_));
-    }
+    if (empty()) base_ = rows_to_append_to(problem);
     const int row = base_ + row_count();
     Append append(*this);
     append_row(problem, constraint, body.get());
