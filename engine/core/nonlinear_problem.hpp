@@ -5,6 +5,7 @@
 #include "engine/base/live_counts.hpp"
 #include "engine/core/problem_fwd.hpp"
 #include "engine/core/results.hpp"
+#include "engine/core/user_function_table.hpp"
 
 // What the handle adds to the problem below, which holds the coefficients, the columns' values and
 // the controls.
@@ -20,6 +21,7 @@ struct qslp_problem {
     int presolve_state = 0;
     double objective = qlx::kNoValue;
     void* user_object = nullptr;
+    qlx::UserFunctionTable functions{*this};
 
     // The value of a column at the current point: its value, or its initial value where it has
     // none. Throws Error naming the column where it has neither.

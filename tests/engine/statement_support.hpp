@@ -144,9 +144,10 @@ class StatementBuilder {
         const InfixTokens tokens(formula);
         std::int64_t count = 0;
         starts_.push_back({arrays_->instructions.size(), arrays_->constants.size()});
-        const BadToken bad = FormulaParser(1000).parse(
-            tokens.type.data(), tokens.value.data(), static_cast<std::int64_t>(tokens.type.size()),
-            *arrays_, &count);
+        const BadToken bad =
+            FormulaParser(FormulaSymbols{1000})
+                .parse(tokens.type.data(), tokens.value.data(),
+                       static_cast<std::int64_t>(tokens.type.size()), *arrays_, &count);
         EXPECT_EQ(bad.position, -1) << formula << ": " << bad.reason;
         made_.nonlinear.push_back({row, column, factor, {}});
     }

@@ -35,7 +35,7 @@ EntriesByRow::EntriesByRow(const Statement& statement)
       nonlinear_(sort(statement.nonlinear, statement.num_rows())) {}
 
 StatementValues::StatementValues(const Statement& statement)
-    : statement_(statement), entries_(statement) {
+    : statement_(statement), entries_(statement), gradient_(statement.functions) {
     std::size_t longest = 0;
     for (const NonlinearTerm& term : statement.nonlinear)
         longest = std::max(longest, term.formula.length);
@@ -44,8 +44,8 @@ StatementValues::StatementValues(const Statement& statement)
 
 double StatementValues::term_value(int term, std::span<const double> x) {
     const NonlinearTerm& entry = statement_.nonlinear[at(term)];
-    const double formula =
-        evaluate(entry.formula, stack_.data(), [x](int column) { return x[at(column)]; });
+    const double formula = evaluate(entry.formula, stack_.data(), statement_.functions,
+                                    [x](int column) { return x[at(column)]; });
     const double column = entry.column == kNoColumn ? 1.0 : x[at(entry.column)];
     return entry.factor * column * formula;
 }
