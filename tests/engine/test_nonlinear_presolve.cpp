@@ -5,6 +5,7 @@
 
 #include "engine/nlp/interior/interior_point_solver.hpp"
 #include "engine/nlp/presolve/nonlinear_presolve.hpp"
+#include "engine/nlp/tape/nonlinear_program.hpp"
 #include "tests/engine/statement_support.hpp"
 
 namespace {
@@ -12,7 +13,6 @@ namespace {
 using namespace qlx::nlp;
 using qlx::test::kInf;
 using qlx::test::StatementBuilder;
-using qlx::test::StatementProblem;
 
 std::size_t u(int index) {
     return static_cast<std::size_t>(index);
@@ -57,7 +57,7 @@ FullPoint solve(NonlinearPresolve& presolve) {
     for (const int column : reduced.moving)
         if (std::isnan(reduced.start[u(column)])) reduced.start[u(column)] = 0.5;
     if (reduced.moving.empty()) return presolve.postsolve({}, {}, {});
-    StatementProblem problem(reduced);
+    NonlinearProgram problem(reduced);
     const LocalAnswer answer = InteriorPointSolver().solve(problem, {});
     EXPECT_EQ(answer.status, LocalStatus::kSolved);
     std::vector<double> dual(answer.x.size());

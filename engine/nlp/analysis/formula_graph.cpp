@@ -40,7 +40,9 @@ int FormulaGraph::add_formula(const Formula& formula, const Statement& statement
             const std::vector<int> operands(stack_.end() - static_cast<std::ptrdiff_t>(taken),
                                             stack_.end());
             stack_.resize(stack_.size() - taken);
-            stack_.push_back(add(instruction.operation, 0, 0, operands));
+            const int number =
+                instruction.operation == Operation::kUser ? static_cast<int>(*constant++) : 0;
+            stack_.push_back(add(instruction.operation, number, 0, operands));
         }
     }
     if (stack_.empty()) return add_constant(1);

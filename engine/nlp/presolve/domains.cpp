@@ -18,7 +18,7 @@ void visit_domains(const Formula& formula, Visit&& visit) {
     const double* constant = formula.constants;
     for (std::size_t k = 0; k < formula.length; ++k) {
         const Operation operation = formula.instructions[k].operation;
-        if (operation == Operation::kConstant) {
+        if (takes_constant(operation)) {
             ++constant;
         } else if (operation == Operation::kPower) {
             if (k >= 2 && formula.instructions[k - 1].operation == Operation::kConstant &&
