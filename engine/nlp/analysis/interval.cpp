@@ -6,22 +6,19 @@
 #include <cstddef>
 #include <numbers>
 
+#include "engine/nlp/analysis/outward.hpp"
+
 namespace qlx::nlp {
 
 namespace {
 
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
-constexpr double kLargest = std::numeric_limits<double>::max();
 // Below this a product's or quotient's remainder is no longer exact.
 constexpr double kSmall = 1e-280;
 
-double next_below(double x) noexcept {
-    return std::nextafter(x, -kInfinity);
-}
-
 // A lower bound of the exact result, of which `rounded` came out and `tail` says what is missing.
 double settle(double rounded, double tail) noexcept {
-    if (rounded == kInfinity) return kLargest;
+    if (rounded == kInfinity) return kLargestFinite;
     return tail < 0 || std::isnan(tail) ? next_below(rounded) : rounded;
 }
 
@@ -64,16 +61,6 @@ double sqrt_up(double x) noexcept {
     if (std::isinf(root) || root == 0) return root;
     const double rest = std::fma(-root, root, x);
     return x < kSmall || rest > 0 ? std::nextafter(root, kInfinity) : root;
-}
-
-// Four units in the last place outwards.
-double library_down(double x) noexcept {
-    if (x == kInfinity) return kLargest;
-    for (int k = 0; k < 4; ++k) x = next_below(x);
-    return x;
-}
-double library_up(double x) noexcept {
-    return -library_down(-x);
 }
 
 template <double (*Function)(double)>
@@ -358,82 +345,6 @@ Interval widened(Interval x, double parts) noexcept {
         return std::isinf(end) ? end : next_below(end - parts * std::fabs(end));
     };
     return {below(x.lower), -below(-x.upper)};
-}
-
-// Powers -------------------------------------------------------------------------------------
-
-namespace {
-
-double power_down(double x, double p) noexcept {
-    if (x == 1 || p == 0) return 1;
-    const double result = std::pow(x, p);
-    if (x == 0 || std::isinf(x) || p == 1) return result;
-    return std::max(0.0, library_down(result));
-}
-double power_up(double x, double p) noexcept {
-    if (x == 1 || p == 0) return 1;
-    const double result = std::pow(x, p);
-    return x == 0 || std::isinf(x) || p == 1 ? result : library_up(result);
-}
-
-// Of nonnegative bases: the power of two variables has its extremes in the corners, as its
-// logarithm is bilinear.
-Interval power_of_nonnegative(Interval base, Interval exponent) noexcept {
-    Interval result = Interval::empty();
-    for (const double x : {base.lower, base.upper}) {
-        for (const double p : {exponent.lower, exponent.upper}) {
-            if (std::isinf(p) && !(x == 0 || std::isinf(x))) {
-                // Towards 0, 1 or infinity.
-                const double limit = std::pow(x, p);
-                result = hull(result, Interval::point(limit));
-                continue;
-            }
-            if ((std::isinf(x) && p == 0) || (x == 1 && std::isinf(p))) {
-                result = hull(result, Interval::point(1));
-                continue;
-            }
-            result = hull(result, {power_down(x, p), power_up(x, p)});
-        }
-    }
-    result.lower = result.lower == kInfinity ? kLargest : result.lower;
-    return result;
-}
-
-Interval power_of_integer(Interval base, double p) noexcept {
-    if (p == 2) return square(base);
-    if (p < 0) return Interval::point(1) / power_of_integer(base, -p);
-    const bool is_even = std::fmod(p, 2) == 0;
-    if (is_even) {
-        const Interval size = apply_function(Operation::kAbs, base);
-        return {power_down(size.lower, p), power_up(size.upper, p)};
-    }
-    const auto odd_down = [p](double x) { return x < 0 ? -power_up(-x, p) : power_down(x, p); };
-    Interval result = {odd_down(base.lower), -odd_down(-base.upper)};
-    if (result.lower == kInfinity) result.lower = kLargest;
-    if (result.upper == -kInfinity) result.upper = -kLargest;
-    return result;
-}
-
-}  // namespace
-
-Interval power(Interval base, Interval exponent) noexcept {
-    if (base.is_empty() || exponent.is_empty()) return Interval::empty();
-    if (exponent.is_point()) {
-        const double p = exponent.lower;
-        if (p == 0) return Interval::point(1);
-        if (is_integer(p)) return power_of_integer(base, p);
-    }
-    const Interval nonnegative = intersect(base, {0, kInfinity});
-    Interval result = Interval::empty();
-    if (!nonnegative.is_empty() && !(nonnegative.upper == 0 && exponent.upper < 0))
-        result = power_of_nonnegative(nonnegative, exponent);
-    // Negative bases have powers by whole numbers, of either sign.
-    if (base.lower < 0 && std::ceil(exponent.lower) <= exponent.upper) {
-        const Interval negative = intersect(base, {-kInfinity, 0});
-        const Interval size = power_of_nonnegative(-negative, exponent);
-        result = hull(result, hull(size, -size));
-    }
-    return result;
 }
 
 }  // namespace qlx::nlp
