@@ -155,7 +155,7 @@ bool NonlinearProgram::gradient(std::span<const double> x, std::span<double> out
     constant_->gradient(x_.data(), out.data());
     for (UsedShape& shape : shapes_)
         if (shape.is_used_by(kUsedByObjective)) shape.add_gradient(out.data());
-    return all_finite(out);
+    return std::isfinite(objective_value_) && all_finite(out);
 }
 
 bool NonlinearProgram::jacobian(std::span<const double> x, std::span<double> out) {
@@ -165,7 +165,7 @@ bool NonlinearProgram::jacobian(std::span<const double> x, std::span<double> out
     constant_->jacobian(x_.data(), out.data());
     for (UsedShape& shape : shapes_)
         if (shape.is_used_by(kUsedByRows)) shape.add_jacobian(out.data());
-    return all_finite(out);
+    return all_finite(row_values_) && all_finite(out);
 }
 
 bool NonlinearProgram::hessian(std::span<const double> x, double objective_factor,
