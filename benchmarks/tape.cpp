@@ -10,22 +10,22 @@ namespace {
 using namespace qlx;
 using Clock = std::chrono::steady_clock;
 
-// Microseconds of the fastest of several series; every call is at another point.
+// Microseconds of the fastest of many short series; every call is at another point.
 template <class Call>
 double time_of(std::vector<double> x, Call&& call) {
     double best = 1e300;
     int repeats = 1;
-    for (int series = 0; series < 7; ++series) {
+    for (int series = 0; series < 60; ++series) {
         const auto begin = Clock::now();
         for (int k = 0; k < repeats; ++k) {
             x[0] += 1e-9;
             call(x);
         }
         const double seconds = std::chrono::duration<double>(Clock::now() - begin).count();
-        if (series > 0 || repeats > 1) best = std::min(best, 1e6 * seconds / repeats);
-        if (repeats == 1) repeats = std::max(2, static_cast<int>(0.02 / (seconds + 1e-9)));
+        best = std::min(best, seconds / repeats);
+        repeats = std::max(1, static_cast<int>(0.001 / best));
     }
-    return best;
+    return 1e6 * best;
 }
 
 void measure(const char* name, const bench::Problem& problem) {

@@ -269,6 +269,60 @@ TEST(TapeProgram, UserFunctions) {
     EXPECT_EQ(program.complaint(), "row 0: user function 1 of 2 and 2");
 }
 
+TEST(TapeProgram, SharedPartsAreEvaluatedOnce) {
+    // In all rows and the objective, as a term, within a term, and within another shared part.
+    const Tree part = user(1, {column(0), column(1)});
+    const Tree outer = call(Operation::kSin, part * column(2));
+    TestStatement test(3, 4);
+    test.add(0, part);
+    test.add(1, part * column(0) + call(Operation::kExp, outer));
+    test.add(2, number(3) - outer * outer);
+    test.add(3, column(1) / (number(2) + outer));
+    test.add(kObjectiveRow, power(part, number(2)) + column(2) * outer);
+    TestFunctions functions;
+    NonlinearProgram program(test.statement, &functions);
+    const std::vector<double> x = {0.6, -1.1, 0.8};
+    for (const bool rows_first : {false, true}) {
+        std::vector<double> rows(4);
+        double objective = NAN;
+        functions.calls = 0;
+        const std::vector<double> away(3, rows_first ? 1.0 : 2.0);
+        EXPECT_TRUE(program.objective(away, objective));
+        EXPECT_EQ(functions.calls, 1);
+        EXPECT_TRUE(!rows_first || program.rows(x, rows));
+        EXPECT_TRUE(program.objective(x, objective));
+        EXPECT_TRUE(program.rows(x, rows));
+        EXPECT_EQ(functions.calls, 2);
+        const double f = x[0] * x[0] * x[1] + std::sin(x[1]);
+        const double s = std::sin(f * x[2]);
+        EXPECT_DOUBLE_EQ(objective, f * f + x[2] * s);
+        EXPECT_DOUBLE_EQ(rows[0], f);
+        EXPECT_DOUBLE_EQ(rows[1], f * x[0] + std::exp(s));
+        EXPECT_DOUBLE_EQ(rows[2], 3 - s * s);
+        EXPECT_DOUBLE_EQ(rows[3], x[1] / (2 + s));
+    }
+    // Derivatives go through parts.
+    const Tree written = column(0) * column(0) * column(1) + call(Operation::kSin, column(1));
+    const Tree plain_outer = call(Operation::kSin, written * column(2));
+    const Tree plain[] = {power(written, number(2)) + column(2) * plain_outer, written,
+                          written * column(0) + call(Operation::kExp, plain_outer),
+                          number(3) - plain_outer * plain_outer,
+                          column(1) / (number(2) + plain_outer)};
+    TestStatement reference(3, 4);
+    for (int row = -1; row < 4; ++row) reference.add(row, plain[row + 1]);
+    NonlinearProgram other(reference.statement);
+    const std::vector<double> multipliers = {1, -2, 0.5, 3};
+    const Evaluation got(program, x, 2, multipliers);
+    const Evaluation want(other, x, 2, multipliers);
+    for (std::size_t i = 0; i < 3; ++i) {
+        EXPECT_NEAR(got.gradient[i], want.gradient[i], 1e-13);
+        for (std::size_t row = 0; row < 4; ++row)
+            EXPECT_NEAR(got.jacobian[row][i], want.jacobian[row][i], 1e-13);
+        for (std::size_t j = 0; j < 3; ++j)
+            EXPECT_NEAR(got.hessian[i][j], want.hessian[i][j], 1e-8);
+    }
+}
+
 TEST(TapeProgram, EvaluationsAllocateNothing) {
     constexpr int kColumns = 300;
     TestStatement test(kColumns, 200);
