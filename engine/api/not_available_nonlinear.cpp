@@ -36,7 +36,6 @@ NOT_AVAILABLE(QSLPparseformula, prob, (QSLPprob prob, const int*, const double*,
 NOT_AVAILABLE(QSLPpreparseformula, prob, (QSLPprob prob, const char*, int*, int*, double*))
 NOT_AVAILABLE(QSLPvalidformula, prob, (QSLPprob prob, const int*, const double*, int*, char*, int))
 NOT_AVAILABLE(QSLPglobalsol, prob, (QSLPprob prob))
-NOT_AVAILABLE(QSLPgetslpsol, prob, (QSLPprob prob, double*, double*, double*, double*))
 NOT_AVAILABLE(QSLPconstruct, prob, (QSLPprob prob))
 NOT_AVAILABLE(QSLPunconstruct, prob, (QSLPprob prob))
 NOT_AVAILABLE(QSLPpresolve, prob, (QSLPprob prob))

@@ -1,6 +1,8 @@
 // The nonlinear problem handle, on top of a problem.
 #pragma once
 
+#include <cstdint>
+
 #include "engine/base/errors.hpp"
 #include "engine/base/live_counts.hpp"
 #include "engine/core/problem_fwd.hpp"
@@ -20,6 +22,8 @@ struct qslp_problem {
     int status = QSLP_UNSTARTED;
     int presolve_state = 0;
     double objective = qlx::kNoValue;
+    int iterations = 0;            // of all local solvers of the last solve
+    std::int64_t evaluations = 0;  // of the objective with the rows
     void* user_object = nullptr;
     qlx::UserFunctionTable functions{*this};
 
