@@ -64,7 +64,10 @@ BAD_CONSTRAINTS = {
         "Variable in nonlinear part of constraint has not been added to problem yet",
     ),
     "unknown after a formula": (lambda x: quilex.sin(x[0]) * quilex.var() <= 1, "not been added"),
-    "user function": (lambda x: quilex.user(len, x[0]) <= 1, "ser function"),
+    "unknown in a user function": (
+        lambda x: quilex.user(len, quilex.var()) <= 1,
+        "not been added",
+    ),
     "number that raises": (armed, "no number"),
     "name not ASCII": (
         lambda x: quilex.constraint(body=x[0] + x[1], ub=1, name="\xfc"),
