@@ -34,7 +34,8 @@ Curvature turned(Curvature c) noexcept {
 }
 
 Curvature times(double factor, Curvature c) noexcept {
-    if (factor == 0) return Curvature::kAffine;
+    // Where it is undefined, so is its multiple by 0.
+    if (factor == 0) return c == Curvature::kUnknown ? c : Curvature::kAffine;
     return factor > 0 ? c : turned(c);
 }
 
@@ -93,7 +94,7 @@ Curvature ConvexityAnalysis::row_by_parts(int row, bool takes_all_apart) const {
     std::map<int, double, std::greater<>> parts;
     for (const int k : entries_.nonlinear(row)) {
         const GraphRoot& root = graph_.roots()[at(k)];
-        if (root.factor != 0) parts[root.node] += root.factor;
+        parts[root.node] += root.factor;
     }
     Curvature result = Curvature::kAffine;
     while (!parts.empty() && result != Curvature::kUnknown) {

@@ -160,8 +160,9 @@ void ConvexityAnalysis::learn_jet(int k, Knowledge& known) const {
     if (jet.first.is_empty() || jet.second.is_empty()) return;
     known.pivot = pivot;
     known.jet = jet;
-    known.curvature =
-        either(known.curvature, of(jet.second.is_nonnegative(), jet.second.is_nonpositive()));
+    known.curvature = static_cast<Curvature>(static_cast<unsigned>(known.curvature) |
+                                             (jet.second.is_nonnegative() ? 1U : 0U) |
+                                             (jet.second.is_nonpositive() ? 2U : 0U));
 }
 
 }  // namespace qlx::nlp

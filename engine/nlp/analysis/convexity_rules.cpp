@@ -182,7 +182,7 @@ Curvature ConvexityAnalysis::rule_of_power(int k) const {
         return composed(exponent, slopes_of_exponential(range(base), range(exponent)), false);
     if (!at_node(exponent).is_constant || !range(exponent).is_point()) return Curvature::kUnknown;
     const double p = range(exponent).lower;
-    if (p == 0 || p == 1) return p == 0 ? Curvature::kAffine : at_node(base).curvature;
+    if (p == 1) return at_node(base).curvature;
     const bool is_norm = at_node(base).is_sum_of_squares && p >= 0.5;
     return either(composed(base, slopes_of_power(range(base), p), false),
                   only_if(is_norm, Curvature::kConvex));

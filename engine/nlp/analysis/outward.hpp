@@ -12,6 +12,15 @@ inline constexpr double kLargestFinite = std::numeric_limits<double>::max();
     return std::nextafter(x, -std::numeric_limits<double>::infinity());
 }
 
+// Below this the remainder of a product, quotient or root is no longer exact.
+inline constexpr double kSmallestExact = 1e-280;
+
+// A lower bound of the exact result, of which `rounded` came out and `tail` says what is missing.
+[[nodiscard]] inline double settle(double rounded, double tail) noexcept {
+    if (rounded == std::numeric_limits<double>::infinity()) return kLargestFinite;
+    return tail < 0 || std::isnan(tail) ? next_below(rounded) : rounded;
+}
+
 // Four units in the last place outwards: more than the mathematical library's error.
 [[nodiscard]] inline double library_down(double x) noexcept {
     if (x == std::numeric_limits<double>::infinity()) return kLargestFinite;
