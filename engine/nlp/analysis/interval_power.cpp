@@ -27,7 +27,8 @@ double power_up(double x, double p) noexcept {
 // logarithm is bilinear.
 Interval power_of_nonnegative(Interval base, Interval exponent) noexcept {
     Interval result = Interval::empty();
-    for (const double x : {base.lower, base.upper}) {
+    // The powers of -0 would have another sign.
+    for (const double x : {base.lower + 0.0, base.upper + 0.0}) {
         for (const double p : {exponent.lower, exponent.upper}) {
             if (std::isinf(p) && !(x == 0 || std::isinf(x))) {
                 // Towards 0, 1 or infinity.
