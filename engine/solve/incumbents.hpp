@@ -45,6 +45,8 @@ class Incumbents {
     // A point of all columns, of which there may be more than the model's. Integers are rounded
     // where that keeps it feasible.
     Verdict offer(std::span<const double> x);
+    // Whether a point of the model's columns would be feasible with its integers rounded.
+    [[nodiscard]] bool holds_rounded(const std::vector<double>& x) const;
     // Takes what was kept back, as of a problem that turns out to have no optimum.
     void forget() noexcept;
 

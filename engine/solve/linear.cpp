@@ -5,6 +5,7 @@
 #include "engine/check/dual_check.hpp"
 #include "engine/check/store_view.hpp"
 #include "engine/lp/live_model.hpp"
+#include "engine/solve/dense_simplex.hpp"
 #include "engine/solve/kernel_options.hpp"
 #include "engine/solve/linear_claims.hpp"
 #include "engine/solve/recovery.hpp"
@@ -141,20 +142,45 @@ class Ladder {
     // To more digits, which also tells apart what the tolerances blur. -1 when nothing is proven.
     int refine(const KernelOptions& options) {
         const StoreView store(session_.model(), options.matrix_tolerance);
-        const double sense = session_.model().sense();
-        Refinement refined(session_, store.view(), options);
+        const ProgramView& program = store.view();
+        if (fits_dense_simplex(program)) {
+            const DenseAnswer answer = solve_dense(program, session_.stop_rule());
+            const int status = take_dense(answer, options.matrix_tolerance);
+            if (status >= 0) return status;
+        }
+        Refinement refined(session_, program, options);
         while (refined.advance()) {
             if (claims_no_optimum(refined.outcome()))
                 return status_by_rays(session_, refined.outcome(),
                                       {refined.dual_ray(), refined.primal_ray(), refined.x()},
                                       options.matrix_tolerance);
-            Solution point;
-            point.x = refined.x();
-            point.dual = refined.duals();
-            for (double& dual : point.dual) dual *= sense;
-            if (take_optimum(session_, std::move(point))) return QLX_LP_OPTIMAL;
+            if (take_minimum(refined.x(), refined.duals())) return QLX_LP_OPTIMAL;
         }
         return session_.results().stop_status != QLX_STOP_NONE ? QLX_LP_UNFINISHED : -1;
+    }
+
+    int take_dense(const DenseAnswer& answer, double matrix_tolerance) {
+        switch (answer.status) {
+            case DenseAnswer::Status::kOptimal:
+                return take_minimum(answer.x, answer.duals) ? int{QLX_LP_OPTIMAL} : -1;
+            case DenseAnswer::Status::kInfeasible:
+                return status_by_rays(session_, KernelOutcome::kInfeasible, {answer.duals, {}, {}},
+                                      matrix_tolerance);
+            case DenseAnswer::Status::kUnbounded:
+                return status_by_rays(session_, KernelOutcome::kUnbounded,
+                                      {{}, answer.ray, answer.x}, matrix_tolerance);
+            default:
+                return -1;
+        }
+    }
+
+    // Of the program as minimised.
+    bool take_minimum(std::vector<double> x, std::vector<double> duals) {
+        Solution point;
+        point.x = std::move(x);
+        point.dual = std::move(duals);
+        for (double& dual : point.dual) dual *= session_.model().sense();
+        return take_optimum(session_, std::move(point));
     }
 
     void announce(const Recovery& recovery) {

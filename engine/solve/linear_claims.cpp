@@ -22,10 +22,7 @@ constexpr double kPointTolerance = 1e-6;
 bool is_feasible(SolveSession& session, std::vector<double> x) {
     Model& model = session.model();
     if (x.size() < model.lb().size()) return false;
-    for (int col = 0; col < model.num_cols(); ++col) {
-        const Sides bounds = model.relaxed_bounds(col);
-        x[at(col)] = std::max(bounds.lower, std::min(bounds.upper, x[at(col)]));
-    }
+    clamp_to_bounds(model, x);
     const std::vector<double> activities = row_activities(model, x.data());
     return check_point(model, x.data(), activities, false).feasibility() <=
            std::max(kPointTolerance, 10 * session.controls().feastol);

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "engine/check/enclosed_sum.hpp"
+#include "engine/check/equilibration.hpp"
 
 namespace qlx {
 
@@ -21,30 +22,6 @@ constexpr double kDropped = 1e-12;  // the least that HiGHS takes
 
 double power_of_two(double value) {
     return std::exp2(std::round(std::log2(value)));
-}
-
-// Geometric means of the least and the largest entries, in turns.
-void equilibrate(const MatrixView& matrix, std::vector<double>& rows,
-                 std::vector<double>& columns) {
-    constexpr int kPasses = 6;
-    rows.assign(at(matrix.num_rows), 1.0);
-    columns.assign(at(matrix.num_columns), 1.0);
-    for (int pass = 0; pass < kPasses; ++pass) {
-        const bool by_row = pass % 2 == 0;
-        std::vector<double>& scale = by_row ? rows : columns;
-        std::vector<double> least(scale.size(), kInfiniteSide * kInfiniteSide);
-        std::vector<double> most(scale.size(), 0.0);
-        matrix.for_each_entry([&](int row, int column, double value) {
-            const double size = std::fabs(value) * rows[at(row)] * columns[at(column)];
-            const std::size_t line = at(by_row ? row : column);
-            least[line] = std::min(least[line], size);
-            most[line] = std::max(most[line], size);
-        });
-        for (std::size_t line = 0; line < scale.size(); ++line)
-            if (most[line] > 0) scale[line] /= std::sqrt(least[line] * most[line]);
-    }
-    for (double& scale : rows) scale = power_of_two(scale);
-    for (double& scale : columns) scale = power_of_two(scale);
 }
 
 double magnified(double side, double factor) {
@@ -79,7 +56,9 @@ Refinement::Refinement(SolveSession& session, const ProgramView& program,
     options_.presolve = false;
     options_.relax = true;
     options_.feasibility_tolerance = options_.optimality_tolerance = 1e-9;
-    equilibrate(program.matrix, row_scale_, column_scale_);
+    Scaling scaling = equilibrate(program.matrix);
+    row_scale_ = std::move(scaling.rows);
+    column_scale_ = std::move(scaling.columns);
     const std::size_t rows = row_scale_.size();
     LinearStatement& out = equations_;
     program.matrix.write_columns(out.start, out.row, out.value);
@@ -206,7 +185,7 @@ bool Refinement::advance() {
 
 // What was optimal once has an optimum.
 bool Refinement::needs_another_way() const noexcept {
-    return outcome_ == KernelOutcome::kUnknown ||
+    return outcome_ == KernelOutcome::kUnknown || outcome_ == KernelOutcome::kError ||
            (rounds_ > 1 && outcome_ != KernelOutcome::kOptimal);
 }
 

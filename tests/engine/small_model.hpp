@@ -94,14 +94,17 @@ inline double SmallModel::violation(const std::vector<double>& x) const {
 }
 
 // All discrete choices of a model, each a linear program. Rows may be missed by `slack` of their
-// sides, or of 1.
+// sides, or of 1, and where there is any by what a millionth of an integer is worth in them.
 class SmallAnswer {
   public:
     explicit SmallAnswer(const SmallModel& model, double slack = 0, double rounding = 1e-22)
         : model_(model), slack_(slack), rounding_(rounding), parts_(model.columns.size()) {
         choose(0);
     }
-    [[nodiscard]] bool is_known() const { return unbounded_ || !(unknown_ < best_ - 1e-9); }
+    // Beyond 1e18 an optimum is as good as none.
+    [[nodiscard]] bool is_known() const {
+        return unbounded_ || (!(unknown_ < best_ - 1e-9) && best_ > -1e18);
+    }
     [[nodiscard]] bool is_unbounded() const { return unbounded_; }
     [[nodiscard]] bool is_feasible() const { return unbounded_ || best_ < kInf; }
     [[nodiscard]] double value() const { return model_.sense * best_; }
@@ -167,6 +170,8 @@ class SmallAnswer {
                   const std::vector<std::size_t>& open, double side, double sign) const {
         if (std::fabs(side) >= kInf) return;
         Quad left = sign * side - slack_ * std::max(1.0, std::fabs(side));
+        for (std::size_t col = 0; col < parts_.size() && slack_ > 0; ++col)
+            if (model_.columns[col].type != 'C') left -= 1e-6 * std::fabs(row.values[col]);
         for (std::size_t col = 0; col < parts_.size(); ++col)
             if (!(parts_[col].lower < parts_[col].upper))
                 left -= Quad{sign * row.values[col]} * parts_[col].lower;

@@ -157,7 +157,10 @@ Outcome judge_by(const SmallAnswer& answer, const SmallModel& m, const Settings&
     if (m.violation(found.x) > 1.01 * settings.feastol || answer.is_unbounded())
         return Outcome::kWrong;
     if (!answer.is_feasible()) return Outcome::kTolerated;
-    const double near = 1e-6 * std::max(1.0, std::fabs(answer.value()));
+    double size = 0;  // of what the objective is added up from
+    for (std::size_t col = 0; col < found.x.size(); ++col)
+        size += std::fabs(m.columns[col].cost * found.x[col]);
+    const double near = 1e-6 * std::max(1.0, std::fabs(answer.value())) + 1e-15 * size;
     const double behind = m.sense * (found.value - answer.value());
     if (std::fabs(behind) <= near) return Outcome::kRight;
     return behind < 0 ? Outcome::kTolerated : Outcome::kWrong;
@@ -227,6 +230,14 @@ const std::vector<SmallModel> kKnown = {
     {1,
      {{-3, 0, kInf}, {0, -kInf, kInf}, {4, -kInf, kInf}, {0, 0, 6}},
      {{0, kInf, {0, -1, 0, 909900}}, {1, kInf, {0, 9086, 1, -4e-6}}}},
+    // A millionth of an integer is worth a row.
+    {1,
+     {{-2, 0, 2.3, 'P', 1}, {0, -3.5, 0, 'I'}, {1, -1, 2, 'P', 2}},
+     {{1, kInf, {-7e-6, -.07, 9014000}}}},
+    // An integer that presolve rounds to the next one.
+    {1, {{-4, -2, 0, 'I'}}, {{5.486e-5, 28440, {-5.486e-5}}}},
+    // What an integer gains another column takes to the fifth digit.
+    {1, {{3, -6, 0, 'I'}, {1, -kInf, 0}, {-1, 0, 1e5}}, {{0, kInf, {-6e-7, 4631000, -.0004}}}},
 };
 
 TEST(SmallModels, KnownOnesStayRight) {
