@@ -57,7 +57,7 @@ int index_of_name(Problem* problem, PyObject* name, int kind) {
 }  // namespace
 
 int require_index(Problem* problem, PyObject* object, ElementKind kind) {
-    if (is_integer(object)) return int32_value(object);
+    if (is_index(object)) return int32_value(object);
     if (problem == nullptr) raise_runtime_error("Invalid object %S", object);
     if (PyUnicode_Check(object) || PyBytes_Check(object)) {
         return index_of_name(problem, object, kind);

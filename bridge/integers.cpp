@@ -31,6 +31,10 @@ bool is_integer(PyObject* object) noexcept {
     return sizeof(npy_longlong) == sizeof(npy_long) && PyArray_IsScalar(object, LongLong);
 }
 
+bool is_index(PyObject* object) noexcept {
+    return PyLong_Check(object) || PyArray_IsScalar(object, Integer);
+}
+
 int int32_value(PyObject* object) {
     return value_within<int>(object);
 }

@@ -2,6 +2,7 @@
 #include "bridge/method_arguments.hpp"
 
 #include "bridge/new_objects.hpp"
+#include "problem/access.hpp"
 
 namespace quilex {
 
@@ -90,9 +91,16 @@ void NewRows::convert(MethodCall&, const Place&, PyObject* object, Held& held) c
 }
 
 void NewRows::prepare(MethodCall& call, const Place& place, Held& held) const {
-    held.first = static_cast<int>(number_of_items(call.problem, kRowIndex));
+    // The names may be of a type of the user's, whose items are the results of any code.
+    const ConversionScope conversion(call.problem);
+    held.first = rows_to_append_to(call.problem);
     held.count = static_cast<int>(resolve_size(call, size, place));
     addRowsAsConstraints(call.problem, held.names, held.first, held.count);
+    held.awaiting = call.problem;
+}
+
+NewRows::Held::~Held() {
+    if (awaiting != nullptr) disown_constraints(awaiting, first, count);
 }
 
 void NewRows::finish(MethodCall& call, const Place&, Held& held) const {

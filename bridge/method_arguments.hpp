@@ -16,6 +16,7 @@
 #include "bridge/method_row.hpp"
 #include "bridge/tied_length.hpp"
 #include "module/library_error.hpp"
+#include "module/numbers.hpp"
 #include "module/text.hpp"
 #include "problem/transfer/name_batch.hpp"
 
@@ -213,8 +214,7 @@ struct Real : Single<double> {
     static constexpr ElementKind kKind = kDouble;
     using Single<double>::Single;
     void convert(MethodCall&, const Place&, PyObject* object, double& held) const {
-        held = PyFloat_AsDouble(object);
-        if (held == -1.0 && PyErr_Occurred()) throw PythonFailure();
+        held = double_value(object, keyword);
     }
 };
 
@@ -223,6 +223,10 @@ template <class Number = int>
 struct Integer : Single<Number> {
     using Single<Number>::Single;
     void convert(MethodCall& call, const Place& place, PyObject* object, Number& held) const {
+        if (PyIndex_Check(object) == 0) {
+            raise(PyExc_TypeError, "%s must be int, not %.200s", this->keyword,
+                  Py_TYPE(object)->tp_name);
+        }
         const Ref number = require(PyNumber_Index(object));
         if constexpr (sizeof(Number) == sizeof(int64_t)) {
             held = int64_value(number.get());
@@ -365,11 +369,17 @@ struct ReturnedText : Form {
 };
 
 // Constraint objects for the rows that the call adds: made before it, as the rows' library indices
-// follow the rows that are there, and kept when the library refuses.
+// follow the rows that are there. Where the library refuses, they stay without an index.
 struct NewRows : Form {
     static constexpr Part kPart = Part::kEffect;
     struct Held {
-        PyObject* names = nullptr;  // borrowed: an argument of the method
+        Held() = default;
+        Held(const Held&) = delete;
+        Held& operator=(const Held&) = delete;
+        ~Held();
+
+        PyObject* names = nullptr;    // borrowed: an argument of the method
+        Problem* awaiting = nullptr;  // has the constraints, the library not yet the rows
         int first = 0;
         int count = 0;
     };
@@ -378,6 +388,7 @@ struct NewRows : Form {
     void prepare(MethodCall& call, const Place& place, Held& held) const;
     std::tuple<> pass(Held&) const noexcept { return {}; }
     std::tuple<> query(Held&) const noexcept { return {}; }
+    void note(MethodCall&, const Place&, Held& held) const noexcept { held.awaiting = nullptr; }
     void finish(MethodCall& call, const Place& place, Held& held) const;
 };
 

@@ -1,6 +1,7 @@
 // Modelling objects for columns and rows that were added in the library's own terms.
 #include "bridge/new_objects.hpp"
 
+#include <algorithm>
 #include <numeric>
 
 #include "model/constraint.hpp"
@@ -75,6 +76,31 @@ std::string letters_of_entities(const Entities& entities, int count) {
     return letters;
 }
 
+// Enters new objects at the end of a list and in its map, all of them or none. The messages are
+// those of a list and a map that do not take an object.
+template <class Object>
+void enter_all(const std::vector<Owned<Object>>& objects, int first, ObjectList& list,
+               IndexMap& map, const char* list_message, const char* map_message) {
+    const int old_size = list.size();
+    size_t entered = 0;
+    try {
+        for (; entered < objects.size(); ++entered) {
+            const Owned<Object>& object = objects[entered];
+            if (!guarded([&] { list.append(as_object(object.get())); })) {
+                raise_runtime_error(list_message, static_cast<int>(object->index));
+            }
+            const int index = first + static_cast<int>(entered);
+            if (!guarded([&] { map.insert(object->index, index); })) {
+                raise_runtime_error("%s", map_message);
+            }
+        }
+    } catch (...) {
+        for (size_t i = 0; i < entered; ++i) map.erase_serial(objects[i]->index);
+        list.truncate(old_size);
+        throw;
+    }
+}
+
 }  // namespace
 
 void addColsAsVariables(Problem* problem, PyObject* given_names, PyObject* given_types,
@@ -88,6 +114,8 @@ void addColsAsVariables(Problem* problem, PyObject* given_names, PyObject* given
     const bool typed = is_given(types) || !entities.columns.empty();
     const std::string letters =
         is_given(types) ? std::string() : letters_of_entities(entities, count);
+    std::vector<Owned<Variable>> variables;
+    variables.reserve(static_cast<size_t>(count));
     for (int i = 0; i < count; ++i) {
         Domain domain;
         const Ref name =
@@ -98,31 +126,34 @@ void addColsAsVariables(Problem* problem, PyObject* given_names, PyObject* given
             domain.vartype = type_of_letter(letter);
         }
         domain.name = name.get();
-        const Owned<Variable> variable = var_base(domain);
-        if (!guarded([&] { problem->variables.append(as_object(variable.get())); })) {
-            raise_runtime_error("Cannot add variable to problem's variable set");
-        }
-        if (!guarded([&] { problem->var_index.insert(variable->index, first + i); })) {
-            raise_runtime_error("Could not amend variable map");
-        }
+        variables.push_back(var_base(domain));
     }
+    enter_all(variables, first, problem->variables, problem->var_index,
+              "Cannot add variable to problem's variable set", "Could not amend variable map");
 }
 
 void addRowsAsConstraints(Problem* problem, PyObject* given_names, int first, int count) {
     const Ref held_names = array_if_offered(given_names);
     PyObject* const names = held_names.get();
+    std::vector<Owned<Constraint>> constraints;
+    constraints.reserve(static_cast<size_t>(count));
     for (int i = 0; i < count; ++i) {
-        const Owned<Constraint> constraint = constraint_base();
+        Owned<Constraint> constraint = constraint_base();
         if (is_given(names)) {
             constraint->name = text_item(names, i, "Cannot get row name indexed by %d").release();
         }
-        if (!guarded([&] { problem->constraints.append(as_object(constraint.get())); })) {
-            raise_runtime_error("Cannot add row %d to problem's list of constraints",
-                                static_cast<int>(constraint->index));
-        }
-        if (!guarded([&] { problem->con_index.insert(constraint->index, first + i); })) {
-            raise_runtime_error("Could not amend constraint map");
-        }
+        constraints.push_back(std::move(constraint));
+    }
+    enter_all(constraints, first, problem->constraints, problem->con_index,
+              "Cannot add row %d to problem's list of constraints",
+              "Could not amend constraint map");
+}
+
+void disown_constraints(Problem* problem, int first, int count) noexcept {
+    const int end = std::min(first + count, problem->constraints.size());
+    for (int i = first; i < end; ++i) {
+        const PyObject* const constraint = problem->constraints[i];
+        problem->con_index.erase_serial(reinterpret_cast<const Constraint*>(constraint)->index);
     }
 }
 

@@ -4,6 +4,7 @@
 #include "callbacks/handles.hpp"
 #include "model/containers.hpp"
 #include "module/boundary.hpp"
+#include "module/numbers.hpp"
 #include "module/pending_exception.hpp"
 #include "module/text.hpp"
 #include "problem/transfer/name_batch.hpp"
@@ -17,7 +18,7 @@ namespace {
 constexpr size_t kFirstIteratorRoom = 256;
 
 char character_of(PyObject* item) {
-    if (!PyUnicode_Check(item) || PyUnicode_GET_LENGTH(item) == 0) {
+    if (!PyUnicode_Check(item) || PyUnicode_GET_LENGTH(item) != 1) {
         raise_runtime_error("Character expected, found %R", item);
     }
     const Py_UCS4 character = PyUnicode_ReadChar(item, 0);
@@ -26,8 +27,9 @@ char character_of(PyObject* item) {
 }
 
 double double_of(PyObject* item) {
-    if (PyFloat_CheckExact(item)) return PyFloat_AS_DOUBLE(item);
-    const Ref number = require(PyNumber_Float(item));
+    if (!PyUnicode_Check(item) && !PyBytes_Check(item)) return double_value(item, "An element");
+    const Ref number = Ref::steal(PyNumber_Float(item));
+    if (!number) raise_runtime_error("Number expected, found %R", item);
     return PyFloat_AS_DOUBLE(number.get());
 }
 

@@ -63,7 +63,7 @@ int wrapper_msghandler(QLXobject object, void* data, void* thread, const char* t
     if (data != nullptr && !is_registered(data)) return 0;
     Ref registration;
     if (!guarded([&] { registration = checked_registration(data); })) return -3;
-    // What the handler raises stays pending; the solve is not stopped.
+    // What the handler raises stays pending; a solve stops when it next looks for interrupts.
     guarded([&] { call_handler(registration.get(), object, thread, text, type, number); });
     return 0;
 }

@@ -1,6 +1,8 @@
 // quilex.constraint: a body between a lower and an upper bound.
 #include "model/constraint.hpp"
 
+#include <cmath>
+
 #include "model/constraint_arguments.hpp"
 #include "model/general_operations.hpp"
 #include "model/lazy_tracking.hpp"
@@ -11,6 +13,7 @@
 #include "module/environment.hpp"
 #include "module/free_list.hpp"
 #include "module/live_counts.hpp"
+#include "module/numbers.hpp"
 #include "module/static_type.hpp"
 
 namespace quilex {
@@ -117,6 +120,12 @@ int constraint_bool(PyObject*) {
         "quilex.constraint(body=..., lb=..., ub=...).");
 }
 
+struct Bound {
+    const char* name;
+    double Constraint::*field;
+};
+Bound bounds[] = {{"lb", &Constraint::lb}, {"ub", &Constraint::ub}};
+
 Ref get_name(PyObject* self, void*) {
     return constraint_name(as_constraint(self));
 }
@@ -139,6 +148,23 @@ int set_body(PyObject* self, PyObject* value, void*) {
     return 0;
 }
 
+Ref get_bound(PyObject* self, void* bound) {
+    return require(
+        PyFloat_FromDouble(as_constraint(self)->*static_cast<const Bound*>(bound)->field));
+}
+
+int set_bound(PyObject* self, PyObject* value, void* closure) {
+    const Bound& bound = *static_cast<const Bound*>(closure);
+    if (value == nullptr) raise(PyExc_TypeError, "%s cannot be deleted", bound.name);
+    const double number = double_value(value, bound.name);
+    if (std::isnan(number)) {
+        const Ref name = constraint_name(as_constraint(self));
+        raise_runtime_error("%s of constraint %S cannot be nan", bound.name, name.get());
+    }
+    as_constraint(self)->*bound.field = number;
+    return 0;
+}
+
 PyNumberMethods constraint_number = [] {
     PyNumberMethods number{};
     number.nb_bool = slot<constraint_bool>;
@@ -152,15 +178,11 @@ PyMethodDef constraint_methods[] = {
     {nullptr, nullptr, 0, nullptr},
 };
 
-PyMemberDef constraint_members[] = {
-    {"lb", T_DOUBLE, offsetof(Constraint, lb), 0, "Lower bound"},
-    {"ub", T_DOUBLE, offsetof(Constraint, ub), 0, "Upper bound"},
-    {nullptr, 0, 0, 0, nullptr},
-};
-
 PyGetSetDef constraint_attributes[] = {
     {"name", slot<get_name>, slot<set_name>, "Constraint name", nullptr},
     {"body", slot<get_body>, slot<set_body>, "Constraint body", nullptr},
+    {"lb", slot<get_bound>, slot<set_bound>, "Lower bound", &bounds[0]},
+    {"ub", slot<get_bound>, slot<set_bound>, "Upper bound", &bounds[1]},
     {nullptr, nullptr, nullptr, nullptr, nullptr},
 };
 
@@ -173,7 +195,10 @@ constexpr const char* kDoc =
     "body: a number, variable, term, expression or nonlinear expression\n"
     "lb, ub: the bounds; a missing one is infinite\n"
     "sense, rhs: quilex.leq, quilex.geq or quilex.eq and the right-hand side\n"
-    "name: the name; \"R\" and the constraint's number by default";
+    "name: the name; \"R\" and the constraint's number by default\n\n"
+    "A problem has what it read when the constraint was added: attributes that are changed later\n"
+    "are for problems to come. Rows that are there are changed by chgrhs, chgrhsrange, chgrowtype\n"
+    "and chgcoef.";
 
 }  // namespace
 
@@ -187,7 +212,6 @@ PyTypeObject constraint_type = [] {
     type.tp_clear = constraint_clear;
     type.tp_as_number = &constraint_number;
     type.tp_methods = constraint_methods;
-    type.tp_members = constraint_members;
     type.tp_getset = constraint_attributes;
     type.tp_str = slot<constraint_str>;
     type.tp_repr = slot<constraint_str>;

@@ -57,8 +57,12 @@ ConstraintArguments parse_constraint_arguments(PyObject* args, PyObject* keyword
     double rhs = kNoRightHandSide;
     long sense = kNoSense;
     if (!PyArg_ParseTupleAndKeywords(args, keywords, "|OOddldO", const_cast<char**>(names), &source,
-                                     &body, &lb, &ub, &sense, &rhs, &name))
+                                     &body, &lb, &ub, &sense, &rhs, &name)) {
+        if (PyErr_ExceptionMatches(PyExc_OverflowError))
+            raise_runtime_error(
+                "An argument of constraint() is an int beyond the range of its type");
         throw PythonFailure();
+    }
     ConstraintArguments result{Ref(), lb, ub, name};
     if (body != nullptr) result.body = checked_body(body);
     if (source != nullptr) {

@@ -5,6 +5,7 @@
 #include "model/expression_object.hpp"
 #include "model/general_operations.hpp"
 #include "module/numpy.hpp"
+#include "module/numpy_interface.hpp"
 #include "nonlinear/node.hpp"
 
 namespace quilex {
@@ -16,12 +17,13 @@ using Accumulate = Ref (*)(PyObject* a, PyObject* b);
 // The accumulator of Sum or Prod. It never hands out the expression that it grows.
 class Accumulator {
   public:
-    explicit Accumulator(Accumulate step) : step_(step) {}
+    Accumulator(Accumulate step, double neutral) : step_(step), neutral_(neutral) {}
 
     void add(PyObject* item) {
         if (item == Py_None) return;
-        if (quick_kind(item) == kInvalid && offers_array(item)) {
-            return add(offered_array(item).get());
+        if (quick_kind(item) == kInvalid) {
+            if (is_masked_element(item)) return;
+            if (offers_array(item)) return add(offered_array(item).get());
         }
         total_ = step_(total_ ? total_.get() : Py_None, item);
         // A zero plus a node is the node itself, which is not ours to grow.
@@ -29,9 +31,11 @@ class Accumulator {
             total_ = general_copy(item, 1.0);
     }
     Ref take() noexcept { return std::move(total_); }
+    double neutral() const noexcept { return neutral_; }
 
   private:
     Accumulate step_;
+    double neutral_;  // what changes nothing
     Ref total_;
 };
 
@@ -57,17 +61,31 @@ void add_array_elements(Accumulator& total, PyArrayObject* array) {
 }
 
 void add_sequence(Accumulator& total, PyObject* collection) {
-    if (PyArray_CheckExact(collection)) {
-        auto* array = reinterpret_cast<PyArrayObject*>(collection);
-        if (PyArray_NDIM(array) == 1 && PyArray_TYPE(array) == NPY_OBJECT) {
-            return add_array_elements(total, array);
-        }
-    }
     const Py_ssize_t size = PySequence_Size(collection);
     if (size < 0) raise_runtime_error("Invalid sequence of objects");
     for (Py_ssize_t i = 0; i < size; ++i) {
         total.add(require(PySequence_GetItem(collection, i)).get());
     }
+}
+
+// What numpy's own sums and products take of an array: no masked elements.
+Ref elements_that_count(const Accumulator& total, PyObject* array) {
+    if (PyArray_CheckExact(array)) return Ref::share(array);
+    const bool is_vector = PyArray_NDIM(reinterpret_cast<PyArrayObject*>(array)) == 1;
+    if (!is_vector) return with_masked_elements_as(total.neutral(), array);
+    if (!has_masked_elements(array)) return Ref::share(array);
+    return require(PyObject_CallMethod(array, "compressed", nullptr));
+}
+
+void add_array(Accumulator& total, PyObject* given) {
+    const Ref counting = elements_that_count(total, given);
+    const Ref elements = small_numbers_as_doubles(counting.get());
+    auto* array = reinterpret_cast<PyArrayObject*>(elements.get());
+    if (PyArray_CheckExact(elements.get()) && PyArray_NDIM(array) == 1 &&
+        PyArray_TYPE(array) == NPY_OBJECT) {
+        return add_array_elements(total, array);
+    }
+    add_sequence(total, elements.get());
 }
 
 void add_iterated(Accumulator& total, PyObject* collection) {
@@ -90,7 +108,8 @@ void add_values(Accumulator& total, PyObject* dict) {
 void add_collection(Accumulator& total, PyObject* collection) {
     if (PyTuple_Check(collection)) return add_items(total, collection, true);
     if (PyList_Check(collection)) return add_items(total, collection, false);
-    if (offers_array(collection)) return add_sequence(total, offered_array(collection).get());
+    if (is_numpy_array(collection)) return add_array(total, collection);
+    if (offers_array(collection)) return add_array(total, offered_array(collection).get());
     if (PySequence_Check(collection)) return add_sequence(total, collection);
     if (PyIter_Check(collection) || is_set_or_view(collection))
         return add_iterated(total, collection);
@@ -102,8 +121,8 @@ void add_collection(Accumulator& total, PyObject* collection) {
 }
 
 // One argument is the collection, any other number of them is one.
-Ref accumulate(Accumulate step, PyObject* const* arguments, Py_ssize_t count) {
-    Accumulator total(step);
+Ref accumulate(Accumulate step, double neutral, PyObject* const* arguments, Py_ssize_t count) {
+    Accumulator total(step, neutral);
     if (count == 1) {
         add_collection(total, arguments[0]);
     } else {
@@ -115,14 +134,14 @@ Ref accumulate(Accumulate step, PyObject* const* arguments, Py_ssize_t count) {
 }  // namespace
 
 Ref quilexmod_Sum(PyObject*, PyObject* const* arguments, Py_ssize_t count) {
-    Ref total = accumulate(general_iadd, arguments, count);
+    Ref total = accumulate(general_iadd, 0.0, arguments, count);
     if (!total) return new_expression();
     if (isNumericConstant(total.get())) return new_expression(constant_value(total.get()));
     return total;
 }
 
 Ref quilexmod_Prod(PyObject*, PyObject* const* arguments, Py_ssize_t count) {
-    Ref total = accumulate(general_imul, arguments, count);
+    Ref total = accumulate(general_imul, 1.0, arguments, count);
     return total ? std::move(total) : python_float(0.0);
 }
 

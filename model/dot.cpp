@@ -21,11 +21,17 @@ bool holds_constants(PyArrayObject* array) noexcept {
            (type == NPY_LONGLONG && sizeof(npy_longlong) == sizeof(npy_long));
 }
 
-void check_factor(PyObject* factor) {
-    if (!is_numpy_array(factor))
+// An argument as a factor. Masked elements count as 0, as in numpy's products of masked arrays.
+Ref factor_of(PyObject* argument) {
+    const Ref given = array_if_offered(argument);
+    if (!is_numpy_array(given.get()))
         raise_runtime_error("Dot product can only occur between NumPy arrays");
-    if (PyArray_TYPE(as_array(factor)) != NPY_OBJECT && !holds_constants(as_array(factor)))
+    const Ref plain = with_masked_elements_as(0.0, given.get());
+    Ref factor = small_numbers_as_doubles(plain.get());
+    if (PyArray_TYPE(as_array(factor.get())) != NPY_OBJECT &&
+        !holds_constants(as_array(factor.get())))
         raise_runtime_error("Dot product must be between long, double, and expressions/variables");
+    return factor;
 }
 
 // A factor as rows whose elements are multiplied with those of the other factor's rows.
@@ -139,10 +145,7 @@ Ref quilexmod_Dot(PyObject*, PyObject* const* arguments, Py_ssize_t count, PyObj
         raise_runtime_error("Output argument set with wrong type");
     if (count < 2) raise_runtime_error("Dot product requires at least two NumPy arrays");
     std::vector<Ref> factors;
-    for (Py_ssize_t i = 0; i < count; ++i) {
-        factors.push_back(array_if_offered(arguments[i]));
-        check_factor(factors.back().get());
-    }
+    for (Py_ssize_t i = 0; i < count; ++i) factors.push_back(factor_of(arguments[i]));
     Ref product = Ref::share(factors[0].get());
     for (size_t i = 1; i < factors.size(); ++i) {
         product = product_of_two(product.get(), factors[i].get());

@@ -3,6 +3,7 @@
 
 #include "model/constraint.hpp"
 #include "model/var.hpp"
+#include "module/numbers.hpp"
 #include "module/numpy.hpp"
 #if PY_VERSION_HEX < 0x030B0000
 #include <longintrepr.h>
@@ -59,9 +60,7 @@ bool small_int_value(PyObject* number, double& value) noexcept {
 double converted_value(PyObject* constant) {
     double small = 0.0;
     if (PyLong_CheckExact(constant) && small_int_value(constant, small)) return small;
-    const double value = PyFloat_AsDouble(constant);
-    if (value == -1.0 && PyErr_Occurred()) throw PythonFailure();
-    return value;
+    return double_value(constant, "Invalid object in operation: the constant");
 }
 
 bool is_numpy_array(PyObject* object) noexcept {

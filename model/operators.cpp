@@ -1,6 +1,7 @@
 // The slots that all modelling types share.
 #include "model/operators.hpp"
 
+#include "model/containers.hpp"
 #include "model/kind_rules.hpp"
 #include "module/numpy.hpp"
 #include "nonlinear/node.hpp"
@@ -21,15 +22,6 @@ using ArrayRule = Ref (*)(PyObject* a, PyObject* array);
 
 Ref array_sum(PyObject* a, PyObject* array) {
     return require(PyNumber_Add(array, a));
-}
-// The array with its numbers as doubles: types of its own would wrap at a negation or round a
-// quotient, and booleans have no negation.
-Ref as_doubles(PyObject* array) {
-    const int type = PyArray_TYPE(reinterpret_cast<PyArrayObject*>(array));
-    const bool is_narrow = type == NPY_HALF || type == NPY_FLOAT;
-    if (!is_narrow && !PyTypeNum_ISBOOL(type) && !PyTypeNum_ISINTEGER(type))
-        return Ref::share(array);
-    return require(PyObject_CallMethod(array, "astype", "s", "float64"));
 }
 Ref array_difference(PyObject* a, PyObject* array) {
     const Ref negated = require(PyNumber_Negative(as_doubles(array).get()));
@@ -52,6 +44,8 @@ Ref array_power(PyObject*, PyObject*) {
 bool classify_both(PyObject* a, PyObject* b, ArrayRule rule, OperandKind& ka, OperandKind& kb,
                    Ref& result) {
     if (is_numpy_array(b)) {
+        // numpy would look for an array in what comes of it.
+        if (is_masked_element(b)) raise_runtime_error("%s: a masked element", kInvalidObject);
         result = rule(a, b);
         return false;
     }
@@ -81,11 +75,22 @@ bool is_constant_equal_to(PyObject* object, OperandKind kind, double value) {
 }
 
 // Floor division and remainder have no meaning in a model.
-Ref refuse_operator(PyObject*, PyObject* b) {
+Ref refuse_operator(PyObject* a, PyObject* b, const char* name) {
     if (!is_numpy_array(b) && classify(b) == kInvalid && is_foreign_array(b)) {
         return Ref::share(Py_NotImplemented);
     }
-    raise_invalid_object();
+    if (classify(a) == kInvalid || classify(b) == kInvalid) raise_invalid_object();
+    raise_runtime_error("%s: no %s of %.200s and %.200s", kInvalidObject, name, Py_TYPE(a)->tp_name,
+                        Py_TYPE(b)->tp_name);
+}
+Ref refuse_remainder(PyObject* a, PyObject* b) {
+    return refuse_operator(a, b, "%");
+}
+Ref refuse_divmod(PyObject* a, PyObject* b) {
+    return refuse_operator(a, b, "divmod");
+}
+Ref refuse_floor_division(PyObject* a, PyObject* b) {
+    return refuse_operator(a, b, "//");
 }
 
 enum class Operation { kSum, kProduct };
@@ -284,8 +289,8 @@ PyNumberMethods modelling_number_methods = {
     .nb_add = sum_slot<add_any>,
     .nb_subtract = sum_slot<subtract_any>,
     .nb_multiply = product_slot<multiply_any>,
-    .nb_remainder = slot<refuse_operator>,
-    .nb_divmod = slot<refuse_operator>,
+    .nb_remainder = slot<refuse_remainder>,
+    .nb_divmod = slot<refuse_divmod>,
     .nb_power = product_slot<power_any>,
     .nb_negative = slot<negate_any>,
     .nb_absolute = slot<absolute_any>,
@@ -293,7 +298,7 @@ PyNumberMethods modelling_number_methods = {
     .nb_inplace_subtract = sum_slot<subtract_in_place_any>,
     .nb_inplace_multiply = product_slot<multiply_in_place_any>,
     .nb_inplace_power = product_slot<power_in_place_any>,
-    .nb_floor_divide = slot<refuse_operator>,
+    .nb_floor_divide = slot<refuse_floor_division>,
     .nb_true_divide = product_slot<divide_any>,
     .nb_inplace_true_divide = product_slot<divide_in_place_any>,
 };

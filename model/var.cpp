@@ -1,12 +1,14 @@
 // quilex.var: the decision variable.
 #include "model/var.hpp"
 
+#include <cmath>
 #include <cstring>
 
 #include "model/constraint.hpp"
 #include "model/expression_object.hpp"
 #include "model/operators.hpp"
 #include "model/var_construction.hpp"
+#include "module/numbers.hpp"
 
 namespace quilex {
 
@@ -56,19 +58,24 @@ Ref get_member(PyObject* self, void* member) {
                                    static_cast<PyMemberDef*>(member)));
 }
 
-int set_member(PyObject* self, PyObject* value, void* member) {
-    // The conversion may run any code, which may share the domain: it is made on a copy.
-    Domain changed = *as_variable(self)->domain;
-    if (PyMember_SetOne(reinterpret_cast<char*>(&changed), static_cast<PyMemberDef*>(member),
-                        value) != 0) {
-        return -1;
+// What is wanted of a field by Python's own members, but for what no bound can be.
+int set_member(PyObject* self, PyObject* value, void* closure) {
+    const auto* const member = static_cast<const PyMemberDef*>(closure);
+    if (value == nullptr) raise(PyExc_TypeError, "%s cannot be deleted", member->name);
+    // The conversion may run any code, which may share the domain: it comes first.
+    const bool is_type = member->type == T_INT;
+    const int type = is_type ? int_value(value, member->name) : 0;
+    const double number = is_type ? 0.0 : double_value(value, member->name);
+    if (std::isnan(number)) {
+        const Ref name = variable_name(as_variable(self));
+        raise_runtime_error("%s of variable %S cannot be nan", member->name, name.get());
     }
-    Domain* const domain = own_domain(as_variable(self));
-    const ptrdiff_t offset = static_cast<PyMemberDef*>(member)->offset;
-    const size_t size =
-        static_cast<PyMemberDef*>(member)->type == T_INT ? sizeof(int) : sizeof(double);
-    std::memcpy(reinterpret_cast<char*>(domain) + offset,
-                reinterpret_cast<const char*>(&changed) + offset, size);
+    char* const field = reinterpret_cast<char*>(own_domain(as_variable(self))) + member->offset;
+    if (is_type) {
+        std::memcpy(field, &type, sizeof type);
+    } else {
+        std::memcpy(field, &number, sizeof number);
+    }
     return 0;
 }
 
@@ -114,7 +121,9 @@ PyTypeObject var_type = {
         "quilex.semicontinuous, quilex.semiinteger or quilex.partiallyinteger. The bounds of a\n"
         "binary variable are cut to [0, 1].\n"
         "\n"
-        "Bounds are checked when the variable is added to a problem.",
+        "Bounds are checked when the variable is added to a problem, which then has what it read:\n"
+        "attributes that are changed later are for problems to come. Columns that are there are\n"
+        "changed by chgbounds, chgcoltype and chgglblimit.",
     .tp_traverse = var_traverse,
     .tp_clear = var_clear,
     .tp_richcompare = slot<make_constraint>,

@@ -110,7 +110,13 @@ int var_init(PyObject* self, PyObject* arguments, PyObject* keywords) {
     long vartype = kContinuous;
     if (!PyArg_ParseTupleAndKeywords(arguments, keywords, "|Odddl:var", const_cast<char**>(names),
                                      &name, &domain.lb, &domain.ub, &domain.threshold, &vartype)) {
+        if (PyErr_ExceptionMatches(PyExc_OverflowError)) {
+            raise_runtime_error("An argument of var() is an int beyond the range of its type");
+        }
         return -1;
+    }
+    if (vartype != static_cast<int32_t>(vartype)) {
+        raise_runtime_error("vartype is %ld, must be 0 .. 5", vartype);
     }
     domain.vartype = static_cast<int32_t>(vartype);
     restrict_to_binary(domain);

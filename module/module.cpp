@@ -70,7 +70,7 @@ PyMethodDef modelling_functions[] = {
      "Alternative sum operator for an arbitrary number of objects created by\n"
      "a Python list, tuple, generator, NumPy array, dictionary, etc.\n\n"
      "Takes numbers and modelling objects one by one, or one collection of them (of a dict its\n"
-     "values). None is skipped."},
+     "values). None and masked elements of arrays are skipped."},
     {"Prod", method<quilexmod_Prod>, METH_FASTCALL,
      "Prod(*factors)\n--\n\n"
      "Returns the product of a sequence of one or more expressions.\n\n"
@@ -78,7 +78,7 @@ PyMethodDef modelling_functions[] = {
     {"Dot", method<quilexmod_Dot>, METH_FASTCALL | METH_KEYWORDS,
      "Dot(*arrays, out=None)\n--\n\n"
      "The product of two or more arrays of numbers and modelling objects, from left to right, by\n"
-     "numpy.dot's rules of shapes."},
+     "numpy.dot's rules of shapes. Masked elements of arrays count as 0."},
     {nullptr, nullptr, 0, nullptr},
 };
 

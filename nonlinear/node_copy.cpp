@@ -64,6 +64,7 @@ Ref scale_copy(Ref copy, double scale) {
 class TreeCopy {
   public:
     Ref run(PyObject* root, double scale) {
+        frames_.reserve(kUsualDepth);
         Ref result = begin(root, scale);
         while (!frames_.empty()) {
             if (result) store(std::move(result));
@@ -169,6 +170,8 @@ class TreeCopy {
         }
         return scale_copy(std::move(copy), frame.scale);
     }
+
+    static constexpr size_t kUsualDepth = 8;
 
     std::vector<CopyFrame> frames_;
 };

@@ -1,6 +1,7 @@
 // Whether a problem is usable by this thread now.
 #include "problem/access.hpp"
 
+#include "module/library_error.hpp"
 #include "problem/results/results.hpp"
 #include "problem/transfer/column_batch.hpp"
 #include "problem/transfer/row_batch.hpp"
@@ -46,6 +47,14 @@ void flush_pending(Problem* problem) {
         throw;
     }
     problem->has_pending = false;
+}
+
+int rows_to_append_to(Problem* problem) {
+    assert(problem->converting);
+    int rows = 0;
+    require_library(as_object(problem), QLXgetintattrib(problem->prob, QLX_ATTRIB_ROWS, &rows));
+    problem->constraints.truncate(rows);
+    return rows;
 }
 
 ConversionScope::ConversionScope(Problem* problem) : problem_(problem) {

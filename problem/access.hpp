@@ -18,6 +18,11 @@ void require_usable(const Problem* problem);
 // problem again and throws.
 void flush_pending(Problem* problem);
 
+// The library's number of rows, where the next constraint belongs. Lets go of constraints beyond
+// it, which stand for rows that the library refused. To be called within a ConversionScope, as the
+// end of an object may run any Python code.
+int rows_to_append_to(Problem* problem);
+
 // While a body is converted, which may run Python code: numbers may be of the user's own types. No
 // method of the problem runs then.
 class ConversionScope {

@@ -130,7 +130,7 @@ std::vector<int> converted_sets(Problem* problem, PyObject* object) {
 
 std::vector<int> indices_to_delete(Problem* problem, PyObject* index, ObjectKind kind) {
     if (index == nullptr) raise_runtime_error("At least one parameter must be specified");
-    if (is_integer(index)) {
+    if (is_index(index)) {
         const int value = int32_value(index);
         if (value >= 0) return {value};
     }

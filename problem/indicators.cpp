@@ -7,6 +7,7 @@
 #include "problem/access.hpp"
 #include "problem/building.hpp"
 #include "problem/deletion.hpp"
+#include "problem/number_text.hpp"
 #include "problem/transfer/row_batch.hpp"
 
 namespace quilex {
@@ -43,6 +44,23 @@ LinearEntry condition_entry(PyObject* body) {
     return entries.front();
 }
 
+// Checked as soon as the condition is stated; a type that is changed later is refused by the solve.
+void require_binary(const Problem* problem, const Variable* variable, int column) {
+    PyObject* const self = as_object(const_cast<Problem*>(problem));
+    char type = 0;
+    double lower = 0.0;
+    double upper = 0.0;
+    require_library(self, QLXgetcoltype(problem->prob, &type, column, column));
+    require_library(self, QLXgetlb(problem->prob, &lower, column, column));
+    require_library(self, QLXgetub(problem->prob, &upper, column, column));
+    if ((type == 'B' || type == 'I') && lower >= 0.0 && upper <= 1.0) return;
+    const Ref name = variable_name(variable);
+    raise_runtime_error(
+        "Indicator variable %S must be binary, or integer with bounds within 0 .. 1: its column is "
+        "of type '%c' with bounds %s .. %s",
+        name.get(), type, number_text(lower).c_str(), number_text(upper).c_str());
+}
+
 Condition read_condition(const Problem* problem, PyObject* object) {
     auto* const constraint = reinterpret_cast<Constraint*>(object);
     const Ref body = constraint_body(constraint);
@@ -54,11 +72,14 @@ Condition read_condition(const Problem* problem, PyObject* object) {
     if (entry.coefficient != 1.0) {
         raise_runtime_error("Indicator variable must have coefficient 1");
     }
-    if (constraint->lb == 0.0 && constraint->ub == 0.0) return {column, -1};
-    if (constraint->lb == 1.0 && constraint->ub == 1.0) return {column, 1};
-    raise_runtime_error(
-        "Invalid condition for indicator constraints: must be <variable_name> == 0 or "
-        "<variable_name> == 1");
+    const double value = constraint->lb;
+    if (constraint->ub != value || (value != 0.0 && value != 1.0)) {
+        raise_runtime_error(
+            "Invalid condition for indicator constraints: must be <variable_name> == 0 or "
+            "<variable_name> == 1");
+    }
+    require_binary(problem, entry.variable, column);
+    return {column, value == 0.0 ? -1 : 1};
 }
 
 void add_indicator(Problem* problem, PyObject* condition_object, PyObject* constraint) {

@@ -74,7 +74,7 @@ Ref lookup_method(PyObject* self, PyObject* arguments, PyObject* keywords) {
     if (selection.index == nullptr) {
         return list_of_objects(problem, Kind, 0, count);
     }
-    if (is_integer(selection.index)) {
+    if (is_index(selection.index)) {
         return Ref::share(checked_object_of(problem, Kind, int64_value(selection.index)));
     }
     LookupWalker walker(problem, Kind);

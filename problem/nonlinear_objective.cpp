@@ -55,6 +55,11 @@ void send_row(Problem* problem, RowEntries& entries, int row) {
     require_library(self, add_coefficients(problem, entries.formulas));
 }
 
+int next_row(Problem* problem) {
+    const ConversionScope conversion(problem);
+    return rows_to_append_to(problem);
+}
+
 // Takes back what was added from these sizes on; the pending exception stays.
 void take_back(Problem* problem, int rows, int columns) noexcept {
     const PendingException kept;
@@ -69,7 +74,7 @@ void take_back(Problem* problem, int rows, int columns) noexcept {
 }  // namespace
 
 void add_objective_transfer(Problem* problem, PyObject* objective, RowEntries& entries) {
-    const int row = problem->constraints.size();
+    const int row = next_row(problem);
     const int column = problem->variables.size();
     const Owned<Variable> variable = new_transfer_variable();
     const Owned<Constraint> constraint = new_transfer_constraint(objective, variable.get());

@@ -34,7 +34,7 @@ Ref problem_new(PyTypeObject* type, PyObject*, PyObject*) {
     new (&problem->sos_index) IndexMap();
     problem->objective_transfer_row = -1;
     problem->objective_transfer_column = -1;
-    problem->formula_column = -1;
+    problem->formula_column = kUnreadColumn;
     problem->rows = new RowBatch();
     problem->columns = new ColumnBatch();
     problem->results = new Results();

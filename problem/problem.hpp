@@ -4,6 +4,8 @@
 #include <qlx/qlx.h>
 #include <qlx/qslp.h>
 
+#include <limits>
+
 #include "module/failure.hpp"
 #include "problem/index_map.hpp"
 #include "problem/object_list.hpp"
@@ -11,6 +13,8 @@
 namespace quilex {
 
 inline constexpr int kCallbackEvents = 36;
+// No column, nor what stands for one.
+inline constexpr int32_t kUnreadColumn = std::numeric_limits<int32_t>::min();
 
 class RowBatch;
 class ColumnBatch;
@@ -34,7 +38,7 @@ struct Problem {
     uint64_t nl_obj;                       // nonzero when the objective was handed to it
     PyObject* nl_objexpr;                  // the objective, kept while it is nonlinear
     int32_t objective_transfer_column;     // -1 when none
-    int32_t formula_column;                // column of coefficients without one; -1 when unread
+    int32_t formula_column;                // of coefficients without a column; kUnreadColumn at first
     PyObject* weak_references;
     RowBatch* rows;        // rows of an addConstraint call that the library lacks yet
     ColumnBatch* columns;  // columns of an addVariable call that the library lacks yet

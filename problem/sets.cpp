@@ -3,6 +3,7 @@
 #include "model/sos.hpp"
 #include "model/var.hpp"
 #include "module/library_error.hpp"
+#include "module/numbers.hpp"
 #include "module/pending_exception.hpp"
 #include "problem/access.hpp"
 #include "problem/building.hpp"
@@ -27,7 +28,7 @@ int member_column(const Problem* problem, PyObject* member) {
         }
         return column;
     }
-    if (!is_integer(member)) raise_runtime_error("SOS indices must be passed as a list");
+    if (!is_index(member)) raise_runtime_error("SOS indices must be passed as a list");
     const int64_t column = int64_value(member);
     const int count = problem->variables.size();
     if (column < 0 || column >= count) {
@@ -42,9 +43,7 @@ std::vector<double> weights_of(const SpecialOrderedSet* set) {
     std::vector<double> weights;
     for (Py_ssize_t i = 0; i < PyList_GET_SIZE(set->weights); ++i) {
         const Ref weight = Ref::share(PyList_GET_ITEM(set->weights, i));
-        const double value = PyFloat_AsDouble(weight.get());
-        if (value == -1.0 && PyErr_Occurred()) throw PythonFailure();
-        weights.push_back(value);
+        weights.push_back(double_value(weight.get(), "A weight of a SOS"));
     }
     return weights;
 }

@@ -69,6 +69,7 @@ int QSLPcopyprob(QSLPprob dest, QSLPprob src, const char* name) {
         const Use use(src->linear.ownership, Access::kRead);
         require_copied(to.linear, src->linear);
         to.linear.model.nonlinear() = src->linear.model.nonlinear();
+        to.functions.copy(src->functions);
         if (name != nullptr && *name != '\0') to.linear.model.set_name(name);
         to.forget_results();
     });

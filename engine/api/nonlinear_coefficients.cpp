@@ -26,6 +26,11 @@ void require_block(const NonlinearProblem& p, const CoefficientBlock& block, int
     require_array(block.value, block.start[block.count], "value");
 }
 
+// What formulas may name.
+FormulaSymbols symbols(const NonlinearProblem& p) {
+    return {p.linear.model.num_cols(), p.functions.inputs()};
+}
+
 CoefficientStore& coefficients(NonlinearProblem& p) {
     return p.linear.model.nonlinear().coefficients;
 }
@@ -46,7 +51,7 @@ class TokenList {
             int type = 0;
             double value = 0;
             token_of(formula.instructions[k], &type, &value);
-            if (type == QSLP_TOKEN_CONSTANT) value = *constant++;
+            if (takes_constant(formula.instructions[k].operation)) value = *constant++;
             add(type, value);
         }
     }
@@ -92,7 +97,7 @@ int QSLPaddcoefs(QSLPprob prob, int ncoefs, const int* rows, const int* cols, co
     return nonlinear_change(prob, "QSLPaddcoefs", [&](NonlinearProblem& p) {
         const CoefficientBlock block{ncoefs, rows, cols, factors, start, type, value};
         require_block(p, block, parsed);
-        append_coefficients(p.linear.model, coefficients(p), block);
+        append_coefficients(symbols(p), coefficients(p), block);
     });
 }
 
@@ -103,7 +108,7 @@ int QSLPloadcoefs(QSLPprob prob, int ncoefs, const int* rows, const int* cols,
         const CoefficientBlock block{ncoefs, rows, cols, factors, start, type, value};
         require_block(p, block, parsed);
         CoefficientStore loaded;
-        append_coefficients(p.linear.model, loaded, block);
+        append_coefficients(symbols(p), loaded, block);
         coefficients(p) = std::move(loaded);
     });
 }
@@ -127,7 +132,7 @@ int QSLPchgcoef(QSLPprob prob, int row, int col, const double* factor, int parse
         const int start[] = {0, count + 1};
         // The new one is added first, as it may be refused.
         for (const std::size_t term : store.terms_of(row, col)) old[term] = 1;
-        append_coefficients(model, store, {1, &row, &col, factor, start, type, value});
+        append_coefficients(symbols(p), store, {1, &row, &col, factor, start, type, value});
         old.push_back(0);
         store.delete_terms(old);
     });
@@ -180,7 +185,7 @@ int QSLPevaluatecoef(QSLPprob prob, int row, int col, double* value) {
         double sum = 0;
         for (const std::size_t term : check_coefficient(p.linear.model, row, col))
             sum += coefficients(p).factor(term) *
-                   evaluate(coefficients(p).formula(term), stack.data(),
+                   evaluate(coefficients(p).formula(term), stack.data(), &p.functions,
                             [&](int column) { return p.current_value(column); });
         *value = sum;
     });
@@ -196,14 +201,13 @@ int QSLPevaluateformula(QSLPprob prob, int parsed, const int* type, const double
         FormulaArrays arrays;
         std::int64_t count = 0;
         constexpr std::int64_t kNoLimit = std::numeric_limits<std::int64_t>::max();
-        const BadToken bad =
-            FormulaParser(p.linear.model.num_cols()).parse(type, value, kNoLimit, arrays, &count);
+        const BadToken bad = FormulaParser(symbols(p)).parse(type, value, kNoLimit, arrays, &count);
         if (bad.position >= 0) refuse_token(bad, kNoLimit, type, value, "");
         std::vector<double> stack(at(arrays.stack_size));
         const Formula formula{arrays.instructions.data(), arrays.instructions.size(),
                               arrays.constants.data()};
-        *result =
-            evaluate(formula, stack.data(), [&](int column) { return p.current_value(column); });
+        *result = evaluate(formula, stack.data(), &p.functions,
+                           [&](int column) { return p.current_value(column); });
     });
 }
 

@@ -24,10 +24,11 @@ double bound_violation(const Model& model, const double* x) {
 
 void add_nonlinear_activities(const Model& model, const double* x,
                               std::vector<double>& activities) {
-    const CoefficientStore& store = model.nonlinear().coefficients;
+    const NonlinearPart& part = model.nonlinear();
+    const CoefficientStore& store = part.coefficients;
     std::vector<double> stack(at(store.stack_size()));
     for (std::size_t term = 0; term < store.num_terms(); ++term)
-        activities[at(store.row(term))] += term_value(store, term, x, stack.data());
+        activities[at(store.row(term))] += term_value(part, term, x, stack.data());
 }
 
 }  // namespace

@@ -26,7 +26,8 @@ double row_magnitude(Model& model, int row, const double* x, double side) {
     if (store.num_terms() == 0) return magnitude;
     std::vector<double> stack(at(store.stack_size()));
     for (const std::size_t term : store.terms_of_row(row))
-        magnitude = std::max(magnitude, std::fabs(term_value(store, term, x, stack.data())));
+        magnitude =
+            std::max(magnitude, std::fabs(term_value(model.nonlinear(), term, x, stack.data())));
     return magnitude;
 }
 

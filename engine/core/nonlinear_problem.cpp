@@ -9,10 +9,12 @@ qslp_problem::qslp_problem(qlx::Problem& below) : linear(below) {
     if (below.nonlinear != nullptr)
         qlx::fail(QLX_ERROR_STATE, "a nonlinear problem is built on this problem already");
     qlx::copy_controls(qlx::Handle::kNonlinearProblem, below.controls, {});
+    below.model.nonlinear().functions.set(&functions);
     below.nonlinear = this;
 }
 
 qslp_problem::~qslp_problem() {
+    linear.model.nonlinear().functions.set(nullptr);
     linear.nonlinear = nullptr;
 }
 
@@ -27,4 +29,6 @@ void qslp_problem::forget_results() noexcept {
     status = QSLP_UNSTARTED;
     presolve_state = 0;
     objective = qlx::kNoValue;
+    iterations = 0;
+    evaluations = 0;
 }

@@ -58,10 +58,10 @@ void check_formula_starts(const CoefficientBlock& block) {
                  ": a formula has at least its closing token");
 }
 
-void append_coefficients(const Model& model, CoefficientStore& store,
+void append_coefficients(const FormulaSymbols& symbols, CoefficientStore& store,
                          const CoefficientBlock& block) {
     if (block.count == 0) return;
-    const BadCoefficient bad = store.append(block, model.num_cols());
+    const BadCoefficient bad = store.append(block, symbols);
     if (bad.coefficient < 0) return;
     const int k = bad.coefficient;
     refuse_token(bad.token, block.start[k + 1], block.type, block.value,

@@ -24,7 +24,7 @@ void check_formula_starts(const CoefficientBlock& block);
 
 // Appends a checked block to a store, all or nothing; refuses a formula that has no parse, with the
 // position of its first bad token.
-void append_coefficients(const Model& model, CoefficientStore& store,
+void append_coefficients(const FormulaSymbols& symbols, CoefficientStore& store,
                          const CoefficientBlock& block);
 
 // Refuses a formula because of a token; `position` is its index in the caller's arrays.

@@ -29,9 +29,11 @@ void NonlinearPart::delete_columns(const std::vector<int>& new_index) {
     values.delete_columns(new_index);
 }
 
-double term_value(const CoefficientStore& store, std::size_t term, const double* x, double* stack) {
+double term_value(const NonlinearPart& part, std::size_t term, const double* x, double* stack) {
+    const CoefficientStore& store = part.coefficients;
     const double column = store.col(term) == kNoColumn ? 1.0 : x[store.col(term)];
-    const double formula = evaluate(store.formula(term), stack, [x](int col) { return x[col]; });
+    const double formula =
+        evaluate(store.formula(term), stack, part.functions.get(), [x](int col) { return x[col]; });
     return store.factor(term) * column * formula;
 }
 

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "engine/nlp/formula/coefficient_store.hpp"
+#include "engine/nlp/formula/user_functions.hpp"
 
 namespace qlx {
 
@@ -17,10 +18,26 @@ struct ColumnValues {
     void delete_columns(const std::vector<int>& new_index);
 };
 
+// The user functions that the formulas name: those of the nonlinear problem built on the model,
+// null without one. A link, which stays where it is when the rest is copied or assigned.
+class UserFunctionsLink {
+  public:
+    UserFunctionsLink() = default;
+    UserFunctionsLink(const UserFunctionsLink&) noexcept {}
+    UserFunctionsLink& operator=(const UserFunctionsLink&) noexcept { return *this; }
+
+    void set(UserFunctions* functions) noexcept { functions_ = functions; }
+    [[nodiscard]] UserFunctions* get() const noexcept { return functions_; }
+
+  private:
+    UserFunctions* functions_ = nullptr;
+};
+
 // Arguments are checked by the callers, as the model's are.
 struct NonlinearPart {
     CoefficientStore coefficients;
     ColumnValues values;
+    UserFunctionsLink functions;
 
     [[nodiscard]] bool empty() const noexcept { return coefficients.num_terms() == 0; }
     // new_index[i] is item i's new number, -1 when it goes. A column that goes must not occur in a
@@ -29,8 +46,8 @@ struct NonlinearPart {
     void delete_columns(const std::vector<int>& new_index);
 };
 
-// A term's value at a point of all columns; `stack` has room for the store's stack_size().
-[[nodiscard]] double term_value(const CoefficientStore& store, std::size_t term, const double* x,
+// A term's value at a point of all columns; `stack` has room for the coefficients' stack_size().
+[[nodiscard]] double term_value(const NonlinearPart& part, std::size_t term, const double* x,
                                 double* stack);
 
 }  // namespace qlx

@@ -125,10 +125,15 @@ class Search {
         return results_.nodes >= controls_.nodelimit ? QLX_STOP_NODELIMIT : QLX_STOP_NONE;
     }
 
+    [[nodiscard]] bool holds_rounded(const std::vector<double>& x) {
+        return session_.incumbents().holds_rounded(x, effort_.tolerance);
+    }
+
     // True when the point is one of the whole problem, whether or not it beats the cutoff.
     bool offer(const std::vector<double>& x) {
         if (session_.incumbents().is_full()) return false;
         if (!branches_at(x.data()).empty()) return false;
+        if (is_linear_ && effort_.tolerance < 1 && !holds_rounded(x)) return false;
         if (session_.offer(x) == Verdict::kRejected) return false;
         has_point_ = true;
         return true;
@@ -236,11 +241,11 @@ class Search {
     std::optional<Node> take(Node node, const std::vector<double>& x) {
         // A point whose integers are off by tolerances may be a solution in spite of them.
         if (is_linear_ && integer_branches(x.data(), 1e-6).empty() &&
-            session_.incumbents().holds_rounded(x))
+            holds_rounded(x))
             session_.offer(x);
         auto children = branches_at(x.data());
         // What is nearly an integer may be none to a large coefficient.
-        if (children.empty() && is_linear_ && !session_.incumbents().holds_rounded(x))
+        if (children.empty() && is_linear_ && !holds_rounded(x))
             children = integer_branches(x.data(), 0);
         if ((children.empty() && offer(x)) || is_closed(node.bound)) {
             close(node.bound);

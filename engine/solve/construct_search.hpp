@@ -20,6 +20,8 @@ class SolveSession;
 struct SearchEffort {
     int nodes = std::numeric_limits<int>::max();
     double seconds = std::numeric_limits<double>::infinity();
+    // Of rows and bounds of a solution, beside the one that is stated.
+    double tolerance = 1;
 };
 
 inline constexpr int kGaveUp = -2;

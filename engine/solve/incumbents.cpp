@@ -51,6 +51,7 @@ Incumbents::Incumbents(Model& model, const Controls& controls, Results& results)
     : model_(model),
       controls_(controls),
       results_(results),
+      feasibility_tolerance_(model.nonlinear().empty() ? controls.feastol : controls.nlpfeastol),
       asked_cutoff_(has_cutoff(controls) ? model.sense() * controls.mipabscutoff : kNone),
       cutoff_(asked_cutoff_) {
     // Changes that wait in the store are merged in on the first reading, which is this one.
@@ -62,12 +63,11 @@ bool Incumbents::complete(Solution& solution, bool integral) const {
     solution.slack = row_activities(model_, solution.x.data());
     const PointCheck check = check_point(model_, solution.x.data(), solution.slack, integral);
     solution.infeasibility = check.feasibility();
-    if (!(check.feasibility() <= controls_.feastol + kRounding)) return false;
-    if (!(check.types <= controls_.inttol + kRounding)) return false;
     for (std::size_t row = 0; row < solution.slack.size(); ++row)
         solution.slack[row] = model_.rhs()[row] - solution.slack[row];
     solution.objective = objective_value(model_, solution.x.data());
-    return true;
+    return check.feasibility() <= feasibility_tolerance_ + kRounding &&
+           check.types <= controls_.inttol + kRounding;
 }
 
 std::shared_ptr<const Solution> Incumbents::take_relaxed(Solution point) {
@@ -79,6 +79,17 @@ std::shared_ptr<const Solution> Incumbents::take_relaxed(Solution point) {
         point.x = std::move(given);
         if (!complete(point, false)) return nullptr;
     }
+    return put_relaxed(std::move(point));
+}
+
+void Incumbents::hold_unproved(Solution point) {
+    if (point.x.size() != at(model_.num_cols())) return;
+    drop_negative_zeros(point.x);
+    (void)complete(point, false);
+    put_relaxed(std::move(point));
+}
+
+std::shared_ptr<const Solution> Incumbents::put_relaxed(Solution point) {
     point.dual.resize(at(model_.num_rows()), 0.0);
     point.dj.resize(at(model_.num_cols()), 0.0);
     auto kept = std::make_shared<const Solution>(std::move(point));
@@ -87,10 +98,10 @@ std::shared_ptr<const Solution> Incumbents::take_relaxed(Solution point) {
     return kept;
 }
 
-bool Incumbents::holds_rounded(const std::vector<double>& x) const {
+bool Incumbents::holds_rounded(const std::vector<double>& x, double tolerance) const {
     Solution solution;
     solution.x = rounded(model_, x);
-    return complete(solution, true);
+    return complete(solution, true) && solution.infeasibility <= tolerance;
 }
 
 Verdict Incumbents::offer(std::span<const double> x) {

@@ -13,6 +13,9 @@ void solve_with_integrality(Problem& problem, const char* flags);
 // problem.
 void refuse_nonlinear(const Problem& problem);
 
+// Local solvers, or what the problem's class has, where it has no nonlinear coefficients.
+void solve_nonlinear(NonlinearProblem& problem, const char* flags);
+
 class SolveSession;
 
 // Solves the problem of a nested session, integrality included.

@@ -38,9 +38,12 @@ typedef int (*QSLPdrcolcb)(QSLPprob prob, void* data, int col, double value, dou
 /* A formula was evaluated to value; *result replaces it. */
 typedef int (*QSLPformulacb)(QSLPprob prob, void* data, double value, double* result);
 
-/* A user function. context names the call (QSLPgetfuncinfo, QSLPgetfuncobject). The value goes into
- * results[0] where it is wanted, the partial derivative by input i into results[i + 1] where
- * deltas[i] is not 0; the function value is returned too. -3.0 reports a failure. */
+/* A user function. context names the call (QSLPgetfuncinfo, QSLPgetfuncobject). results has one
+ * place more than there are inputs, all not a number before the call. The value goes into
+ * results[0], the partial derivative by input i into results[i + 1] where deltas[i], the step of a
+ * difference, is not 0. Derivatives left out come by differences. A call has failed where results[0]
+ * is left alone or not a number; returning -3.0 besides says so. May be called from any thread, and
+ * from several at once. */
 typedef double (*QSLPuserfunction)(const double* input, void* context, const double* deltas,
                                    double* results);
 
@@ -148,15 +151,25 @@ QLX_API int QSLPgetrowwt(QSLPprob prob, int row, double* value);
 QLX_API int QSLPgetcolinfo(QSLPprob prob, int code, int col, double* value);
 QLX_API int QSLPgetrowinfo(QSLPprob prob, int code, int row, double* value);
 
-/* User functions. A definition is a formula-like token list; QSLPsetstring stores a text and gives
- * its index for string tokens. Function numbers count from 1. */
+/* User functions. A definition is a token list that ends with type 0: a text (type 5, the name), 87
+ * with value 1, 86 with value 19, and the text DirectC. QSLPsetstring keeps a text and gives its
+ * index, from 1. nfuncs definitions follow one another. Function numbers count from 1. */
 QLX_API int QSLPsetstring(QSLPprob prob, int* index, const char* text);
 QLX_API int QSLPadduserfuncs(QSLPprob prob, int nfuncs, const int* type, const double* value);
+/* Names of functions first .. last (type QSLP_NAMES_USERFUNCTION), each ended by NUL; several may
+ * have the same. */
 QLX_API int QSLPaddnames(QSLPprob prob, int type, const char* names, int first, int last);
 QLX_API int QSLPchguserfuncaddress(QSLPprob prob, int function, QSLPuserfunction address);
+/* How many inputs formulas give it, -1 (as at first): any number. Where the number is stated a
+ * formula can be read in one way only; it counts for formulas that are added afterwards. */
+QLX_API int QSLPchguserfuncinputs(QSLPprob prob, int function, int ninputs);
+/* The object is the caller's, and must live as long as the function may be called with it; null:
+ * none. QSLPcopyprob gives the copy the same objects, which whoever copies then owns once more. */
 QLX_API int QSLPsetuserfuncobject(QSLPprob prob, int function, void* object);
 QLX_API int QSLPgetuserfuncobject(QSLPprob prob, int function, void** object);
-/* Inside a user function: the object with a code (QSLP_POINTER_PROBLEM), and what is wanted. */
+/* Inside a user function: the object with a code (QSLP_POINTER_PROBLEM, or
+ * QSLP_POINTER_USEROBJECT), and what is wanted. *wantsvalue is 1, or 2 in a call for a difference,
+ * which may fail without harm. */
 QLX_API int QSLPgetfuncobject(void* context, int code, void** object);
 QLX_API int QSLPgetfuncinfo(void* context, int* ninputs, int* wantsvalue, int* wantsderivatives,
                             int* function);

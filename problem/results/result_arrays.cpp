@@ -1,6 +1,7 @@
 // getSolutionArray and its companions: results as numpy arrays.
 #include <algorithm>
 
+#include "bridge/integers.hpp"
 #include "model/constraint.hpp"
 #include "model/containers.hpp"
 #include "model/var.hpp"
@@ -107,7 +108,7 @@ class ArrayWalker final : public ArgumentWalker {
 
   private:
     void leaf(PyObject* object) override {
-        if (PyLong_Check(object) || PyArray_IsScalar(object, Integer)) {
+        if (is_index(object)) {
             // A value beyond the range is clipped, and so still out of range.
             const Py_ssize_t index = PyNumber_AsSsize_t(object, nullptr);
             if (index == -1 && PyErr_Occurred()) throw PythonFailure();

@@ -114,7 +114,7 @@ size_t result_position(const Problem* problem, PyObject* object, size_t length) 
         raise_runtime_error("Object %S is not in the problem", object);
     }
     if (!known) {
-        if (!is_integer(object)) raise_wrong_object();
+        if (!is_index(object)) raise_wrong_object();
         index = int64_value(object);
     }
     if (index < 0 || static_cast<size_t>(index) >= length) {

@@ -1,6 +1,9 @@
 // The arguments index, first and last that deletion and look-up share.
 #include "problem/results/selection.hpp"
 
+#include <algorithm>
+#include <limits>
+
 #include "model/constraint.hpp"
 #include "model/sos.hpp"
 #include "model/var.hpp"
@@ -35,13 +38,30 @@ int index_in_problem(const Problem* problem, PyObject* object, bool* known) noex
     return IndexMap::kMissing;
 }
 
+namespace {
+
+// What is beyond the range of an int is out of every other range too.
+int clipped(PyObject* number) {
+    if (number == nullptr) return -1;
+    const Py_ssize_t value = PyNumber_AsSsize_t(number, nullptr);
+    if (value == -1 && PyErr_Occurred()) throw PythonFailure();
+    constexpr Py_ssize_t kLargest = std::numeric_limits<int>::max();
+    return static_cast<int>(std::clamp(value, -kLargest, kLargest));
+}
+
+}  // namespace
+
 Selection parse_selection(PyObject* arguments, PyObject* keywords) {
     static const char* names[] = {"index", "first", "last", nullptr};
     Selection selection;
-    if (!PyArg_ParseTupleAndKeywords(arguments, keywords, "|Oii", const_cast<char**>(names),
-                                     &selection.index, &selection.first, &selection.last)) {
+    PyObject* first = nullptr;
+    PyObject* last = nullptr;
+    if (!PyArg_ParseTupleAndKeywords(arguments, keywords, "|OOO", const_cast<char**>(names),
+                                     &selection.index, &first, &last)) {
         throw PythonFailure();
     }
+    selection.first = clipped(first);
+    selection.last = clipped(last);
     if (selection.index == Py_None) selection.index = nullptr;
     return selection;
 }

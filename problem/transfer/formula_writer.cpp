@@ -101,6 +101,8 @@ class FormulaWriter {
     explicit FormulaWriter(RowEntries& row) noexcept : row_(row), formulas_(row.formulas) {}
 
     void write(PyObject* root) {
+        constexpr size_t kUsualDepth = 16;
+        open_.reserve(kUsualDepth);
         open(root);
         while (!open_.empty()) {
             const Ref operand = next_operand(open_.back());
@@ -357,7 +359,7 @@ class FormulaWriter {
 
 // The column of coefficients without one of their own.
 int formula_column(Problem* problem) {
-    if (problem->formula_column == -1) {
+    if (problem->formula_column == kUnreadColumn) {
         require_library(
             as_object(problem),
             QSLPgetintattrib(problem->slpprob, QSLP_ATTRIB_EQUALSCOLUMN, &problem->formula_column));

@@ -115,8 +115,10 @@ def test_added_rows_have_constraints(model):
     assert p.getIndex(lower) == p.getIndexFromName(1, "lower") == 3
     p.delConstraint(upper)
     assert [p.getIndex(row) for row in p.getConstraint()] == [0, 1, 2, 3]
-    with pytest.raises(RuntimeError, match="Cannot get row name indexed by 1"):
-        p.addrows("LL", [1, 1], [0, 0, 0], [], [], names=["only"])
+    for names in (["only"], ["one", 2]):
+        with pytest.raises(RuntimeError, match="Cannot get row name indexed by 1"):
+            p.addrows("LL", [1, 1], [0, 0, 0], [], [], names=names)
+    assert len(p.getConstraint()) == p.getAttrib("rows") == 4
     with pytest.raises(RuntimeError, match="Stale expression link"):
         quilex.problem().addConstraint(lower)
 
@@ -135,6 +137,80 @@ def test_wrong_rows_leave_no_constraints(model, arguments, text):
         p.addrows(*arguments)
     assert len(p.getConstraint()) == p.getAttrib("rows") == 2
     assert solved(p) == pytest.approx(11)
+
+
+def test_attributes_of_what_was_added_are_for_problems_to_come(model):
+    p, x, y, total, difference = model
+    x.ub, x.vartype, total.ub, total.body = 2, quilex.integer, 3, x
+    assert solved(p) == pytest.approx(11)
+    assert str(total.body) == "x"
+    other = quilex.problem()
+    other.controls.outputlog = 0
+    other.addVariable(x, y)
+    other.addConstraint(total, difference)
+    other.setObjective(3 * x + 2 * y, sense=quilex.maximize)
+    assert solved(other) == pytest.approx(12)
+
+
+REFUSED_ROWS = {  # by the library: row type, right-hand side, column, coefficient
+    "type": ("X", 1, 0, 1),
+    "side": ("L", float("nan"), 0, 1),
+    "column": ("L", 1, 7, 1),
+    "coefficient": ("L", 1, 0, 1e30),
+}
+ADDITIONS = {
+    "addConstraint": lambda p, x, y: p.addConstraint(x + 2 * y <= 4),
+    "a row that waits": lambda p, x, y: (p.addConstraint(x + 2 * y <= 4), p.addConstraint(y <= 9)),
+    "addrows": lambda p, x, y: p.addrows("L", [4], [0, 2], [x, y], [1, 2], names=["new"]),
+    "addIndicator": lambda p, x, y: (
+        p.addVariable(always := quilex.var(vartype=quilex.binary)),
+        p.addIndicator(always == 0, x + 2 * y <= 4),
+        p.chgbounds([always], "U", [0]),
+    ),
+}
+
+
+@pytest.mark.parametrize("case", REFUSED_ROWS)
+@pytest.mark.parametrize("addition", ADDITIONS)
+def test_constraints_of_refused_rows_have_no_index(model, case, addition):
+    """They stay in the list, beyond the rows, until the next rows come."""
+    p, x, y, *held = model
+    kind, side, column, coefficient = REFUSED_ROWS[case]
+    for _ in range(2):
+        with pytest.raises(RuntimeError):
+            p.addrows("L" + kind, [1, side], [0, 0, 1], [column], [coefficient])
+        assert p.getAttrib("rows") == 2
+        assert len(p.getConstraint()) == 4
+    stray = p.getConstraint(3)
+    for use in (p.getIndex, lambda c: p.chgrhs([c], [1]), p.getSlack, p.delConstraint):
+        with pytest.raises(RuntimeError):
+            use(stray)
+    assert solved(p) == pytest.approx(11)
+    ADDITIONS[addition](p, x, y)
+    rows = p.getConstraint()
+    assert [p.getIndex(c) for c in rows] == list(range(p.getAttrib("rows")))
+    assert rows[:2] == held and stray not in rows
+    assert solved(p) == pytest.approx(10)  # at (3, 0.5)
+    assert p.getSlack(rows[2]) == pytest.approx(0)
+    p.delConstraint(held[0])
+    assert p.getIndex(rows[2]) == 1
+
+
+class Meddling(list):
+    """Names whose items run a program."""
+
+    def __getitem__(self, i):
+        self.program()
+        return super().__getitem__(i)
+
+
+def test_no_method_runs_while_names_are_read(model):
+    p, x, *_ = model
+    names = Meddling(["a", "b"])
+    names.program = lambda: p.addConstraint(x <= 1)
+    with pytest.raises(RuntimeError, match=r"cannot be used|Cannot get row name"):
+        p.addrows("LL", [1, 1], [0, 0, 0], [], [], names=names)
+    assert len(p.getConstraint()) == p.getAttrib("rows") == 2
 
 
 def test_name_of_the_problem(model):
@@ -188,6 +264,10 @@ REFUSED = {
     "fractional sense": ("chgobjsense", (1.0,), TypeError, "float"),
     "crossed bounds": ("chgbounds", ([0, 0], "LU", [2, 1]), RuntimeError, "column 0 would have"),
     "letters": ("chgrowtype", ([0], "X"), RuntimeError, "must be one of LGERN"),
+    "no letter": ("chgrowtype", ([0], ["LG"]), RuntimeError, "Character expected, found 'LG'"),
+    "text as number": ("chgrhs", ([0], ["one"]), RuntimeError, "Number expected, found 'one'"),
+    "beyond floats": ("chgrhs", ([0], [10**400]), RuntimeError, "beyond the range of floats"),
+    "coefficient beyond floats": ("chgcoef", (0, 0, 10**400), RuntimeError, "dval is an int"),
     "unknown keyword": ("chgrhs", ([0], [1], 3), TypeError, "argument"),
 }
 

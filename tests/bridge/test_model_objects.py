@@ -32,6 +32,9 @@ def message(action, *arguments):
     return str(caught.value)
 
 
+SMALL_INTEGERS = (np.int8, np.uint8, np.int16, np.uint16, np.uint32, np.uint64)
+
+
 def test_one_value_as_index(model):
     p, (_, y), (_, d), s = model
     cases = [
@@ -47,6 +50,7 @@ def test_one_value_as_index(model):
         (True, COLUMN, 1),
         (np.intc(3), ROW, 3),
         (np.int_(3), SET, 3),
+        *((kind(3), where, 3) for kind in SMALL_INTEGERS for where in (ROW, COLUMN, SET)),
     ]
     for value, kind, index in cases:
         assert quilexlib._index(p, value, kind) == index
@@ -66,7 +70,8 @@ def test_values_that_are_no_index(model):
         (x, SET, "Invalid SOS object x"),
         (1.0, COLUMN, "Invalid variable object 1.0"),
         (None, INT, "Invalid object None"),
-        (np.uint8(1), COLUMN, "Invalid variable object 1"),
+        (np.bool_(1), COLUMN, "Invalid variable object True"),
+        (np.float16(1), ROW, "Invalid constraint object 1.0"),
         ("\xe9", COLUMN, "Invalid variable name '\xe9' (must be ASCII)"),
         ("x\0", ROW, "Invalid constraint name 'x\\x00' (must not hold a NUL character)"),
         (2**31, COLUMN, "Integer 2147483648 is beyond the range of 32 bits"),
@@ -118,6 +123,7 @@ def test_new_columns_that_are_refused(model):
     ]
     for arguments, text in cases:
         assert message(quilexlib._add_columns, p, *arguments, 2, 2) == text
+        assert len(p.getVariable()) == 2
     assert "column 5" in message(quilexlib._add_columns, p, None, None, [5], "C", 2, 2)
 
 

@@ -218,9 +218,16 @@ def test_attributes(m):
     constraint = m.x <= 1
     constraint.lb, constraint.body = -3, m.y
     assert constraint.lb == -3.0 and constraint.body is m.y
-    for name in ("name", "body"):
+    for name in ("name", "body", "lb", "ub"):
         with pytest.raises(TypeError):
             delattr(constraint, name)
+    for value, text in (
+        (float("nan"), "ub of constraint R.* cannot be nan"),
+        (10**400, "ub is an int"),
+    ):
+        with pytest.raises(RuntimeError, match=text):
+            constraint.ub = value
+    assert constraint.ub == 1.0
     assert quilex.constraint.__new__(quilex.constraint).body is None
     assert hash(constraint) == hash(constraint)
 

@@ -67,6 +67,31 @@ def test_single_and_several_arguments(names):
     assert type(Sum([abs(x), y])).__name__ == "nonlinear"
 
 
+def test_masked_elements_are_left_out(names):
+    """As numpy's own sums and products do it."""
+    x, y, z, _ = names.values()
+    items = numpy.ma.array([x, y, 2 * z], mask=[0, 1, 0])
+    for given in (items, list(items), iter(items), (numpy.ma.masked, x, 2 * z)):
+        assert str(Sum(given)) == "  x +2 z"
+    assert str(Prod(items)) == "2*x*z"
+    numbers = numpy.ma.array([1.0, 2.0, 4.0], mask=[0, 1, 0])
+    assert quilexlib._parts(Sum(numbers))[0] == numbers.sum() == 5
+    assert Prod(numbers) == numbers.prod() == 4
+    nothing = numpy.ma.array([x, y], mask=True)
+    assert str(Sum(nothing)) == "0" and Prod(nothing) == 0.0
+    rows = numpy.ma.array([[x, y], [y, z]], mask=[[0, 1], [0, 0]])
+    assert [str(e).strip() for e in Sum(rows)] == [str(e).strip() for e in rows.sum(axis=0)]
+    assert [str(e) for e in Prod(rows)] == ["x*y", "z"]
+
+
+@pytest.mark.parametrize("kind", ["?", "i1", "u1", "i2", "u2", "u4", "u8", "f2", ">i2"])
+def test_arrays_of_small_numbers_count_as_numbers(kind):
+    numbers = numpy.array([1, 0, 200]).astype(kind)
+    assert quilexlib._parts(Sum(numbers))[0] == sum(float(number) for number in numbers)
+    assert list(Sum(numpy.array([numbers, numbers]))) == [2 * float(n) for n in numbers]
+    assert Prod(numbers[::2]) == float(numbers[2])
+
+
 def test_operands_are_not_changed(names):
     x, y, *_ = names.values()
     e = x + y

@@ -147,6 +147,27 @@ def test_out():
     assert (quilex.Dot(matrix, matrix, out=numbers) == matrix @ matrix).all()
 
 
+@pytest.mark.parametrize("kind", ["?", "i1", "u1", "i2", "u2", "u4", "u8", "f2"])
+def test_small_numbers(kind):
+    array, point = model_array([1, 2], "v")
+    numbers = numpy.array([200, 100]).astype(kind)
+    values = [float(number) for number in numbers]
+    assert value(quilex.Dot(numbers, array), point) == values[0] + 2 * values[1]
+    assert quilex.Dot(numbers, numbers) == values[0] ** 2 + values[1] ** 2
+
+
+def test_masked_elements_count_as_zero():
+    """As in numpy's products of masked arrays."""
+    array, point = model_array([1, 2, 3], "v")
+    masked = numpy.ma.array(array, mask=[0, 1, 0])
+    numbers = numpy.ma.array([[1.0, 10.0, 100.0], [2.0, 20.0, 200.0]], mask=[[0, 0, 1], [0, 0, 0]])
+    expected = numpy.ma.dot(numbers, numpy.ma.array([1.0, 2.0, 3.0], mask=masked.mask))
+    assert [value(e, point) for e in quilex.Dot(numbers, masked)] == list(expected.filled(0))
+    assert value(quilex.Dot(masked, masked), point) == 1 + 9
+    assert list(quilex.Dot(numbers, numpy.ones(3))) == [11, 222]
+    assert str(quilex.Dot(numpy.ma.array([1.0, 2.0], mask=True), array[:2])) == "0"
+
+
 TYPE_TEXT = "Dot product must be between long, double, and expressions/variables"
 OUT_TEXT = "Output argument set with wrong type"
 ERRORS = {
@@ -157,7 +178,7 @@ ERRORS = {
         {},
         "Dot product must have matching sizes in the multiplying dimension",
     ),
-    "uint8": (lambda v: (v, numpy.ones(2, "u1")), {}, TYPE_TEXT),
+    "long double": (lambda v: (v, numpy.ones(2, "g")), {}, TYPE_TEXT),
     "complex": (lambda v: (v, numpy.ones(2, complex)), {}, TYPE_TEXT),
     "text": (lambda v: (v, numpy.array(["a", "b"])), {}, TYPE_TEXT),
     "None": (lambda v: (v, numpy.array([None, 1])), {}, TYPE_TEXT),

@@ -49,6 +49,25 @@ def test_ctrl_c_stops_a_solve(send_interrupt, seconds):
     assert problem.getProbStatusString() == "mip_optimal"
 
 
+def test_a_failing_message_handler_stops_a_solve():
+    problem, *_ = market_split()
+    problem.controls.timelimit = 60.0
+
+    def handler(sender, data, thread, text, kind, number):
+        if kind > 0:
+            raise ZeroDivisionError("in the handler")
+
+    quilex.addcbmsghandler(handler, None, 0)
+    started = time.monotonic()
+    try:
+        with pytest.raises(ZeroDivisionError, match="in the handler"):
+            problem.solve()
+    finally:
+        quilex.removecbmsghandler(handler, None)
+    assert time.monotonic() - started < 30
+    assert problem.attributes.stopstatus == quilex.stop_user
+
+
 def test_ctrl_c_stops_the_nodes_of_another_search(send_interrupt):
     problem, x, slacks = market_split()
     either = quilex.var(vartype=quilex.semicontinuous, ub=quilex.infinity, threshold=2)

@@ -111,6 +111,25 @@ def test_bad_indicators(p, consistent, case):
     assert consistent()
 
 
+@pytest.mark.parametrize("letter, upper, is_binary", [
+    ("B", 1, True), ("I", 1, True), ("I", 2, False), ("C", 1, False), ("S", 1, False),
+])  # fmt: skip
+def test_the_variable_of_a_condition_is_binary_when_it_is_stated(p, letter, upper, is_binary):
+    z, x = quilex.var("z", ub=upper), quilex.var(ub=10)
+    p.addVariable(z, x)
+    p.chgcoltype([z], letter)
+    if not is_binary:
+        text = f"variable z must be binary.*type '{letter}' with bounds 0.0 .. {upper}.0"
+        with pytest.raises(RuntimeError, match=text):
+            p.addIndicator(z == 1, x <= 3)
+        assert p.attributes.rows == 0
+        return
+    p.addIndicator(z == 1, x <= 3)
+    p.chgcoltype([z], "C")  # what is changed later is refused by the solve
+    with pytest.raises(RuntimeError, match="must be binary"):
+        p.solve()
+
+
 def test_a_condition_may_be_a_bare_variable(p):
     z, x = quilex.var(vartype=quilex.binary), quilex.var(ub=10)
     p.addVariable(z, x)

@@ -23,7 +23,8 @@ Formula CoefficientStore::formula(std::size_t term) const noexcept {
             arrays_.constants.data() + constant_start_[term]};
 }
 
-BadCoefficient CoefficientStore::append(const CoefficientBlock& block, int num_cols) {
+BadCoefficient CoefficientStore::append(const CoefficientBlock& block,
+                                        const FormulaSymbols& symbols) {
     const std::size_t old_terms = num_terms();
     const std::size_t old_instructions = arrays_.instructions.size();
     const std::size_t old_constants = arrays_.constants.size();
@@ -35,7 +36,7 @@ BadCoefficient CoefficientStore::append(const CoefficientBlock& block, int num_c
         instruction_start_.resize(old_terms + 1);
         constant_start_.resize(old_terms + 1);
     };
-    FormulaParser parser(num_cols);
+    FormulaParser parser(symbols);
     const auto added = at(block.count);
     try {
         for (std::vector<int>* array : {&rows_, &cols_}) make_room(*array, added);

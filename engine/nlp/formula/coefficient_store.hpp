@@ -47,8 +47,9 @@ class CoefficientStore {
     // The first term of every coefficient, by row, in a row in the order in which they came.
     [[nodiscard]] std::vector<std::size_t> first_terms();
 
-    // Appends all coefficients or none. Formulas may have the columns 0 .. num_cols - 1.
-    [[nodiscard]] BadCoefficient append(const CoefficientBlock& block, int num_cols);
+    // Appends all coefficients or none. Formulas may have what `symbols` states.
+    [[nodiscard]] BadCoefficient append(const CoefficientBlock& block,
+                                        const FormulaSymbols& symbols);
     void clear();
     // Drops the terms that are marked.
     void delete_terms(const std::vector<char>& marked);

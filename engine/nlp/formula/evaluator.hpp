@@ -2,8 +2,11 @@
 #pragma once
 
 #include <cmath>
+#include <limits>
+#include <utility>
 
 #include "engine/nlp/formula/instruction.hpp"
+#include "engine/nlp/formula/user_functions.hpp"
 
 namespace qlx {
 
@@ -70,10 +73,19 @@ namespace qlx {
     }
 }
 
+// The value of a user function; not a number where the call fails or `functions` is null.
+[[nodiscard]] inline double apply_user_function(UserFunctions* functions, double number,
+                                                std::span<const double> inputs) {
+    constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
+    double value = kNone;
+    if (functions == nullptr) return kNone;
+    return functions->call(static_cast<int>(number), inputs, {}, value, {}) ? value : kNone;
+}
+
 // The value of a formula; not a number outside the functions' domains. value_of_column(column) is
 // called once for every occurrence; `stack` has room for the formula's values.
 template <class ValueOfColumn>
-[[nodiscard]] double evaluate(const Formula& formula, double* stack,
+[[nodiscard]] double evaluate(const Formula& formula, double* stack, UserFunctions* functions,
                               ValueOfColumn&& value_of_column) {
     const double* constant = formula.constants;
     double* top = stack;  // one past the last value
@@ -104,6 +116,13 @@ template <class ValueOfColumn>
                 for (std::int32_t n = 1; n < instruction.argument; ++n, --top)
                     top[-2] = larger(top[-2], top[-1]);
                 break;
+            case Operation::kUser: {
+                const auto count = static_cast<std::size_t>(instruction.argument);
+                top -= count;
+                *top = apply_user_function(functions, *constant++, {top, count});
+                ++top;
+                break;
+            }
             default:
                 top[-1] = apply_function(instruction.operation, top[-1]);
         }
@@ -111,6 +130,13 @@ template <class ValueOfColumn>
     double product = 1;
     while (top > stack) product *= *--top;
     return product;
+}
+
+// Without user functions: not a number where the formula calls one.
+template <class ValueOfColumn>
+[[nodiscard]] double evaluate(const Formula& formula, double* stack,
+                              ValueOfColumn&& value_of_column) {
+    return evaluate(formula, stack, nullptr, std::forward<ValueOfColumn>(value_of_column));
 }
 
 }  // namespace qlx

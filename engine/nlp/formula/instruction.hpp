@@ -32,6 +32,8 @@ enum class Operation : std::uint8_t {
     kErfc,
     kMin,  // argument: how many values it takes
     kMax,
+    kUser,  // a user function: argument: how many values it takes, possibly none; its number is the
+            // formula's next constant
 };
 
 struct Instruction {
@@ -47,6 +49,7 @@ constexpr int stack_change(Instruction instruction) noexcept {
             return 1;
         case Operation::kMin:
         case Operation::kMax:
+        case Operation::kUser:
             return 1 - instruction.argument;
         default: {
             const bool is_binary = instruction.operation >= Operation::kPower &&
@@ -56,12 +59,16 @@ constexpr int stack_change(Instruction instruction) noexcept {
     }
 }
 
+constexpr bool takes_constant(Operation operation) noexcept {
+    return operation == Operation::kConstant || operation == Operation::kUser;
+}
+
 // One formula within the arrays that many share. Values that are left on the stack at the end are
 // multiplied; the formula without any value is 1.
 struct Formula {
     const Instruction* instructions;
     std::size_t length;
-    const double* constants;  // in the order of the kConstant instructions
+    const double* constants;  // in the order of the kConstant and kUser instructions
 };
 
 }  // namespace qlx

@@ -5,6 +5,9 @@
 
 namespace qlx {
 
+// Of a function whose number of inputs is not stated: formulas may call it with any number.
+inline constexpr int kAnyInputs = -1;
+
 class UserFunctions {
   public:
     virtual ~UserFunctions() = default;
@@ -12,7 +15,8 @@ class UserFunctions {
     // Function `number`, from 1, at the inputs. Partial derivatives are asked for where `partials`
     // is not empty; it has then one place for each input and those in which `wanted` is not zero
     // are filled, by differences where the function does not give them. False where the call
-    // failed or the value is not a number. What was thrown is kept for the solving call.
+    // failed or the value is not a number. A partial derivative that cannot be found is not a
+    // number. What was thrown is kept for the solving call. May be called from any thread.
     virtual bool call(int number, std::span<const double> inputs, std::span<const char> wanted,
                       double& value, std::span<double> partials) = 0;
 };

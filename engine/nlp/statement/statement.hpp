@@ -6,6 +6,7 @@
 
 #include "engine/nlp/formula/coefficient_store.hpp"
 #include "engine/nlp/formula/parser.hpp"
+#include "engine/nlp/formula/user_functions.hpp"
 
 namespace qlx {
 class Model;
@@ -61,6 +62,7 @@ struct Statement {
     std::vector<QuadraticEntry> quadratic;
     std::vector<NonlinearTerm> nonlinear;
     std::shared_ptr<const FormulaArrays> own_formulas;
+    UserFunctions* functions = nullptr;  // that the formulas name; null: none
 
     [[nodiscard]] int num_columns() const noexcept {
         return static_cast<int>(column_lower.size());

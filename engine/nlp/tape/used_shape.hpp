@@ -1,0 +1,63 @@
+// A shape's expressions with the places that their values and derivatives are added to.
+#pragma once
+
+#include <span>
+#include <vector>
+
+#include "engine/nlp/tape/entry_index.hpp"
+#include "engine/nlp/tape/shape_tape.hpp"
+#include "engine/nlp/tape/split_statement.hpp"
+
+namespace qlx::nlp {
+
+class UsedShape {
+  public:
+    // `expression_uses[e]` are the uses of expression e of the group.
+    UsedShape(const ShapeGroup& group, const std::vector<std::span<const ExpressionUse>>& uses,
+              const double* x, UserCalls& user);
+
+    [[nodiscard]] bool is_used_by(unsigned users) const noexcept {
+        return (tape_.users() & users) != 0;
+    }
+    [[nodiscard]] const ShapeCode& code() const noexcept { return tape_.code(); }
+
+    void add_entries(EntryIndex& jacobian, EntryIndex& hessian) const;
+    void find_positions(const EntryIndex& jacobian, const EntryIndex& hessian);
+
+    // At a new point values come first, then first derivatives, then second ones. Each adds to its
+    // results.
+    void add_values(double& objective, double* rows);
+    void add_gradient(double* gradient);
+    void add_jacobian(double* jacobian);
+    void prepare_hessian();
+    void add_hessian(double objective_factor, const double* multipliers, double* hessian);
+    // The same without expressions of weight 0, which may be infinite.
+    void add_hessian_of_weighted(double* hessian);
+    void forget_point() noexcept { has_first_ = false; }
+
+  private:
+    // One use by a row of each expression, or of some of them.
+    struct Layer {
+        std::vector<int> expressions;  // empty: all
+        std::vector<int> rows;
+        std::vector<double> coefficients;
+        std::vector<std::vector<int>> positions;  // in the Jacobian, by first derivative
+    };
+
+    [[nodiscard]] std::size_t expression(const Layer& layer, std::size_t k) const noexcept {
+        return layer.expressions.empty() ? k : at(layer.expressions[k]);
+    }
+    void weigh(double objective_factor, const double* multipliers);
+    template <class Add>
+    void for_block(const Layer& layer, std::size_t first, std::size_t n, Add&& add) const;
+
+    ShapeTape tape_;
+    int num_slots_;
+    std::vector<int> columns_;                    // by slot, of all expressions
+    std::vector<double> objective_coefficients_;  // empty: not used there
+    std::vector<Layer> layers_;
+    std::vector<std::vector<int>> hessian_positions_;  // by second derivative
+    bool has_first_ = false;
+};
+
+}  // namespace qlx::nlp
