@@ -240,8 +240,7 @@ class Search {
 
     std::optional<Node> take(Node node, const std::vector<double>& x) {
         // A point whose integers are off by tolerances may be a solution in spite of them.
-        if (is_linear_ && integer_branches(x.data(), 1e-6).empty() &&
-            holds_rounded(x))
+        if (is_linear_ && integer_branches(x.data(), 1e-6).empty() && holds_rounded(x))
             session_.offer(x);
         auto children = branches_at(x.data());
         // What is nearly an integer may be none to a large coefficient.

@@ -42,7 +42,8 @@ class Incumbents {
     // A point of the relaxation with its duals and reduced costs (empty: zeros); slacks and
     // objective are computed. It replaces the one held. Null when it is not feasible.
     std::shared_ptr<const Solution> take_relaxed(Solution point);
-    // Where a local solver ended that has no solution: held so that it can be read, as a relaxed one.
+    // Where a local solver ended that has no solution: held so that it can be read, as a relaxed
+    // one.
     void hold_unproved(Solution point);
     // A point of all columns, of which there may be more than the model's. Integers are rounded
     // where that keeps it feasible.

@@ -235,7 +235,7 @@ const std::vector<SmallModel> kKnown = {
      {{-2, 0, 2.3, 'P', 1}, {0, -3.5, 0, 'I'}, {1, -1, 2, 'P', 2}},
      {{1, kInf, {-7e-6, -.07, 9014000}}}},
     // An integer that presolve rounds to the next one.
-    {1, {{-4, -2, 0, 'I'}}, {{28440 - (28440 - 5.486e-5), 28440, {-5.486e-5}}}},
+    {1, {{-4, -2, 0, 'I'}}, {{5.486e-5, kInf, {-5.486e-5}}, {-kInf, 28440, {-5.486e-5}}}},
     // What an integer gains another column takes to the fifth digit.
     {1, {{3, -6, 0, 'I'}, {1, -kInf, 0}, {-1, 0, 1e5}}, {{0, kInf, {-6e-7, 4631000, -.0004}}}},
 };
