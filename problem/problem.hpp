@@ -19,6 +19,7 @@ inline constexpr int32_t kUnreadColumn = std::numeric_limits<int32_t>::min();
 class RowBatch;
 class ColumnBatch;
 struct Results;
+struct UserFunctions;
 
 struct Problem {
     PyObject_HEAD
@@ -45,7 +46,8 @@ struct Problem {
     bool has_pending;      // a call has to look first: a batch is not empty, or converting
     bool converting;       // a body is being converted: its columns must stay where they are
     Results* results;      // vectors of the last solve; null until asked for
-    unsigned long solving_thread;  // identifier of the thread in a solve call; 0 when none
+    UserFunctions* user_functions;  // callables that formulas name
+    unsigned long solving_thread;   // identifier of the thread in a solve call; 0 when none
 };
 
 extern PyTypeObject problem_type;

@@ -15,6 +15,7 @@
 #include "model/quadterm.hpp"
 #include "module/library_error.hpp"
 #include "nonlinear/node_internal.hpp"
+#include "problem/user_functions.hpp"
 
 namespace quilex {
 
@@ -85,6 +86,7 @@ struct OpenNode {
     Py_ssize_t count = 0;          // operands that take part in the balanced tree
     Py_ssize_t values = 0;         // operands written
     Py_ssize_t operators = 0;      // operators written
+    int function = 0;              // number of a user function
     Py_ssize_t extracted = -1;     // place of the product's variable that became the column
     bool skips_constants = false;  // they went into the factor
 
@@ -246,7 +248,7 @@ class FormulaWriter {
         const Py_ssize_t size = nonlin_arg_size(object);
         node.count = size;
         const int op = node.op();
-        if (op == kUser) raise_no_user_functions(as_node(object)->args);
+        if (op == kUser) register_function(node);
         if (is_balanced(op)) {
             if (open_.size() == 1 && root_is_product_) extract(node);
             if (size == 0) write_empty(op);
@@ -275,15 +277,14 @@ class FormulaWriter {
         number(op == kSum ? 0.0 : 1.0, "");
     }
 
-    // User functions get a number when the solver can call them.
-    [[noreturn]] static void raise_no_user_functions(PyObject* args) {
-        if (PySequence_Fast_GET_SIZE(args) == 0)
-            raise_runtime_error(
-                "Invalid user function, must specify at least one argument (the user function "
-                "itself)");
-        if (!PyCallable_Check(PySequence_Fast_GET_ITEM(args, 0)))
+    // The function itself, which is no operand, gets its number.
+    void register_function(OpenNode& node) {
+        PyObject* const operands = as_node(node.node.get())->args;
+        if (node.count > 0 && !PyCallable_Check(nonlin_arg_at(node.node.get(), 0)))
             raise_runtime_error("First argument of a user() operator must be the function itself");
-        raise_runtime_error("User functions are not available yet");
+        const Ref held = share(operands);
+        node.function = create_user_function(const_cast<Problem*>(row_.problem()), operands);
+        node.next = 1;
     }
 
     [[noreturn]] static void raise_too_long() {
@@ -344,7 +345,8 @@ class FormulaWriter {
 
     void close(const OpenNode& node) {
         const int op = node.op();
-        if (!is_balanced(op)) token(kClosingTokens[op].type, kClosingTokens[op].value);
+        const int value = op == kUser ? node.function : kClosingTokens[op].value;
+        if (!is_balanced(op)) token(kClosingTokens[op].type, value);
         open_.pop_back();
         if (!open_.empty()) joined(open_.back());
     }

@@ -61,7 +61,7 @@ REFUSED = {
     "side lost to the constant": lambda x: quilex.constraint(body=x[0] + 3e20, ub=1),
     "no body": lambda x: quilex.constraint.__new__(quilex.constraint),
     "text": lambda x: "x0 <= 1",
-    "user function": lambda x: quilex.user(len, x[0]) <= 1,
+    "user function": lambda x: quilex.user(len, quilex.var()) <= 1,
     "formula, then an unknown variable": lambda x: quilex.sin(x[0]) * quilex.var() <= 1,
     "name not ASCII": lambda x: quilex.constraint(body=x[0] + x[1], ub=1, name="ü"),
     "number that raises": lambda x: quilex.constraint(
