@@ -28,8 +28,8 @@ class Compiler {
 
     ShapeCode run() {
         state_expression();
-        const Derivatives derivatives = differentiate(graph_, root_, weight_, group_.num_slots);
-        choose_outputs(derivatives);
+        if (group_.users != 0)
+            choose_outputs(differentiate(graph_, root_, weight_, group_.num_slots));
         place_.assign(at(graph_.size()), kNoPlace);
         saved_.assign(at(graph_.size()), 0);
         varies_ = find_varying(graph_);
@@ -53,6 +53,7 @@ class Compiler {
             node_of[k] = state(node, node_of);
         }
         root_ = node_of.back();
+        for (const int node : group_.nodes_of_parts) parts_.push_back(node_of[at(node)]);
         graph_.set_drop_zeros(true);
         weight_ = graph_.leaf(NodeKind::kWeight, 0);
     }
@@ -107,6 +108,9 @@ class Compiler {
         std::vector<int> roots = first_;
         roots.insert(roots.end(), second_.begin(), second_.end());
         roots.push_back(root_);
+        for (std::size_t k = 0; k < parts_.size(); ++k)
+            place_[at(parts_[k])] =
+                new_place({PlaceKind::kSlot, group_.num_slots + static_cast<int>(k), 0});
         std::vector<int> computed;
         const auto is_constant = [&](int index) { return varies_[at(index)] == Varying::kNever; };
         for (const int index : graph_.below(roots, is_constant)) {
@@ -166,8 +170,12 @@ class Compiler {
         for (std::size_t k = 0; k < order.size(); ++k) {
             const int index = order[k];
             const Node& node = graph_.node(index);
-            if (node.kind == NodeKind::kColumn) program.slots.push_back(node.a);
-            if (settled_place(index) != kNoPlace || node.kind == NodeKind::kArgument) continue;
+            if (const int place = settled_place(index); place != kNoPlace) {
+                if (code_.places[at(place)].kind == PlaceKind::kSlot)
+                    program.slots.push_back(code_.places[at(place)].number);
+                continue;
+            }
+            if (node.kind == NodeKind::kArgument) continue;
             Code code = code_of(node);
             release_registers(k);
             code.out = result_place(index, node, borrowed);
@@ -234,6 +242,8 @@ class Compiler {
             place = new_place({PlaceKind::kSaved, code_.num_saved++, 0});
             for (int k = 1; k < count; ++k)
                 (void)new_place({PlaceKind::kSaved, code_.num_saved++, 0});
+        } else if (index == root_ && group_.is_part) {
+            place = new_place({PlaceKind::kPart, 0, 0});
         } else if (saved_[at(index)] != 0) {
             place = new_place({PlaceKind::kSaved, code_.num_saved++, 0});
         } else {
@@ -252,6 +262,7 @@ class Compiler {
     ExpressionGraph graph_;
     int root_ = kNoNode;
     int weight_ = kNoNode;
+    std::vector<int> parts_;  // nodes that are read
     std::vector<int> first_;
     std::vector<int> second_;
     std::vector<Varying> varies_;

@@ -6,15 +6,18 @@
 namespace qlx::nlp {
 
 UsedShape::UsedShape(const ShapeGroup& group,
-                     const std::vector<std::span<const ExpressionUse>>& uses, const double* x,
-                     UserCalls& user)
-    : tape_(group, x, user), num_slots_(group.num_slots) {
+                     const std::vector<std::span<const ExpressionUse>>& uses, double* x,
+                     const std::vector<int>& place_of_part, UserCalls& user)
+    : users_(group.users),
+      needed_by_(group.needed_by),
+      tape_(group, x, place_of_part, user),
+      num_slots_(group.num_slots) {
     columns_.resize(at(num_slots_) * group.count());
     for (std::size_t k = 0; k < group.count(); ++k)
         for (int slot = 0; slot < num_slots_; ++slot)
             columns_[at(slot) * group.count() + k] = group.column(k, slot);
     if ((group.users & kUsedByObjective) != 0) objective_coefficients_.resize(group.count());
-    for (std::size_t k = 0; k < group.count(); ++k) {
+    for (std::size_t k = 0; k < group.count() && users_ != 0; ++k) {
         std::size_t depth = 0;
         for (const ExpressionUse& use : uses[at(group.expressions[k])]) {
             if (use.row == kObjectiveRow) {
@@ -80,6 +83,9 @@ void UsedShape::for_block(const Layer& layer, std::size_t first, std::size_t n, 
 }
 
 void UsedShape::add_values(double& objective, double* rows) {
+    // A part of objective and rows is evaluated for whichever comes first.
+    if (has_values_ && users_ == 0) return;
+    has_values_ = true;
     tape_.run(code().value, [&](std::size_t first, std::size_t n, const double* const* outputs) {
         const double* value = outputs[0];
         if (!objective_coefficients_.empty()) {
@@ -123,7 +129,7 @@ void UsedShape::add_jacobian(double* jacobian) {
 }
 
 void UsedShape::prepare_hessian() {
-    if (has_first_) return;
+    if (has_first_ || code().first_slots.empty()) return;
     has_first_ = true;
     tape_.run(code().first, [](std::size_t, std::size_t, const double* const*) {});
 }
