@@ -11,6 +11,7 @@ namespace qlx::nlp::slp {
 
 class DenseEqualityPhase final : public EqualityPhase {
   public:
+    bool bind(const ScaledProblem&, const StopRule&) override { return true; }
     void factor(const Linearisation& model, const WorkingSet& set) override;
     void add_row(Side side) override;
     void add_column(Side side) override;

@@ -118,7 +118,7 @@ void DenseFirstPhase::read(const Linearisation& model, FirstStep& step) const {
 bool DenseFirstPhase::first_step(const Linearisation& model, const FirstStepRequest& request,
                                  const WorkingSet& last, double& penalty, FirstStep& step,
                                  LocalCounts& counts) {
-    if (request.is_new) load_model(model, request, last);
+    load_model(model, request, last);
     load_box(model, request.box);
     step.residue = 0;
     step.least_residue = std::nan("");

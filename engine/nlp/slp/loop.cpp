@@ -24,7 +24,8 @@ constexpr double kBoxMargin = 1.2;
 
 LocalAnswer Loop::run(LocalProblem& problem, const LocalOptions& options, const LoopStart& start) {
     options_ = &options;
-    iteration_ = rejections_ = stuck_ = curvature_steps_ = moved_at_ = 0;
+    iteration_ = moved_at_ = start.iterations;
+    rejections_ = stuck_ = curvature_steps_ = 0;
     restores_ = has_best_ = hessian_is_current_ = false;
     linearisation_is_new_ = was_accepted_ = true;
     residuals_ = {INFINITY, INFINITY};
@@ -72,12 +73,14 @@ void Loop::set_lengths() {
 bool Loop::first_step() {
     if (first_phase_.uses_hessian()) update_hessian();
     const double weight = restores_ ? 1.0 : penalty_;
-    const FirstStepRequest request{box_, weight,   options_->penalty_max, restores_,
-                                   true, hessian_, options_->stop};
+    const FirstStepRequest request{
+        box_,     weight,        options_->penalty_max, restores_, linearisation_is_new_,
+        hessian_, options_->stop};
     double raised = weight;
     const Linearisation linear = model();
     if (!first_phase_.first_step(linear, request, last_set_, raised, first_, problem_.counts))
         return false;
+    linearisation_is_new_ = false;
     if (restores_) return true;
     penalty_ = raised;
     if (first_.residue == 0 && problem_.num_rows() > 0)
@@ -218,6 +221,7 @@ void Loop::accept(const Prediction& prediction, double ratio) {
     was_accepted_ = true;
     last_length_ = step_.d.norm();
     hessian_is_current_ = false;
+    linearisation_is_new_ = true;
     if (!restores_) return;
     const double h = current_.violation;
     if ((h <= 0.1 * restoration_start_ || h <= options_->constraint_violation) &&
@@ -248,6 +252,7 @@ void Loop::enter_restoration() {
     restoration_start_ = current_.violation;
     rejections_ = 0;
     hessian_is_current_ = false;
+    linearisation_is_new_ = true;
     radius_ = box_ = std::max(kRestorationRadius, radius_);
 }
 

@@ -91,7 +91,6 @@ bool Loop::probe_other_pieces() {
             if (!moves_to_better()) continue;
             ++curvature_steps_;
             moved_at_ = iteration_ + 1;
-            hessian_is_current_ = false;
             return true;
         }
     }
@@ -107,6 +106,8 @@ bool Loop::moves_to_better() {
     if (trial_.objective >= current_.objective - least || !problem_.differentiate(trial_))
         return false;
     std::swap(current_, trial_);
+    hessian_is_current_ = false;
+    linearisation_is_new_ = true;
     return true;
 }
 
@@ -121,10 +122,7 @@ bool Loop::probe() {
         problem_.clip(trial_.x);
         if (moves_to_better()) has_moved = true;
     }
-    if (has_moved) {
-        moved_at_ = iteration_ + 1;
-        hessian_is_current_ = false;
-    }
+    if (has_moved) moved_at_ = iteration_ + 1;
     return has_moved;
 }
 

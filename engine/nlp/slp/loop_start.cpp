@@ -62,6 +62,8 @@ std::optional<Loop::End> Loop::begin(LocalProblem& problem, const LoopStart& sta
     last_set_ = start.working_set;
     no_gradient_.setZero(n);
     first_phase_.bind(problem_);
+    if (!equality_.bind(problem_, options_->stop) || !spare_.bind(problem_, options_->stop))
+        return End{LocalStatus::kFailed, "the factors of the rows do not fit into memory"};
     return std::nullopt;
 }
 

@@ -34,6 +34,8 @@ class FirstPhase {
 class EqualityPhase {
   public:
     virtual ~EqualityPhase() = default;
+    // Both must outlive the use. False where the factors would not fit into memory.
+    [[nodiscard]] virtual bool bind(const ScaledProblem& problem, const StopRule& stop) = 0;
     // Columns of the set are fixed at their bounds, rows are kept to their sides. The
     // linearisation must stay as it is until the next call.
     virtual void factor(const Linearisation& model, const WorkingSet& set) = 0;

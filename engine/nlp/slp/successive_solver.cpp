@@ -3,9 +3,12 @@
 
 #include <algorithm>
 
+#include "engine/base/index.hpp"
 #include "engine/nlp/slp/dense_equality_phase.hpp"
 #include "engine/nlp/slp/dense_first_phase.hpp"
 #include "engine/nlp/slp/loop.hpp"
+#include "engine/nlp/slp/sparse_equality_phase.hpp"
+#include "engine/nlp/slp/sparse_first_phase.hpp"
 
 namespace qlx::nlp {
 
@@ -35,15 +38,23 @@ struct SuccessiveSolver::State {
     slp::DenseFirstPhase quadratic;
     slp::DenseEqualityPhase equality;
     slp::DenseEqualityPhase spare;
-    slp::Loop loop{quadratic, equality, spare};
+    slp::Loop dense_loop{quadratic, equality, spare};
+    slp::SparseFirstPhase linear;
+    slp::SparseEqualityPhase sparse_equality;
+    slp::SparseEqualityPhase sparse_spare;
+    slp::Loop sparse_loop{linear, sparse_equality, sparse_spare};
+    int dense_limit = 0;
+    bool was_dense = true;
     LocalWarmStart last;
 
     LocalAnswer run(LocalProblem& problem, const LocalOptions& options,
                     const slp::LoopStart& start) {
-        LocalAnswer answer = loop.run(problem, options, start);
-        return answer;
+        const LocalBounds& bounds = problem.bounds();
+        was_dense = bounds.column_lower.size() + bounds.row_lower.size() <= at(dense_limit);
+        return (was_dense ? dense_loop : sparse_loop).run(problem, options, start);
     }
     void remember(const LocalAnswer& answer) {
+        const slp::Loop& loop = was_dense ? dense_loop : sparse_loop;
         last = {};
         last.x = answer.x;
         last.row_dual = answer.row_dual;
@@ -54,7 +65,9 @@ struct SuccessiveSolver::State {
     }
 };
 
-SuccessiveSolver::SuccessiveSolver() : state_(std::make_unique<State>()) {}
+SuccessiveSolver::SuccessiveSolver(int dense_limit) : state_(std::make_unique<State>()) {
+    state_->dense_limit = dense_limit;
+}
 SuccessiveSolver::~SuccessiveSolver() = default;
 
 LocalAnswer SuccessiveSolver::solve(LocalProblem& problem, const LocalOptions& options) {
@@ -62,14 +75,15 @@ LocalAnswer SuccessiveSolver::solve(LocalProblem& problem, const LocalOptions& o
     start.box = kSmallBox;
     LocalAnswer answer = state_->run(problem, options, start);
     state_->remember(answer);
-    if (problem.bounds().column_lower.size() > kFewColumns ||
+    if (problem.bounds().column_lower.size() > kFewColumns || !state_->was_dense ||
         !state_->quadratic.met_negative_curvature() || options.stop.stop())
         return answer;
     start.box = kLargeBox;
+    start.iterations = answer.iterations;
     LocalAnswer other = state_->run(problem, options, start);
     LocalCounts counts = answer.counts;
     add_counts(other.counts, counts);
-    const int iterations = answer.iterations + other.iterations;
+    const int iterations = other.iterations;
     if (is_better(other, answer)) {
         answer = std::move(other);
         state_->remember(answer);

@@ -19,13 +19,16 @@ struct LocalWarmStart {
 
 // The method of Byrd, Gould, Nocedal and Waltz (2004) with a filter (Fletcher, Leyffer 2002),
 // penalty steering (Byrd, Nocedal, Waltz 2008) and second-order correction. Small problems begin an
-// iteration with a dense quadratic program.
+// iteration with a dense quadratic program, large ones with a linear program, and take projected
+// conjugate gradients for the rest.
 //
 // A solver keeps its arrays: solving problems of one size again allocates little. One thread at a
 // time.
 class SuccessiveSolver final : public LocalSolver {
   public:
-    SuccessiveSolver();
+    // Problems with at most this many columns and rows together are solved by dense methods.
+    static constexpr int kDenseLimit = 80;
+    explicit SuccessiveSolver(int dense_limit = kDenseLimit);
     ~SuccessiveSolver() override;
 
     LocalAnswer solve(LocalProblem& problem, const LocalOptions& options) override;
