@@ -14,6 +14,7 @@ constexpr double kStillViolated = 1e-9;
 constexpr int kRejectionsUntilRestoration = 8;
 constexpr int kMostRejections = 40;
 constexpr int kStuckIterations = 3;
+constexpr int kMostRescalings = 5;
 constexpr double kLargestRadius = 1e10;
 constexpr double kRestorationRadius = 0.1;
 // Growth of the box of first steps, at most and beyond the steps taken.
@@ -25,7 +26,7 @@ constexpr double kBoxMargin = 1.2;
 LocalAnswer Loop::run(LocalProblem& problem, const LocalOptions& options, const LoopStart& start) {
     options_ = &options;
     iteration_ = moved_at_ = start.iterations;
-    rejections_ = stuck_ = curvature_steps_ = 0;
+    rejections_ = stuck_ = curvature_steps_ = rescalings_ = 0;
     restores_ = has_best_ = hessian_is_current_ = false;
     linearisation_is_new_ = was_accepted_ = true;
     residuals_ = {INFINITY, INFINITY};
@@ -222,6 +223,7 @@ void Loop::accept(const Prediction& prediction, double ratio) {
     last_length_ = step_.d.norm();
     hessian_is_current_ = false;
     linearisation_is_new_ = true;
+    if (rescalings_ < kMostRescalings && problem_.hides_rows(current_)) rescale();
     if (!restores_) return;
     const double h = current_.violation;
     if ((h <= 0.1 * restoration_start_ || h <= options_->constraint_violation) &&
@@ -231,6 +233,15 @@ void Loop::accept(const Prediction& prediction, double ratio) {
         radius_ = std::max(radius_, kFreshRadius);
         box_ = std::max(box_, kFreshRadius);
     }
+}
+
+// Rows whose gradients were long at the start only. The filter's pairs are of the old scales.
+void Loop::rescale() {
+    ++rescalings_;
+    problem_.rescale_rows(current_, y_);
+    residual_y_ = y_;
+    acceptance_.start(current_.violation, options_->constraint_violation, has_kinks_);
+    restores_ = false;
 }
 
 void Loop::reject(bool is_defined) {
