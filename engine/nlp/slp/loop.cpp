@@ -192,7 +192,7 @@ Verdict Loop::correct(const Prediction& prediction, bool& is_defined) {
         const double above = problem_.row_upper[side.index] - trial_.rows[side.index];
         change_[side.index] = std::abs(below) < std::abs(above) ? below : above;
     }
-    equality_.shortest(change_, correction_);
+    shortest_correction();
     if (!(correction_.norm() < step_.d.norm())) return none;
     trial_.x = current_.x + step_.d + correction_;
     problem_.clip(trial_.x);
@@ -204,6 +204,25 @@ Verdict Loop::correct(const Prediction& prediction, bool& is_defined) {
     step_.length = correction_.norm();
     step_.longest_entry = correction_.lpNorm<Eigen::Infinity>();
     return verdict;
+}
+
+// The shortest step that makes change_ on the rows of the working set. Rows that the first step
+// leaves violated go to where the linear model has them.
+void Loop::shortest_correction() {
+    if (!any_violated_) {
+        equality_.shortest(change_, correction_);
+        return;
+    }
+    problem_.rows.multiply(current_.jacobian, step_.d, scratch_);
+    active_ = set_;
+    for (int i = 0; i < problem_.num_rows(); ++i) {
+        if (violated_[at(i)] == 0 || problem_.is_linear[at(i)] == 0 || change_[i] != 0) continue;
+        active_.rows.push_back({i, violated_[at(i)] < 0});
+        change_[i] = current_.rows[i] + scratch_[i] - trial_.rows[i];
+    }
+    const Linearisation linear = model();
+    spare_.factor(linear, active_);
+    spare_.shortest(change_, correction_);
 }
 
 void Loop::accept(const Prediction& prediction, double ratio) {

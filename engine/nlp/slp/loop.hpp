@@ -53,6 +53,7 @@ class Loop {
     bool update_hessian();
     void try_step();
     Verdict correct(const Prediction& prediction, bool& is_defined);
+    void shortest_correction();
     void accept(const Prediction& prediction, double ratio);
     void reject(bool is_defined);
     void rescale();
