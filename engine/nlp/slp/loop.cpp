@@ -14,6 +14,7 @@ constexpr double kStillViolated = 1e-9;
 constexpr int kRejectionsUntilRestoration = 8;
 constexpr int kMostRejections = 40;
 constexpr int kStuckIterations = 3;
+constexpr int kMostRescalings = 5;
 constexpr double kLargestRadius = 1e10;
 constexpr double kRestorationRadius = 0.1;
 // Growth of the box of first steps, at most and beyond the steps taken.
@@ -25,7 +26,7 @@ constexpr double kBoxMargin = 1.2;
 LocalAnswer Loop::run(LocalProblem& problem, const LocalOptions& options, const LoopStart& start) {
     options_ = &options;
     iteration_ = moved_at_ = start.iterations;
-    rejections_ = stuck_ = curvature_steps_ = 0;
+    rejections_ = stuck_ = curvature_steps_ = rescalings_ = 0;
     restores_ = has_best_ = hessian_is_current_ = false;
     linearisation_is_new_ = was_accepted_ = true;
     residuals_ = {INFINITY, INFINITY};
@@ -191,7 +192,7 @@ Verdict Loop::correct(const Prediction& prediction, bool& is_defined) {
         const double above = problem_.row_upper[side.index] - trial_.rows[side.index];
         change_[side.index] = std::abs(below) < std::abs(above) ? below : above;
     }
-    equality_.shortest(change_, correction_);
+    shortest_correction();
     if (!(correction_.norm() < step_.d.norm())) return none;
     trial_.x = current_.x + step_.d + correction_;
     problem_.clip(trial_.x);
@@ -203,6 +204,25 @@ Verdict Loop::correct(const Prediction& prediction, bool& is_defined) {
     step_.length = correction_.norm();
     step_.longest_entry = correction_.lpNorm<Eigen::Infinity>();
     return verdict;
+}
+
+// The shortest step that makes change_ on the rows of the working set. Rows that the first step
+// leaves violated go to where the linear model has them.
+void Loop::shortest_correction() {
+    if (!any_violated_) {
+        equality_.shortest(change_, correction_);
+        return;
+    }
+    problem_.rows.multiply(current_.jacobian, step_.d, scratch_);
+    active_ = set_;
+    for (int i = 0; i < problem_.num_rows(); ++i) {
+        if (violated_[at(i)] == 0 || problem_.is_linear[at(i)] == 0 || change_[i] != 0) continue;
+        active_.rows.push_back({i, violated_[at(i)] < 0});
+        change_[i] = current_.rows[i] + scratch_[i] - trial_.rows[i];
+    }
+    const Linearisation linear = model();
+    spare_.factor(linear, active_);
+    spare_.shortest(change_, correction_);
 }
 
 void Loop::accept(const Prediction& prediction, double ratio) {
@@ -222,6 +242,7 @@ void Loop::accept(const Prediction& prediction, double ratio) {
     last_length_ = step_.d.norm();
     hessian_is_current_ = false;
     linearisation_is_new_ = true;
+    if (rescalings_ < kMostRescalings && problem_.hides_rows(current_)) rescale();
     if (!restores_) return;
     const double h = current_.violation;
     if ((h <= 0.1 * restoration_start_ || h <= options_->constraint_violation) &&
@@ -231,6 +252,15 @@ void Loop::accept(const Prediction& prediction, double ratio) {
         radius_ = std::max(radius_, kFreshRadius);
         box_ = std::max(box_, kFreshRadius);
     }
+}
+
+// Rows whose gradients were long at the start only. The filter's pairs are of the old scales.
+void Loop::rescale() {
+    ++rescalings_;
+    problem_.rescale_rows(current_, y_);
+    residual_y_ = y_;
+    acceptance_.start(current_.violation, options_->constraint_violation, has_kinks_);
+    restores_ = false;
 }
 
 void Loop::reject(bool is_defined) {
