@@ -52,13 +52,15 @@ void nonlin_dealloc(PyObject* self) {
 }
 
 int nonlin_traverse(PyObject* self, visitproc visit, void* arg) {
-    // Shared operands lead to no cycle (nonlinear/shared_operands.hpp).
     Py_VISIT(as_node(self)->args);
+    Py_VISIT(as_node(self)->shared);  // left out by the collector unless it has to see the list
     return 0;
 }
 
 int nonlin_clear(PyObject* self) {
     Py_CLEAR(as_node(self)->args);
+    as_node(self)->shared_count = 0;
+    Py_CLEAR(as_node(self)->shared);
     return 0;
 }
 

@@ -1,5 +1,6 @@
 // Deep copies of expression trees, scaled. Without recursion: trees may be deeper than the C stack.
 #include "model/general_operations.hpp"
+#include "module/small_stack.hpp"
 #include "nonlinear/shared_operands.hpp"
 
 namespace quilex {
@@ -170,7 +171,9 @@ class TreeCopy {
         return scale_copy(std::move(copy), frame.scale);
     }
 
-    std::vector<CopyFrame> frames_;
+    static constexpr size_t kUsualDepth = 6;
+
+    SmallStack<CopyFrame, kUsualDepth> frames_;
 };
 
 }  // namespace

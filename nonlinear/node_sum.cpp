@@ -99,6 +99,22 @@ Ref add_sum_to_other(PyObject* a, PyObject* b, double c) {
     return sum;
 }
 
+// copy + the sum b, where nothing else holds the copy, which is no sum.
+Ref add_sum_to_copy(const Ref& copy, PyObject* b) {
+    PyObject* const list = as_node(b)->args;
+    Ref sum = make_container_node(kSum, require(PyList_GetSlice(list, 0, PyList_GET_SIZE(list))));
+    take_shared_operands(sum.get(), as_node(b)->shared, as_node(b)->shared_count);
+    if (is_nonlinear(copy.get())) {
+        add_shared_operand(sum.get(), copy.get());
+    } else {
+        const Ref part = take_simple_part(sum.get());
+        append_simple_part(
+            sum.get(),
+            part ? expression_incremental_alg_sum(copy.get(), part.get(), 1.0) : share(copy.get()));
+    }
+    return sum;
+}
+
 // a + c * b in place, where only a is a sum.
 Ref add_other_to_sum(PyObject* a, PyObject* b, OperandKind kind_b, double c) {
     if (kind_b == kNonlinear) {
@@ -161,7 +177,11 @@ Ref nonlin_incremental_alg_sum(PyObject* a, PyObject* b, double c) {
 Ref nonlin_alg_sum(PyObject* a, PyObject* b, double scale) {
     require_kind(a);
     const Ref copy = copy_operand(a, 1.0);
-    if (is_sum(copy.get())) share_operands(copy.get());
+    if (is_sum(copy.get())) {
+        share_operands(copy.get());
+    } else if (is_sum(b) && scale == 1.0 && !is_zero(copy.get())) {
+        return add_sum_to_copy(copy, b);
+    }
     return nonlin_incremental_alg_sum(copy.get(), b, scale);
 }
 

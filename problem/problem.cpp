@@ -13,6 +13,7 @@
 #include "problem/row_gate.hpp"
 #include "problem/transfer/column_batch.hpp"
 #include "problem/transfer/row_batch.hpp"
+#include "problem/user_functions.hpp"
 
 namespace quilex {
 
@@ -34,10 +35,11 @@ Ref problem_new(PyTypeObject* type, PyObject*, PyObject*) {
     new (&problem->sos_index) IndexMap();
     problem->objective_transfer_row = -1;
     problem->objective_transfer_column = -1;
-    problem->formula_column = -1;
+    problem->formula_column = kUnreadColumn;
     problem->rows = new RowBatch();
     problem->columns = new ColumnBatch();
     problem->results = new Results();
+    problem->user_functions = new UserFunctions();
     return self;
 }
 
@@ -74,6 +76,9 @@ void create_library_problems(Problem* problem, const char* name) {
     if (qlx_py_env.nonlinear_state > 0) {
         require_library(nullptr, QSLPcreateprob(&problem->slpprob, problem->prob));
         require_library(nullptr, QSLPsetintcontrol(problem->slpprob, QSLP_CONTROL_AUTOSAVE, 0));
+        // What callbacks find the problem by; on the problem's workers it is the same.
+        require_library(nullptr,
+                        QSLPsetptrattrib(problem->slpprob, QSLP_POINTER_USEROBJECT, problem));
     }
     load_empty_model(problem->prob, name);
     watch_signals_during_solves(problem);
@@ -120,7 +125,7 @@ int problem_traverse(PyObject* self, visitproc visit, void* arg) noexcept {
     Py_VISIT(problem->attributes);
     for (PyObject* registrations : problem->callbacks) Py_VISIT(registrations);
     Py_VISIT(problem->nl_objexpr);
-    return 0;
+    return problem->user_functions->traverse(visit, arg);
 }
 
 // Lets go of everything that may lead back to the problem. A problem cleared by the collector has
@@ -135,6 +140,7 @@ int problem_clear(PyObject* self) noexcept {
     Py_CLEAR(problem->attributes);
     for (PyObject*& registrations : problem->callbacks) Py_CLEAR(registrations);
     Py_CLEAR(problem->nl_objexpr);
+    problem->user_functions->clear();
     problem->var_index.clear();
     problem->con_index.clear();
     problem->sos_index.clear();
@@ -156,6 +162,7 @@ void problem_dealloc(PyObject* self) noexcept {
     delete problem->rows;
     delete problem->columns;
     delete problem->results;
+    delete problem->user_functions;
     problem->variables.~ObjectList();
     problem->constraints.~ObjectList();
     problem->sos.~ObjectList();

@@ -4,6 +4,8 @@
 #include <qlx/qlx.h>
 #include <qlx/qslp.h>
 
+#include <limits>
+
 #include "module/failure.hpp"
 #include "problem/index_map.hpp"
 #include "problem/object_list.hpp"
@@ -11,10 +13,13 @@
 namespace quilex {
 
 inline constexpr int kCallbackEvents = 36;
+// No column, nor what stands for one.
+inline constexpr int32_t kUnreadColumn = std::numeric_limits<int32_t>::min();
 
 class RowBatch;
 class ColumnBatch;
 struct Results;
+struct UserFunctions;
 
 struct Problem {
     PyObject_HEAD
@@ -34,14 +39,15 @@ struct Problem {
     uint64_t nl_obj;                       // nonzero when the objective was handed to it
     PyObject* nl_objexpr;                  // the objective, kept while it is nonlinear
     int32_t objective_transfer_column;     // -1 when none
-    int32_t formula_column;                // column of coefficients without one; -1 when unread
+    int32_t formula_column;  // of coefficients without a column; kUnreadColumn at first
     PyObject* weak_references;
     RowBatch* rows;        // rows of an addConstraint call that the library lacks yet
     ColumnBatch* columns;  // columns of an addVariable call that the library lacks yet
     bool has_pending;      // a call has to look first: a batch is not empty, or converting
     bool converting;       // a body is being converted: its columns must stay where they are
     Results* results;      // vectors of the last solve; null until asked for
-    unsigned long solving_thread;  // identifier of the thread in a solve call; 0 when none
+    UserFunctions* user_functions;  // callables that formulas name
+    unsigned long solving_thread;   // identifier of the thread in a solve call; 0 when none
 };
 
 extern PyTypeObject problem_type;

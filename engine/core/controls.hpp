@@ -61,6 +61,24 @@ namespace qlx {
          "beyond it, and beyond what tolerances allow, they are branched on") \
     INTEGER(kNonlinearProblem, 12415, autosave, 0, 0, 2147483647, "engine/nlp", \
             "Iterations between two automatic saves; 0: none") \
+    INTEGER(kNonlinearProblem, 12416, nlpsolver, 0, 0, 2, "engine/solve/local_attempts.cpp", \
+            "Local solver: 0 automatic, 1 successive linear and quadratic programming, 2 interior point; with 0 the other takes over where one fails") \
+    INTEGER(kNonlinearProblem, 12417, nlpiterlimit, 3000, 0, 2147483647, "engine/solve/local_attempts.cpp", \
+            "Iterations that one nonlinear solve may use, those of both local solvers together") \
+    REAL(kNonlinearProblem, 12501, nlpfeastol, 1e-6, 1e-10, 1e-2, "engine/solve/local_attempts.cpp", \
+         "Largest violation of a bound or row by the point of a nonlinear solve that counts as none") \
+    REAL(kNonlinearProblem, 12502, nlpopttol, 1e-6, 1e-10, 1e-2, "engine/solve/local_attempts.cpp", \
+         "Largest residual of the optimality conditions at the point of a nonlinear solve that counts as none") \
+    REAL(kNonlinearProblem, 12503, penaltystart, 10, 1e-6, 1e12, "engine/solve/local_attempts.cpp", \
+         "Weight of the rows' violations in the first step of successive programming; it grows up to penaltymax where rows stay violated") \
+    REAL(kNonlinearProblem, 12504, penaltymax, 1e8, 1, 1e20, "engine/solve/local_attempts.cpp", \
+         "Largest weight of the rows' violations") \
+    REAL(kNonlinearProblem, 12505, trustregionstart, 1, 1e-6, 1e12, "engine/solve/local_attempts.cpp", \
+         "Radius of the first trust region of successive programming, in units of max(1, |value|) of each column") \
+    REAL(kNonlinearProblem, 12506, trustregionmin, 1e-13, 1e-16, 1, "engine/solve/local_attempts.cpp", \
+         "Radius of the trust region below which successive programming counts as stalled") \
+    REAL(kNonlinearProblem, 12507, trustregionmax, 1e10, 1e-6, 1e20, "engine/solve/local_attempts.cpp", \
+         "Largest radius of the trust region") \
     VIEW(kNonlinearProblem, 12146, objsense, 1, -1, 1, objective_sense, set_objective_sense, \
          "engine/data/model.cpp", "1 minimises, -1 maximises; the same as the problem's own sense")
 // clang-format on

@@ -29,4 +29,6 @@ void qslp_problem::forget_results() noexcept {
     status = QSLP_UNSTARTED;
     presolve_state = 0;
     objective = qlx::kNoValue;
+    iterations = 0;
+    evaluations = 0;
 }

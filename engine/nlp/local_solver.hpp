@@ -73,6 +73,7 @@ struct LocalOptions {
     double penalty_max = 1e8;
     double trust_region_start = 1;
     double trust_region_min = 1e-13;
+    double trust_region_max = 1e10;
     StopRule stop;  // asked at every iteration
     std::function<void(const LocalProgress&)> progress;  // once per iteration; may be empty
 };

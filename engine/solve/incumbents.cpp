@@ -20,12 +20,24 @@ void drop_negative_zeros(std::vector<double>& x) {
     for (double& value : x) value += 0.0;
 }
 
+// What a value of a column's type was meant to be. Near is what any tolerance of integers is.
+double meant(const Model& model, int col, double value) {
+    constexpr double kNear = 1e-6;
+    const char type = model.col_type()[at(col)];
+    if (type == 'C') return value;
+    const double whole = std::round(value) + 0.0;
+    if (type == 'I' || type == 'B') return whole;
+    const double limit = model.limit(col);
+    if (type == 'P' && value >= limit) return value;
+    if (std::fabs(value - limit) <= kNear) return limit;
+    if (type == 'S') return std::fabs(value) <= kNear ? 0 : value;
+    return type == 'R' || std::fabs(value - whole) <= kNear ? whole : value;
+}
+
 std::vector<double> rounded(const Model& model, const std::vector<double>& x) {
     std::vector<double> point = x;
-    for (std::size_t col = 0; col < point.size(); ++col) {
-        const char type = model.col_type()[col];
-        if (type == 'I' || type == 'B' || type == 'R') point[col] = std::round(point[col]) + 0.0;
-    }
+    for (std::size_t col = 0; col < point.size(); ++col)
+        point[col] = meant(model, static_cast<int>(col), point[col]);
     return point;
 }
 
@@ -39,6 +51,7 @@ Incumbents::Incumbents(Model& model, const Controls& controls, Results& results)
     : model_(model),
       controls_(controls),
       results_(results),
+      feasibility_tolerance_(model.nonlinear().empty() ? controls.feastol : controls.nlpfeastol),
       asked_cutoff_(has_cutoff(controls) ? model.sense() * controls.mipabscutoff : kNone),
       cutoff_(asked_cutoff_) {
     // Changes that wait in the store are merged in on the first reading, which is this one.
@@ -50,24 +63,45 @@ bool Incumbents::complete(Solution& solution, bool integral) const {
     solution.slack = row_activities(model_, solution.x.data());
     const PointCheck check = check_point(model_, solution.x.data(), solution.slack, integral);
     solution.infeasibility = check.feasibility();
-    if (!(check.feasibility() <= controls_.feastol + kRounding)) return false;
-    if (!(check.types <= controls_.inttol + kRounding)) return false;
     for (std::size_t row = 0; row < solution.slack.size(); ++row)
         solution.slack[row] = model_.rhs()[row] - solution.slack[row];
     solution.objective = objective_value(model_, solution.x.data());
-    return true;
+    return check.feasibility() <= feasibility_tolerance_ + kRounding &&
+           check.types <= controls_.inttol + kRounding;
 }
 
 std::shared_ptr<const Solution> Incumbents::take_relaxed(Solution point) {
     if (point.x.size() != at(model_.num_cols())) return nullptr;
     drop_negative_zeros(point.x);
-    if (!complete(point, false)) return nullptr;
+    std::vector<double> given = point.x;
+    clamp_to_bounds(model_, point.x);
+    if (!complete(point, false)) {
+        point.x = std::move(given);
+        if (!complete(point, false)) return nullptr;
+    }
+    return put_relaxed(std::move(point));
+}
+
+void Incumbents::hold_unproved(Solution point) {
+    if (point.x.size() != at(model_.num_cols())) return;
+    drop_negative_zeros(point.x);
+    (void)complete(point, false);
+    put_relaxed(std::move(point));
+}
+
+std::shared_ptr<const Solution> Incumbents::put_relaxed(Solution point) {
     point.dual.resize(at(model_.num_rows()), 0.0);
     point.dj.resize(at(model_.num_cols()), 0.0);
     auto kept = std::make_shared<const Solution>(std::move(point));
     const std::lock_guard lock(mutex_);
     results_.lp.put(kept);
     return kept;
+}
+
+bool Incumbents::holds_rounded(const std::vector<double>& x, double tolerance) const {
+    Solution solution;
+    solution.x = rounded(model_, x);
+    return complete(solution, true) && solution.infeasibility <= tolerance;
 }
 
 Verdict Incumbents::offer(std::span<const double> x) {

@@ -42,9 +42,15 @@ class Incumbents {
     // A point of the relaxation with its duals and reduced costs (empty: zeros); slacks and
     // objective are computed. It replaces the one held. Null when it is not feasible.
     std::shared_ptr<const Solution> take_relaxed(Solution point);
+    // Where a local solver ended that has no solution: held so that it can be read, as a relaxed
+    // one.
+    void hold_unproved(Solution point);
     // A point of all columns, of which there may be more than the model's. Integers are rounded
     // where that keeps it feasible.
     Verdict offer(std::span<const double> x);
+    // Whether a point of the model's columns is feasible with its integers rounded, its rows and
+    // bounds to this tolerance, too.
+    [[nodiscard]] bool holds_rounded(const std::vector<double>& x, double tolerance) const;
     // Takes what was kept back, as of a problem that turns out to have no optimum.
     void forget() noexcept;
 
@@ -60,12 +66,14 @@ class Incumbents {
 
   private:
     [[nodiscard]] bool complete(Solution& solution, bool integral) const;
+    std::shared_ptr<const Solution> put_relaxed(Solution point);
     [[nodiscard]] bool keep(std::shared_ptr<const Solution> solution);
 
     Model& model_;
     const Controls& controls_;
     Results& results_;
     IncumbentEvents events_;
+    const double feasibility_tolerance_;
     const double asked_cutoff_;
     std::atomic<double> cutoff_;
     mutable std::mutex mutex_;

@@ -13,10 +13,16 @@ void solve_with_integrality(Problem& problem, const char* flags);
 // problem.
 void refuse_nonlinear(const Problem& problem);
 
+// Local solvers, or what the problem's class has, where it has no nonlinear coefficients.
+void solve_nonlinear(NonlinearProblem& problem, const char* flags);
+
 class SolveSession;
 
 // Solves the problem of a nested session, integrality included.
 void solve_part(SolveSession& session, const char* flags);
+
+// Solves the linear relaxation of that problem, and gives it as if it were the whole.
+void solve_relaxation(SolveSession& session, const char* flags);
 
 // By class; the caller has checked it.
 void solve_lp(SolveSession& session, const char* flags);

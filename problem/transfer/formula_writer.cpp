@@ -14,7 +14,9 @@
 #include "model/linterm.hpp"
 #include "model/quadterm.hpp"
 #include "module/library_error.hpp"
+#include "module/small_stack.hpp"
 #include "nonlinear/node_internal.hpp"
+#include "problem/user_functions.hpp"
 
 namespace quilex {
 
@@ -85,6 +87,7 @@ struct OpenNode {
     Py_ssize_t count = 0;          // operands that take part in the balanced tree
     Py_ssize_t values = 0;         // operands written
     Py_ssize_t operators = 0;      // operators written
+    int function = 0;              // number of a user function
     Py_ssize_t extracted = -1;     // place of the product's variable that became the column
     bool skips_constants = false;  // they went into the factor
 
@@ -239,12 +242,12 @@ class FormulaWriter {
     void open(PyObject* object) {
         if (formulas_.token_count() > kMostTokens) raise_too_long();
         require_arity(object);
-        OpenNode& node = open_.emplace_back();
+        OpenNode& node = open_.push_back({});
         node.node = share(object);
         const Py_ssize_t size = nonlin_arg_size(object);
         node.count = size;
         const int op = node.op();
-        if (op == kUser) raise_no_user_functions(as_node(object)->args);
+        if (op == kUser) register_function(node);
         if (is_balanced(op)) {
             if (open_.size() == 1 && root_is_product_) extract(node);
             if (size == 0) write_empty(op);
@@ -273,15 +276,14 @@ class FormulaWriter {
         number(op == kSum ? 0.0 : 1.0, "");
     }
 
-    // User functions get a number when the solver can call them.
-    [[noreturn]] static void raise_no_user_functions(PyObject* args) {
-        if (PySequence_Fast_GET_SIZE(args) == 0)
-            raise_runtime_error(
-                "Invalid user function, must specify at least one argument (the user function "
-                "itself)");
-        if (!PyCallable_Check(PySequence_Fast_GET_ITEM(args, 0)))
+    // The function itself, which is no operand, gets its number.
+    void register_function(OpenNode& node) {
+        PyObject* const operands = as_node(node.node.get())->args;
+        if (node.count > 0 && !PyCallable_Check(nonlin_arg_at(node.node.get(), 0)))
             raise_runtime_error("First argument of a user() operator must be the function itself");
-        raise_runtime_error("User functions are not available yet");
+        const Ref held = share(operands);
+        node.function = create_user_function(const_cast<Problem*>(row_.problem()), operands);
+        node.next = 1;
     }
 
     [[noreturn]] static void raise_too_long() {
@@ -342,14 +344,16 @@ class FormulaWriter {
 
     void close(const OpenNode& node) {
         const int op = node.op();
-        if (!is_balanced(op)) token(kClosingTokens[op].type, kClosingTokens[op].value);
+        const int value = op == kUser ? node.function : kClosingTokens[op].value;
+        if (!is_balanced(op)) token(kClosingTokens[op].type, value);
         open_.pop_back();
         if (!open_.empty()) joined(open_.back());
     }
 
     RowEntries& row_;
     FormulaEntries& formulas_;
-    std::vector<OpenNode> open_;
+    static constexpr size_t kUsualDepth = 8;
+    SmallStack<OpenNode, kUsualDepth> open_;
     bool root_is_product_ = false;
     int* column_ = nullptr;
     double* factor_ = nullptr;
@@ -357,7 +361,7 @@ class FormulaWriter {
 
 // The column of coefficients without one of their own.
 int formula_column(Problem* problem) {
-    if (problem->formula_column == -1) {
+    if (problem->formula_column == kUnreadColumn) {
         require_library(
             as_object(problem),
             QSLPgetintattrib(problem->slpprob, QSLP_ATTRIB_EQUALSCOLUMN, &problem->formula_column));

@@ -61,10 +61,6 @@ void NameBatch::clear() noexcept {
     text_.clear();
 }
 
-NameBatch::Mark NameBatch::mark() const noexcept {
-    return {runs_.size(), runs_.empty() ? 0 : runs_.back().count, numbers_.size(), text_.size()};
-}
-
 void NameBatch::rewind(const Mark& mark) noexcept {
     runs_.erase(runs_.begin() + static_cast<ptrdiff_t>(mark.runs), runs_.end());
     if (!runs_.empty()) runs_.back().count = mark.last_count;

@@ -26,7 +26,10 @@ class NameBatch {
         size_t numbers;
         size_t characters;
     };
-    Mark mark() const noexcept;
+    Mark mark() const noexcept {
+        return {runs_.size(), runs_.empty() ? 0 : runs_.back().count, numbers_.size(),
+                text_.size()};
+    }
     void rewind(const Mark& mark) noexcept;
 
   private:

@@ -101,9 +101,10 @@ void RowBatch::collect(Problem* problem, PyObject* object) {
     require_addable(problem, object);
     auto* const constraint = reinterpret_cast<Constraint*>(object);
     // It may have been released to another problem; making it again may run any Python code.
+    const bool is_made_again = has_released_body(constraint);
     Ref body = constraint_body(constraint);
     const ConversionScope conversion(problem);
-    require_addable(problem, object);
+    if (is_made_again) require_addable(problem, object);
     require_sound_bounds(constraint);
     if (empty()) base_ = rows_to_append_to(problem);
     const int row = base_ + row_count();

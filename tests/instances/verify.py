@@ -1,6 +1,6 @@
 """Solves every published instance through the modelling layer and prints one table.
 
-    python verify.py [--kinds lp,mip,qp] [--only NAMES] [--methods all|default] [--time-limit 120]
+    python verify.py [--kinds lp,mip,qp,nlp] [--only NAMES] [--methods all|default] [--time-limit 120]
 
 Each solve runs in a process of its own, ours and the yardstick's in turn: HiGHS alone (highspy,
 same gap, one thread) for LPs and MIPs, PIQP alone for QPs. LPs by all methods have one line each,
@@ -172,15 +172,25 @@ def summary(table):
         yield text
 
 
+def nonlinear_lines(only):
+    """What verify_nonlinear.py prints, which solves in one process of its own."""
+    command = [sys.executable, str(HERE / "verify_nonlinear.py"), "--only", only]
+    with subprocess.Popen(command, stdout=subprocess.PIPE, text=True) as child:
+        yield from (line.rstrip() for line in child.stdout)
+
+
 def main():
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
-    parser.add_argument("--kinds", default=",".join(KINDS))
+    parser.add_argument("--kinds", default=",".join((*KINDS, "nlp")))
     parser.add_argument("--only", default="", help="comma-separated instance names")
     parser.add_argument("--methods", choices=("all", "default"), default="all")
     parser.add_argument("--time-limit", type=float, default=120.0, help="seconds of one solve")
     options = parser.parse_args()
     table = []
-    for kind in options.kinds.split(","):
+    kinds = options.kinds.split(",")
+    if "nlp" in kinds:
+        print(*nonlinear_lines(options.only), sep="\n", flush=True)
+    for kind in [kind for kind in kinds if kind != "nlp"]:
         wanted = options.only.split(",") if options.only else None
         instances = [one for one in published(kind) if wanted is None or one.name in wanted]
         if instances:

@@ -136,7 +136,6 @@ ERRORS = [
     ("other * sin(x)", "Variable in nonlinear part of constraint has not been added to problem"),
     ("sin(2 * other)", "Variable in nonlinear expression has not been added to problem yet"),
     ("sin(x + x * other)", "Variable in nonlinear expression has not been added to problem yet"),
-    ("user(sin, x)", "User functions are not available yet"),
     ("user(x, y)", "First argument of a user() operator must be the function itself"),
     ("user()", "Invalid user function, must specify at least one argument"),
     ("max()", "Nonlinear function max has no arguments"),

@@ -77,16 +77,6 @@ def test_deletion(p, xs):
     assert p.getObjVal() == -20
 
 
-def test_the_linear_part_alone_is_never_solved(p, xs):
-    p.addConstraint(xs[0] + exp(xs[1]) <= 1)
-    for _ in range(2):
-        with pytest.raises(RuntimeError, match="the problem has 1 nonlinear coefficients; there"):
-            p.solve()
-    assert p.getProbStatusString() == "nlp_unstarted"
-    with pytest.raises(RuntimeError):
-        p.getSolution()
-
-
 def test_indicators(p, xs):
     b = quilex.var(vartype=quilex.binary)
     p.addVariable(b)

@@ -1,6 +1,7 @@
 // Reverse differentiation of single formulas.
 #include "engine/nlp/analysis/formula_gradient.hpp"
 
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <limits>
@@ -113,6 +114,9 @@ void FormulaGradient::record(const Formula& formula, std::span<const double> x) 
                 push(operation, 0, x[at(argument)]);
                 nodes_.back().column = argument;
                 break;
+            case Operation::kUser:
+                push_call(*constant++, argument);
+                break;
             default: {
                 const int count = 1 - stack_change(formula.instructions[k]);
                 push(operation, count, value_of_top(operation, count));
@@ -144,11 +148,30 @@ double FormulaGradient::value_of_top(Operation operation, int operands) const {
     return result;
 }
 
+void FormulaGradient::push_call(double number, int operands) {
+    constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
+    const auto count = at(operands);
+    std::vector<double> inputs(count);
+    for (std::size_t k = 0; k < count; ++k)
+        inputs[k] = nodes_[at(stack_[stack_.size() - count + k])].value;
+    std::vector<double> partials(count, kNone);
+    double value = kNone;
+    if (functions_ == nullptr || !functions_->call(static_cast<int>(number), inputs,
+                                                   std::vector<char>(count, 1), value, partials))
+        value = kNone;
+    push(Operation::kUser, operands, value);
+    partials_.resize(operands_.size());
+    std::copy(partials.begin(), partials.end(), partials_.end() - operands);
+}
+
 void FormulaGradient::send_back(const Node& node) {
     const auto operand = [&](int k) -> Node& {
         return nodes_[at(operands_[at(node.first_operand + k)])];
     };
-    if (is_operator(node.operation)) {
+    if (node.operation == Operation::kUser) {
+        for (int k = 0; k < node.operands; ++k)
+            operand(k).adjoint += node.adjoint * partials_[at(node.first_operand + k)];
+    } else if (is_operator(node.operation)) {
         const auto [first, second] =
             derivatives_of_operator(node.operation, operand(0).value, operand(1).value, node.value);
         operand(0).adjoint += node.adjoint * first;

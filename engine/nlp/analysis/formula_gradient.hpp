@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "engine/nlp/formula/instruction.hpp"
+#include "engine/nlp/formula/user_functions.hpp"
 
 namespace qlx::nlp {
 
@@ -12,6 +13,9 @@ namespace qlx::nlp {
 // derivative is that of the active piece, the first where several are.
 class FormulaGradient {
   public:
+    // `functions` are those that formulas name; null: none, and calls have no value.
+    explicit FormulaGradient(UserFunctions* functions = nullptr) noexcept : functions_(functions) {}
+
     // out[column] += scale * derivative at x; returns the formula's value. Both x and out have one
     // place for every column. Not a number, or infinite, where the formula or a derivative is so.
     double add(const Formula& formula, double scale, std::span<const double> x,
@@ -30,10 +34,13 @@ class FormulaGradient {
     void record(const Formula& formula, std::span<const double> x);
     void push(Operation operation, int operands, double value);
     double value_of_top(Operation operation, int operands) const;
+    void push_call(double number, int operands);
     void send_back(const Node& node);
 
+    UserFunctions* functions_;
     std::vector<Node> nodes_;
     std::vector<int> operands_;
+    std::vector<double> partials_;  // of calls, by place in operands_
     std::vector<int> stack_;
 };
 

@@ -35,7 +35,7 @@ EntriesByRow::EntriesByRow(const Statement& statement)
       nonlinear_(sort(statement.nonlinear, statement.num_rows())) {}
 
 StatementValues::StatementValues(const Statement& statement)
-    : statement_(statement), entries_(statement) {
+    : statement_(statement), entries_(statement), gradient_(statement.functions) {
     std::size_t longest = 0;
     for (const NonlinearTerm& term : statement.nonlinear)
         longest = std::max(longest, term.formula.length);

@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <exception>
+#include <limits>
 #include <mutex>
 
 namespace qlx::nlp {
@@ -68,9 +69,11 @@ class Bridge final : public Ipopt::TNLP {
     }
 
     bool eval_f(Index n, const Number* x, bool, Number& value) override {
+        ++answer.counts.functions;
         return guarded([&] { return problem_.objective(view(x, n), value); });
     }
     bool eval_grad_f(Index n, const Number* x, bool, Number* out) override {
+        ++answer.counts.gradients;
         return guarded([&] { return problem_.gradient(view(x, n), view(out, n)); });
     }
     bool eval_g(Index n, const Number* x, bool, Index m, Number* out) override {
@@ -84,18 +87,24 @@ class Bridge final : public Ipopt::TNLP {
     bool eval_h(Index n, const Number* x, bool, Number factor, Index m, const Number* multipliers,
                 bool, Index count, Index* rows, Index* columns, Number* values) override {
         if (values == nullptr) return copy_pattern(problem_.hessian_pattern(), rows, columns);
+        ++answer.counts.hessians;
         return guarded([&] {
             return problem_.hessian(view(x, n), factor, view(multipliers, m), view(values, count));
         });
     }
 
-    bool intermediate_callback(Ipopt::AlgorithmMode, Index iteration, Number, Number, Number,
-                               Number, Number, Number, Number, Number, Index,
-                               const Ipopt::IpoptData*,
+    bool intermediate_callback(Ipopt::AlgorithmMode, Index iteration, Number objective,
+                               Number infeasibility, Number optimality, Number, Number step, Number,
+                               Number, Number, Index, const Ipopt::IpoptData*,
                                Ipopt::IpoptCalculatedQuantities*) override {
         answer.iterations = iteration;
         if (failure) return false;
-        return guarded([&] { return !options_.stop.stop(); });
+        return guarded([&] {
+            if (options_.progress)
+                options_.progress({iteration, objective, infeasibility, optimality, step,
+                                   std::numeric_limits<double>::quiet_NaN()});
+            return !options_.stop.stop();
+        });
     }
 
     void finalize_solution(Ipopt::SolverReturn, Index n, const Number* x, const Number* z_l,
@@ -200,6 +209,33 @@ LocalStatus status_of(Ipopt::ApplicationReturnStatus status) {
     }
 }
 
+const char* reason_of(LocalStatus status) {
+    switch (status) {
+        case LocalStatus::kSolved:
+            return "the optimality conditions hold";
+        case LocalStatus::kAcceptable:
+            return "the optimality conditions hold to a looser tolerance";
+        case LocalStatus::kInfeasible:
+            return "the violation is locally least";
+        case LocalStatus::kUnbounded:
+            return "the iterates diverge";
+        case LocalStatus::kIterationLimit:
+            return "iteration limit";
+        case LocalStatus::kTimeLimit:
+            return "time limit";
+        case LocalStatus::kStopped:
+            return "interrupted";
+        case LocalStatus::kTooManyEquations:
+            return "more equations than columns that can move";
+        case LocalStatus::kInconsistentBounds:
+            return "bounds or sides cross";
+        case LocalStatus::kUndefinedValue:
+            return "a function or derivative is not a number";
+        default:
+            return "the method failed";
+    }
+}
+
 }  // namespace
 
 bool InteriorPointSolver::is_available() noexcept {
@@ -220,6 +256,7 @@ LocalAnswer InteriorPointSolver::solve(LocalProblem& problem, const LocalOptions
     if (bridge->failure) std::rethrow_exception(bridge->failure);
     LocalAnswer answer = std::move(bridge->answer);
     answer.status = status;
+    answer.reason = reason_of(status);
     return answer;
 }
 
@@ -236,6 +273,7 @@ bool InteriorPointSolver::is_available() noexcept {
 LocalAnswer InteriorPointSolver::solve(LocalProblem&, const LocalOptions&) {
     LocalAnswer answer;
     answer.status = LocalStatus::kUnavailable;
+    answer.reason = "this build has no interior point method";
     return answer;
 }
 

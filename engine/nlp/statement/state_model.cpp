@@ -52,6 +52,7 @@ Statement state_model(Model& model) {
     for (std::size_t term = 0; term < store.num_terms(); ++term)
         statement.nonlinear.push_back(
             {store.row(term), store.col(term), store.factor(term), store.formula(term)});
+    statement.functions = model.nonlinear().functions.get();
     return statement;
 }
 
