@@ -56,6 +56,7 @@ nlp::LocalOptions options_for(SolveSession& session, LocalLog& log, int iteratio
     options.penalty_max = controls.penaltymax;
     options.trust_region_start = controls.trustregionstart;
     options.trust_region_min = controls.trustregionmin;
+    options.trust_region_max = controls.trustregionmax;
     options.stop = session.stop_rule();
     options.progress = [&log](const nlp::LocalProgress& progress) { log.report(progress); };
     return options;
