@@ -3,6 +3,7 @@
 
 #include "engine/base/index.hpp"
 #include "engine/core/nonlinear_problem.hpp"
+#include "engine/nlp/analysis/convexity.hpp"
 #include "engine/nlp/presolve/nonlinear_presolve.hpp"
 #include "engine/nlp/statement/statement.hpp"
 #include "engine/nlp/tape/nonlinear_program.hpp"
@@ -92,6 +93,8 @@ class LocalSolve {
 
     Ending verdict(const LocalOutcome& outcome, bool kept) {
         if (outcome.is_optimal && kept) {
+            if (nlp::is_convex_program(presolve_.reduced()))
+                return {QSLP_GLOBALLY_OPTIMAL, QLX_STOP_NONE, "Globally optimal"};
             return {QSLP_LOCALLY_OPTIMAL, QLX_STOP_NONE, "Locally optimal"};
         }
         if (outcome.stop_reason != QLX_STOP_NONE)
