@@ -5,6 +5,7 @@
 
 #include "engine/nlp/analysis/rays.hpp"
 #include "engine/nlp/interior/interior_point_solver.hpp"
+#include "engine/nlp/presolve/kinks.hpp"
 #include "engine/nlp/presolve/nonlinear_presolve.hpp"
 #include "engine/nlp/presolve/start_point.hpp"
 #include "engine/nlp/tape/nonlinear_program.hpp"
@@ -428,6 +429,87 @@ TEST(RaysTest, ClaimsOnlyWhatFallsForEver) {
         if (verdict.is_unbounded) {
             EXPECT_LT(verdict.objective, -1e12) << c.objective;
         }
+    }
+}
+
+TEST(KinksTest, AreReplacedWhereTheProgramOnlyGainsBySmaller) {
+    struct Case {
+        const char* objective;
+        const char* row;
+        double lower, upper;
+        int replaced, left;
+    };
+    const Case cases[] = {
+        {"abs(x0)", "x1", 0, 1, 1, 0},
+        {"-abs(x0)", "x1", 0, 1, 0, 1},
+        {"-min(x0, x1, 2) + exp(abs(x0 - x1))", "x1", 0, 1, 2, 0},
+        {"x0", "max(x0^2, x1) - 2*min(x0, x1)", -kInf, 4, 2, 0},
+        {"x0", "max(x0^2, x1) - 2*min(x0, x1)", 1, kInf, 0, 2},
+        {"x0", "max(x0^2, x1)", 1, 1, 0, 1},
+        {"sqrt(1 + max(x0, abs(x1)))", "x1", 0, 1, 2, 0},
+        {"abs(max(x0, x1))", "x1", 0, 1, 1, 1},  // abs rises and falls
+        {"abs(x0 + 3)", "x1", 0, 1, 0, 0},       // x0 + 3 >= 1
+        {"x0 * max(x0, x1)", "x1", 0, 1, 0, 1},  // x0 has both signs
+        {"(x0 + 3) * max(x0, x1)", "sign(x1)", 0, 1, 1, 1},
+    };
+    for (const Case& c : cases) {
+        StatementBuilder b;
+        b.column(-2, 2);
+        b.column(-2, 2);
+        b.objective(c.objective);
+        b.row(c.lower, c.upper, c.row);
+        const Statement s = b.build();
+        const KinkReformulation result = reformulate_kinks(s);
+        EXPECT_EQ(result.replaced, c.replaced) << c.objective << "; " << c.row;
+        EXPECT_EQ(result.left, c.left) << c.objective << "; " << c.row;
+        EXPECT_EQ(result.statement.num_columns(), 2 + c.replaced);
+    }
+}
+
+// The same optimum by new columns and by smoothing, of programs whose optima are at kinks.
+TEST_F(NonlinearPresolveTest, KinksAreSolvedExactlyAndSmoothly) {
+    struct Case {
+        const char* objective;
+        const char* row;
+        double upper;
+        double x0, x1;
+    };
+    const Case cases[] = {
+        {"abs(x0 - 1) + (x1 - x0)^2 + abs(x1 - 1)", "x0 + x1", 10, 1, 1},
+        {"max(x0^2, (x0 - 2)^2, 0.5 + x1) + x1^2", "x0", 5, 1, 0},
+        {"x1", "max(abs(x0 - 0.5), -x1, 1 - x0 - x1) - 1", 0, 1.5, -0.5},
+        {"exp(max(x0, -x0, x1 + 1)) - x1", "x0", 5, 0, -0.99},
+    };
+    for (const Case& c : cases) {
+        StatementBuilder b;
+        b.column(-3, 3, 0.2);
+        b.column(-3, 3, 0.3);
+        b.objective(c.objective);
+        b.row(-kInf, c.upper, c.row);
+        const Statement s = b.build();
+        const KinkReformulation exact = reformulate_kinks(s);
+        EXPECT_EQ(exact.left, 0);
+        StatementValues values(s);
+        double best = 0;
+        for (const bool smooth : {false, true}) {
+            const KinkReformulation smoothed = smooth_kinks(s, 1e-7);
+            const Statement& stated = smooth ? smoothed.statement : exact.statement;
+            NonlinearProgram program(stated);
+            EXPECT_FALSE(program.has_kinks());
+            const LocalAnswer answer = InteriorPointSolver().solve(program, {});
+            EXPECT_TRUE(answer.status == LocalStatus::kSolved ||
+                        answer.status == LocalStatus::kAcceptable);
+            const std::vector<double> x(answer.x.begin(), answer.x.begin() + 2);
+            const double value = values.value(kObjectiveRow, x);
+            EXPECT_LE(values.value(0, x), c.upper + 1e-6) << c.objective;
+            EXPECT_NEAR(value, answer.objective, 1e-5) << c.objective;
+            if (smooth) {
+                EXPECT_NEAR(value, best, 1e-5) << c.objective;
+            }
+            best = value;
+        }
+        EXPECT_LE(best, values.value(kObjectiveRow, std::vector<double>{c.x0, c.x1}) + 1e-5)
+            << c.objective;
     }
 }
 
