@@ -39,6 +39,20 @@ void refuse_discrete(Model& model) {
         refuse("indicators, as that of row ", model.indicators().begin()->first, ",");
 }
 
+// States that a presolved form of the problem is being solved.
+class PresolvedMark {
+  public:
+    explicit PresolvedMark(NonlinearProblem& problem) : problem_(problem) {
+        problem_.presolve_state |= kPresolved;
+    }
+    ~PresolvedMark() { problem_.presolve_state &= ~kPresolved; }
+    PresolvedMark(const PresolvedMark&) = delete;
+    PresolvedMark& operator=(const PresolvedMark&) = delete;
+
+  private:
+    NonlinearProblem& problem_;
+};
+
 class LocalSolve {
   public:
     explicit LocalSolve(SolveSession& session)
@@ -49,6 +63,7 @@ class LocalSolve {
     Ending run() {
         if (presolve_.verdict() == nlp::PresolveVerdict::kInfeasible)
             return {QSLP_INFEASIBLE, QLX_STOP_NONE, "Infeasible: " + blame()};
+        const PresolvedMark mark(*session_.problem().nonlinear);
         const nlp::Statement& reduced = presolve_.reduced();
         nlp::NonlinearProgram program(reduced, model_.nonlinear().functions.get());
         const LocalOutcome outcome = solve_locally(session_, program, program.start());
