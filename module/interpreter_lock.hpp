@@ -2,7 +2,6 @@
 // functions.
 #pragma once
 
-#include <cxxabi.h>
 #include <unistd.h>
 
 #include "module/environment.hpp"
@@ -17,7 +16,7 @@ template <class Take>
 auto take_lock(Take take) noexcept {
     try {
         return take();
-    } catch (const abi::__forced_unwind&) {
+    } catch (...) {  // C functions throw nothing else
         for (;;) pause();
     }
 }
@@ -36,10 +35,15 @@ class GilRelease {
     PyThreadState* state_;
 };
 
-// Acquires the lock for the enclosing scope, on any thread: in calls from the library.
+// Acquires the lock for the enclosing scope, on any thread: in calls from the library. Once the
+// interpreter is gone there is none: a thread that comes then waits for the process to end.
 class GilAcquire {
   public:
-    GilAcquire() noexcept : state_(take_lock(PyGILState_Ensure)) {}
+    GilAcquire() noexcept
+        : state_(take_lock([] {
+              while (!Py_IsInitialized()) pause();
+              return PyGILState_Ensure();
+          })) {}
     ~GilAcquire() { PyGILState_Release(state_); }
     GilAcquire(const GilAcquire&) = delete;
     GilAcquire& operator=(const GilAcquire&) = delete;

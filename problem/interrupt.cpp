@@ -16,6 +16,7 @@ constexpr int kMillisecondsBetweenLooks = 50;
 // Called by the library on the thread that called solve. Signals are handled on the main thread
 // only; elsewhere PyErr_CheckSignals does nothing.
 int stop_if_signalled(QLXprob prob, void*) {
+    if (!Py_IsInitialized()) return QLX_STOP_USER;  // a daemon thread, the interpreter is gone
     const GilAcquire lock;
     if (PyErr_Occurred() == nullptr) {
         // What a callback raised on a thread of the library's waits to be raised here.

@@ -23,25 +23,46 @@ double row_scale(Model& model, int row, const std::vector<double>& x) {
     return scale;
 }
 
-// Whether a row's dual is rounding in every column that it takes part in.
-bool is_negligible(Model& model, int row, double dual, const ReducedCosts& djs) {
+// In how many of the columns that it takes part in a row's dual is rounding.
+std::size_t columns_of_rounding(Model& model, int row, double dual, const ReducedCosts& djs) {
     const auto columns = model.matrix().row_columns(row);
     const auto values = model.matrix().row_values(row);
+    std::size_t count = 0;
     for (std::size_t k = 0; k < columns.size(); ++k)
-        if (std::fabs(dual * values[k]) > kRounding * djs.scale[at(columns[k])]) return false;
-    return true;
+        if (std::fabs(dual * values[k]) <= kRounding * djs.scale[at(columns[k])]) ++count;
+    return count;
+}
+
+bool is_negligible(Model& model, int row, double dual, const ReducedCosts& djs) {
+    return columns_of_rounding(model, row, dual, djs) == model.matrix().row_columns(row).size();
+}
+
+// The side that a multiplier belongs to: minimising, one above 0 holds the lower side, one below 0
+// the upper one.
+double own_side(const Model& model, double multiplier, const Sides& sides) {
+    const double sign = model.sense() < 0 ? -1.0 : 1.0;
+    return sign * multiplier > 0 ? sides.lower : sides.upper;
 }
 
 }  // namespace
 
 void drop_impossible_duals(const Model& model, std::vector<double>& duals) {
-    const double sign = model.sense() < 0 ? -1.0 : 1.0;
-    for (std::size_t row = 0; row < duals.size(); ++row) {
-        if (duals[row] == 0) continue;
-        const Sides sides = model.relaxed_sides(static_cast<int>(row));
-        const double side = sign * duals[row] > 0 ? sides.lower : sides.upper;
-        if (std::fabs(side) >= kInfinity) duals[row] = 0;
+    for (std::size_t row = 0; row < duals.size(); ++row)
+        if (duals[row] != 0 &&
+            std::fabs(own_side(model, duals[row], model.relaxed_sides(static_cast<int>(row)))) >=
+                kInfinity)
+            duals[row] = 0;
+}
+
+bool drop_rounding_duals(Model& model, std::vector<double>& duals, const ReducedCosts& djs) {
+    bool dropped = false;
+    for (std::size_t k = 0; k < duals.size(); ++k) {
+        if (duals[k] == 0 || columns_of_rounding(model, static_cast<int>(k), duals[k], djs) == 0)
+            continue;
+        duals[k] = 0;
+        dropped = true;
     }
+    return dropped;
 }
 
 ReducedCosts reduced_costs(Model& model, const std::vector<double>& duals) {
@@ -67,30 +88,29 @@ DualCheck check_duals(Model& model, const std::vector<double>& x,
                       const std::vector<double>& activities, double objective,
                       const std::vector<double>& duals, const ReducedCosts& djs) {
     DualCheck check;
-    // Minimising, a multiplier above 0 pairs with the lower side, below 0 with the upper one.
-    const double sign = model.sense() < 0 ? -1.0 : 1.0;
-    const auto pair = [&](double multiplier, double value, const Sides& sides, const auto& scale) {
-        const double side = sign * multiplier > 0 ? sides.lower : sides.upper;
+    const auto pair = [&](double multiplier, double side, double value, const auto& scale) {
         const double distance = std::fabs(value - side);
-        if (std::fabs(side) >= kInfinity)
-            check.infeasibility = std::max(check.infeasibility, std::fabs(multiplier));
-        else if (!(distance <= kRounding * scale()))
-            check.gap += std::fabs(multiplier) * distance;
+        if (!(distance <= kRounding * scale())) check.gap += std::fabs(multiplier) * distance;
     };
     for (std::size_t k = 0; k < duals.size(); ++k) {
         const int row = static_cast<int>(k);
-        if (duals[k] != 0 && !is_negligible(model, row, duals[k], djs))
-            pair(duals[k], activities[k], model.relaxed_sides(row),
-                 [&] { return row_scale(model, row, x); });
+        if (duals[k] == 0 || is_negligible(model, row, duals[k], djs)) continue;
+        const double side = own_side(model, duals[k], model.relaxed_sides(row));
+        if (std::fabs(side) >= kInfinity)
+            check.infeasibility = 1;
+        else
+            pair(duals[k], side, activities[k], [&] { return row_scale(model, row, x); });
     }
-    double largest_cost = 0;
     for (std::size_t k = 0; k < x.size(); ++k) {
-        largest_cost = std::max(largest_cost, std::fabs(model.obj()[k]));
-        if (!(std::fabs(djs.value[k]) <= kRounding * djs.scale[k]))
-            pair(djs.value[k], x[k], model.relaxed_bounds(static_cast<int>(k)),
-                 [&] { return std::fabs(x[k]); });
+        if (std::fabs(djs.value[k]) <= kRounding * djs.scale[k]) continue;
+        const double side =
+            own_side(model, djs.value[k], model.relaxed_bounds(static_cast<int>(k)));
+        if (std::fabs(side) >= kInfinity)
+            check.infeasibility =
+                std::max(check.infeasibility, std::fabs(djs.value[k]) / djs.scale[k]);
+        else
+            pair(djs.value[k], side, x[k], [&] { return std::fabs(x[k]); });
     }
-    check.infeasibility /= largest_cost > 0 ? largest_cost : 1;
     check.gap /= 1 + std::fabs(objective);
     return check;
 }

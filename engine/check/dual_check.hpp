@@ -13,13 +13,19 @@ struct ReducedCosts {
 };
 
 struct DualCheck {
-    double infeasibility = 0;  // largest multiplier of an infinite side, over the largest cost
-    double gap = 0;            // sum of |multiplier * distance from its side| / (1 + |objective|)
+    // Largest multiplier of an infinite side, over the sizes of its own summands: beside the costs
+    // of other columns nothing can be said of it, as their units are others.
+    double infeasibility = 0;
+    double gap = 0;  // sum of |multiplier * distance from its side| / (1 + |objective|)
 };
 
 // Takes out duals whose side does not exist, of free rows for example: however small, times large
 // coefficients they would hide reduced costs that are not 0.
 void drop_impossible_duals(const Model& model, std::vector<double>& duals);
+
+// Takes out duals that are rounding in some column that they take part in; false where there are
+// none. Where they were computed from other columns they are none, so this is worth a try only.
+bool drop_rounding_duals(Model& model, std::vector<double>& duals, const ReducedCosts& djs);
 
 // Objective coefficient - sum of dual * coefficient, by column.
 [[nodiscard]] ReducedCosts reduced_costs(Model& model, const std::vector<double>& duals);

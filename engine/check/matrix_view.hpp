@@ -44,6 +44,9 @@ struct MatrixView {
             },
             start);
     }
+    // A copy compressed by columns, in arrays of int.
+    void write_columns(std::vector<int>& starts, std::vector<int>& rows,
+                       std::vector<double>& values) const;
 };
 
 // minimise cost'x, row_lower <= Ax <= row_upper, lower <= x <= upper; sides of 1e20 and beyond are

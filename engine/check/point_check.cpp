@@ -56,6 +56,13 @@ double objective_value(const Model& model, const double* x) {
     return sum + model.quadratic_objective().value(x);
 }
 
+void clamp_to_bounds(const Model& model, std::vector<double>& x) {
+    for (int col = 0; col < model.num_cols(); ++col) {
+        const Sides bounds = model.relaxed_bounds(col);
+        x[at(col)] = std::max(bounds.lower, std::min(bounds.upper, x[at(col)]));
+    }
+}
+
 PointCheck check_point(Model& model, const double* x, const std::vector<double>& activities,
                        bool integral) {
     const Point point{x, activities};

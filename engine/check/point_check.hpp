@@ -20,6 +20,9 @@ struct PointCheck {
 // Activities of all rows, quadratic terms included.
 [[nodiscard]] std::vector<double> row_activities(Model& model, const double* x);
 [[nodiscard]] double objective_value(const Model& model, const double* x);
+// Moves values that are outside their bounds onto them.
+void clamp_to_bounds(const Model& model, std::vector<double>& x);
+
 // integral: also what makes the model an integer one (types, sets, indicators); without it
 // indicator rows are left out and semi-continuous columns may take any value between 0 and their
 // bounds.

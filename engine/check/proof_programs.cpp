@@ -21,18 +21,8 @@ std::vector<double> row_sizes(const MatrixView& matrix) {
 
 // The view's matrix by columns; rows are divided by what is given for them.
 void take_matrix(const MatrixView& matrix, std::span<const double> divisors, LinearStatement& out) {
-    out.start.assign(at(matrix.num_columns) + 1, 0);
-    matrix.for_each_entry([&](int, int column, double) { ++out.start[at(column) + 1]; });
-    for (std::size_t column = 1; column < out.start.size(); ++column)
-        out.start[column] += out.start[column - 1];
-    out.row.resize(at(out.start.back()));
-    out.value.resize(at(out.start.back()));
-    std::vector<int> next(out.start.begin(), out.start.end() - 1);
-    matrix.for_each_entry([&](int row, int column, double value) {
-        const std::size_t place = at(next[at(column)]++);
-        out.row[place] = row;
-        out.value[place] = value / divisors[at(row)];
-    });
+    matrix.write_columns(out.start, out.row, out.value);
+    for (std::size_t k = 0; k < out.row.size(); ++k) out.value[k] /= divisors[at(out.row[k])];
 }
 
 void add_column(LinearStatement& out, double cost, double lower, double upper) {

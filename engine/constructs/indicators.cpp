@@ -166,7 +166,7 @@ class IndicatorRows final : public Construct {
 }  // namespace
 
 const Construct& indicators() {
-    static const IndicatorRows construct;
+    static const IndicatorRows& construct = *new IndicatorRows;  // for solves that outlive main
     return construct;
 }
 

@@ -196,7 +196,7 @@ class OrderedSets final : public Construct {
 }  // namespace
 
 const Construct& ordered_sets() {
-    static const OrderedSets construct;
+    static const OrderedSets& construct = *new OrderedSets;  // for solves that outlive main
     return construct;
 }
 

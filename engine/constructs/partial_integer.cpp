@@ -95,7 +95,7 @@ class PartialInteger final : public Construct {
 }  // namespace
 
 const Construct& partial_integer() {
-    static const PartialInteger construct;
+    static const PartialInteger& construct = *new PartialInteger;  // for solves that outlive main
     return construct;
 }
 

@@ -121,7 +121,7 @@ class SemiContinuous final : public Construct {
 }  // namespace
 
 const Construct& semicontinuous() {
-    static const SemiContinuous construct;
+    static const SemiContinuous& construct = *new SemiContinuous;  // for solves that outlive main
     return construct;
 }
 

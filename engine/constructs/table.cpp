@@ -4,8 +4,8 @@
 namespace qlx {
 
 const std::vector<const Construct*>& construct_table() {
-    static const std::vector<const Construct*> table = {&semicontinuous(), &partial_integer(),
-                                                        &ordered_sets(), &indicators()};
+    static const auto& table = *new std::vector<const Construct*>{
+        &semicontinuous(), &partial_integer(), &ordered_sets(), &indicators()};
     return table;
 }
 

@@ -5,6 +5,7 @@
 #include <string>
 #include <system_error>
 
+#include "engine/base/running_solves.hpp"
 #include "engine/lp/refusal.hpp"
 
 namespace qlx {
@@ -76,8 +77,9 @@ void HighsSession::call_back(int event, const HighsCallbackOutput* output,
         link_->progress(progress);
     else
         events_->progress(progress);
-    if (input != nullptr)
-        input->user_interrupt = link_ != nullptr ? link_->cancelled() : events_->stop();
+    if (input == nullptr) return;
+    const bool asked = link_ != nullptr ? link_->cancelled() : events_->stop();
+    input->user_interrupt = asked || RunningSolve::process_ends();
 }
 
 RunEnd HighsSession::run_here(KernelEvents& events) {

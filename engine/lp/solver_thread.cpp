@@ -12,6 +12,8 @@
 #include <thread>
 #include <utility>
 
+#include "engine/base/running_solves.hpp"
+
 namespace qlx {
 
 namespace {
@@ -22,26 +24,12 @@ using std::chrono::milliseconds;
 constexpr milliseconds kLook{50};       // between two looks at the caller's reasons to stop
 constexpr milliseconds kOwnLimit{150};  // past its time, before a solve is cancelled
 constexpr milliseconds kPatience{500};  // with a cancelled solve, before it is left behind
-constexpr milliseconds kAtExit{500};    // for solves that were left behind to end
-
-// Solves left behind that still run, and the process they run in: a forked child has none of them.
-std::atomic<int> left_behind{0};
-std::atomic<pid_t> left_behind_in{0};
-
-// The process ends in order where these solves end soon, which they have been told to. One that
-// does not ends with the process; it uses no object of ours that is destroyed before.
-struct ExitGuard {
-    ~ExitGuard() {
-        if (left_behind_in != getpid()) return;
-        const Clock::time_point end = Clock::now() + kAtExit;
-        while (left_behind > 0 && Clock::now() < end) std::this_thread::sleep_for(milliseconds(5));
-    }
-} exit_guard;
 
 // Keeps the code that a solve runs in mapped, whoever unloads it.
 void stay_loaded() noexcept {
     Dl_info here{};
-    if (dladdr(&exit_guard, &here) != 0 && here.dli_fname != nullptr)
+    if (dladdr(reinterpret_cast<const void*>(&stay_loaded), &here) != 0 &&
+        here.dli_fname != nullptr)
         static_cast<void>(dlopen(here.dli_fname, RTLD_NOW | RTLD_NOLOAD | RTLD_NODELETE));
 }
 
@@ -93,7 +81,6 @@ void SolveLink::finish(std::exception_ptr failure) noexcept {
     failure_ = std::move(failure);
     finished_ = true;
     to_caller_.notify_one();
-    if (left_) --left_behind;
 }
 
 SolveEnd SolveLink::run(const std::shared_ptr<SolveLink>& link, std::function<void()> job,
@@ -102,6 +89,7 @@ SolveEnd SolveLink::run(const std::shared_ptr<SolveLink>& link, std::function<vo
     {
         const SignalsBlocked blocked;
         thread = std::thread([link, work = std::move(job)]() mutable {
+            const RunningSolve running;  // until what the job owns is freed
             std::exception_ptr failure;
             try {
                 work();
@@ -148,8 +136,6 @@ SolveEnd SolveLink::attend(KernelEvents& events, double seconds) {
     end.left_behind = !finished_;
     if (end.left_behind) {
         left_ = cancelled_ = true;
-        left_behind_in = process;
-        ++left_behind;
         stay_loaded();
         to_solver_.notify_all();
     }

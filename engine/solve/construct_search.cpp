@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <numeric>
 #include <optional>
 #include <utility>
 
@@ -31,18 +32,26 @@ bool is_worse(const Node& a, const Node& b) {
 // Dives to the likelier child until a node is closed, then goes on where the bound is best.
 class Search {
   public:
-    Search(SolveSession& session, const char* flags, const std::vector<ConstructItem>& items)
+    Search(SolveSession& session, const char* flags, const std::vector<ConstructItem>& items,
+           bool is_linear, const SearchEffort& effort)
         : session_(session),
           flags_(flags),
           items_(items),
+          is_linear_(is_linear),
+          effort_(effort),
+          start_(session.seconds()),
+          solutions_before_(session.results().solutions_found),
           controls_(session.controls()),
           results_(session.results()),
           sense_(session.model().sense()),
-          node_(session.problem(), items) {}
+          node_(session.problem(), items) {
+        // Nodes start from the basis of the one before.
+        if (is_linear_) node_.problem().controls.presolve = 0;
+    }
 
     int run() {
         search_below({});
-        return conclude();
+        return gave_up_ ? kGaveUp : conclude();
     }
 
   private:
@@ -106,17 +115,31 @@ class Search {
         return std::nullopt;
     }
 
+    // What is left of the effort; a search that found something is worth all the time there is.
+    [[nodiscard]] double seconds_of_effort() const noexcept {
+        if (results_.solutions_found != solutions_before_) return kUnbounded;
+        return effort_.seconds - (session_.seconds() - start_);
+    }
+
     int reason_to_stop() noexcept {
         if (const int reason = session_.stop_rule().reason(); reason != QLX_STOP_NONE)
             return reason;
         if (controls_.lpiterlimit == 0) return QLX_STOP_ITERLIMIT;
+        gave_up_ = seconds_of_effort() <= 0 ||
+                   (explored_++ >= effort_.nodes && std::isfinite(seconds_of_effort()));
+        if (gave_up_) return QLX_STOP_NODELIMIT;
         return results_.nodes >= controls_.nodelimit ? QLX_STOP_NODELIMIT : QLX_STOP_NONE;
+    }
+
+    [[nodiscard]] bool holds_rounded(const std::vector<double>& x) {
+        return session_.incumbents().holds_rounded(x, effort_.tolerance);
     }
 
     // True when the point is one of the whole problem, whether or not it beats the cutoff.
     bool offer(const std::vector<double>& x) {
         if (session_.incumbents().is_full()) return false;
         if (!branches_at(x.data()).empty()) return false;
+        if (is_linear_ && effort_.tolerance < 1 && !holds_rounded(x)) return false;
         if (session_.offer(x) == Verdict::kRejected) return false;
         has_point_ = true;
         return true;
@@ -134,8 +157,17 @@ class Search {
         return whole;
     }
 
+    void solve_node(SolveSession& session) {
+        if (is_linear_)
+            solve_relaxation(session, flags_);
+        else
+            solve_part(session, flags_);
+    }
+
     const Results& solve(const Node& node) {
         Problem& part = node_.problem();
+        part.controls.timelimit =
+            std::min(controls_.timelimit, std::max(1e-3, seconds_of_effort()));
         part.controls.nodelimit = controls_.nodelimit - static_cast<int>(results_.nodes);
         part.controls.mipabscutoff = sense_ * std::min(cutoff(), kInfinity);
         current_bound_ = node.bound;
@@ -145,7 +177,7 @@ class Search {
                                        offer(found.x);
                                        if (is_found()) session.stop(QLX_STOP_SOLLIMIT);
                                    }});
-        solve_part(session, flags_);
+        solve_node(session);
         KernelResult one;
         one.nodes = 1;
         if (part.results.nodes == 0) session.count(one);
@@ -219,7 +251,13 @@ class Search {
     }
 
     std::optional<Node> take(Node node, const std::vector<double>& x) {
+        // A point whose integers are off by tolerances may be a solution in spite of them.
+        if (is_linear_ && integer_branches(x.data(), 1e-6).empty() && holds_rounded(x))
+            session_.offer(x);
         auto children = branches_at(x.data());
+        // What is nearly an integer may be none to a large coefficient.
+        if (children.empty() && is_linear_ && !holds_rounded(x))
+            children = integer_branches(x.data(), 0);
         if ((children.empty() && offer(x)) || is_closed(node.bound)) {
             close(node.bound);
             return std::nullopt;
@@ -249,7 +287,58 @@ class Search {
                          [](const auto& a, const auto& b) { return a.first > b.first; });
         for (const auto& [share, one] : violated)
             if (auto children = branches(*one, x); !children.empty()) return children;
-        return {};
+        return integer_branches(x, 1e-9);
+    }
+
+    [[nodiscard]] bool is_branched_integer(int col) const {
+        const char type = node_.model().col_type()[at(col)];
+        return is_linear_ && (type == 'I' || type == 'B');
+    }
+
+    // Points may be outside by a tolerance, which branching would not change.
+    [[nodiscard]] double within_bounds(const double* x, int col) const {
+        const Model& model = node_.model();
+        return std::max(model.lb()[at(col)], std::min(model.ub()[at(col)], x[col]));
+    }
+
+    // Either side of the value of the integer column that is farthest from one, the nearer first.
+    [[nodiscard]] std::vector<Branch> integer_branches(const double* x, double negligible) const {
+        double farthest = negligible;
+        int chosen = -1;
+        for (int col = 0; col < node_.model().num_cols(); ++col) {
+            const double value = within_bounds(x, col);
+            if (!is_branched_integer(col) || distance_to_integer(value) <= farthest) continue;
+            farthest = distance_to_integer(value);
+            chosen = col;
+        }
+        if (chosen < 0) return {};
+        const double value = within_bounds(x, chosen);
+        std::vector<Branch> children = split(chosen, std::floor(value));
+        if (value - std::floor(value) > 0.5) std::swap(children[0], children[1]);
+        return children;
+    }
+
+    // The halves of the widest range of an integer column that can be halved to single values.
+    [[nodiscard]] std::vector<Branch> halves() const {
+        constexpr double kWidest = 1e6;
+        double widest = 0;
+        int chosen = -1;
+        for (int col = 0; col < node_.model().num_cols(); ++col) {
+            const double width = node_.model().ub()[at(col)] - node_.model().lb()[at(col)];
+            if (!is_branched_integer(col) || width > kWidest || width <= widest) continue;
+            widest = width;
+            chosen = col;
+        }
+        if (chosen < 0) return {};
+        return split(chosen, std::floor(std::midpoint(node_.model().lb()[at(chosen)],
+                                                      node_.model().ub()[at(chosen)])));
+    }
+
+    static std::vector<Branch> split(int col, double below) {
+        std::vector<Branch> children;
+        children.push_back({{{col, -kInfinity, below}}, {}, {}});
+        children.push_back({{{col, below + 1, kInfinity}}, {}, {}});
+        return children;
     }
 
     // A node without an answer that stands the check: its children may be easier.
@@ -257,6 +346,8 @@ class Search {
         for (const ConstructItem& one : items_)
             if (auto children = branches(one, nullptr); !children.empty())
                 return branch(std::move(node), std::move(children));
+        if (auto children = halves(); !children.empty())
+            return branch(std::move(node), std::move(children));
         undecided_ = true;
         close(node.bound);
         return std::nullopt;
@@ -281,7 +372,7 @@ class Search {
         part.controls.mipabscutoff = kInfinity;
         part.controls.timelimit = std::max(1.0, session_.seconds());
         SolveSession session(session_, part);
-        solve_part(session, flags_);
+        solve_node(session);
         return part.results.mip_status == QLX_MIP_INFEAS;
     }
 
@@ -306,7 +397,13 @@ class Search {
 
     SolveSession& session_;
     const char* flags_;
-    const std::vector<ConstructItem>& items_;
+    const std::vector<ConstructItem> items_;
+    const bool is_linear_;  // nodes are linear programs, integers are branched on
+    const SearchEffort effort_;
+    const double start_;
+    const std::int64_t solutions_before_;
+    int explored_ = 0;
+    bool gave_up_ = false;
     const Controls& controls_;
     Results& results_;
     double sense_;
@@ -325,7 +422,12 @@ class Search {
 
 int search_constructs(SolveSession& session, const char* flags,
                       const std::vector<ConstructItem>& items) {
-    return Search(session, flags, items).run();
+    return Search(session, flags, items, false, {}).run();
+}
+
+int search_by_linear_programs(SolveSession& session, const char* flags,
+                              const SearchEffort& effort) {
+    return Search(session, flags, construct_items(session.model()), true, effort).run();
 }
 
 }  // namespace qlx

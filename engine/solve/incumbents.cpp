@@ -20,12 +20,24 @@ void drop_negative_zeros(std::vector<double>& x) {
     for (double& value : x) value += 0.0;
 }
 
+// What a value of a column's type was meant to be. Near is what any tolerance of integers is.
+double meant(const Model& model, int col, double value) {
+    constexpr double kNear = 1e-6;
+    const char type = model.col_type()[at(col)];
+    if (type == 'C') return value;
+    const double whole = std::round(value) + 0.0;
+    if (type == 'I' || type == 'B') return whole;
+    const double limit = model.limit(col);
+    if (type == 'P' && value >= limit) return value;
+    if (std::fabs(value - limit) <= kNear) return limit;
+    if (type == 'S') return std::fabs(value) <= kNear ? 0 : value;
+    return type == 'R' || std::fabs(value - whole) <= kNear ? whole : value;
+}
+
 std::vector<double> rounded(const Model& model, const std::vector<double>& x) {
     std::vector<double> point = x;
-    for (std::size_t col = 0; col < point.size(); ++col) {
-        const char type = model.col_type()[col];
-        if (type == 'I' || type == 'B' || type == 'R') point[col] = std::round(point[col]) + 0.0;
-    }
+    for (std::size_t col = 0; col < point.size(); ++col)
+        point[col] = meant(model, static_cast<int>(col), point[col]);
     return point;
 }
 
@@ -61,7 +73,12 @@ bool Incumbents::complete(Solution& solution, bool integral) const {
 std::shared_ptr<const Solution> Incumbents::take_relaxed(Solution point) {
     if (point.x.size() != at(model_.num_cols())) return nullptr;
     drop_negative_zeros(point.x);
-    if (!complete(point, false)) return nullptr;
+    std::vector<double> given = point.x;
+    clamp_to_bounds(model_, point.x);
+    if (!complete(point, false)) {
+        point.x = std::move(given);
+        if (!complete(point, false)) return nullptr;
+    }
     return put_relaxed(std::move(point));
 }
 
@@ -79,6 +96,12 @@ std::shared_ptr<const Solution> Incumbents::put_relaxed(Solution point) {
     const std::lock_guard lock(mutex_);
     results_.lp.put(kept);
     return kept;
+}
+
+bool Incumbents::holds_rounded(const std::vector<double>& x, double tolerance) const {
+    Solution solution;
+    solution.x = rounded(model_, x);
+    return complete(solution, true) && solution.infeasibility <= tolerance;
 }
 
 Verdict Incumbents::offer(std::span<const double> x) {

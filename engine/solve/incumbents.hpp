@@ -42,11 +42,15 @@ class Incumbents {
     // A point of the relaxation with its duals and reduced costs (empty: zeros); slacks and
     // objective are computed. It replaces the one held. Null when it is not feasible.
     std::shared_ptr<const Solution> take_relaxed(Solution point);
-    // Where a local solver ended that has no solution: held so that it can be read, as a relaxed one.
+    // Where a local solver ended that has no solution: held so that it can be read, as a relaxed
+    // one.
     void hold_unproved(Solution point);
     // A point of all columns, of which there may be more than the model's. Integers are rounded
     // where that keeps it feasible.
     Verdict offer(std::span<const double> x);
+    // Whether a point of the model's columns is feasible with its integers rounded, its rows and
+    // bounds to this tolerance, too.
+    [[nodiscard]] bool holds_rounded(const std::vector<double>& x, double tolerance) const;
     // Takes what was kept back, as of a problem that turns out to have no optimum.
     void forget() noexcept;
 

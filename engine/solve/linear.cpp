@@ -3,10 +3,13 @@
 #include <utility>
 
 #include "engine/check/dual_check.hpp"
+#include "engine/check/store_view.hpp"
 #include "engine/lp/live_model.hpp"
+#include "engine/solve/dense_simplex.hpp"
 #include "engine/solve/kernel_options.hpp"
 #include "engine/solve/linear_claims.hpp"
 #include "engine/solve/recovery.hpp"
+#include "engine/solve/refinement.hpp"
 #include "engine/solve/solve.hpp"
 #include "engine/solve/solve_session.hpp"
 
@@ -19,29 +22,50 @@ namespace {
 constexpr double kDualTolerance = 1e-6;
 constexpr double kGapTolerance = 1e-6;
 
+// Whether duals prove a point optimal.
+bool are_optimal(SolveSession& session, const Solution& point, const std::vector<double>& duals,
+                 const ReducedCosts& djs) {
+    std::vector<double> activities = session.model().rhs();
+    for (std::size_t row = 0; row < activities.size(); ++row) activities[row] -= point.slack[row];
+    const DualCheck check =
+        check_duals(session.model(), point.x, activities, point.objective, duals, djs);
+    const double opttol = session.controls().opttol;
+    return check.infeasibility <= std::max(kDualTolerance, 10 * opttol) &&
+           check.gap <= std::max(kGapTolerance, 10 * opttol);
+}
+
+// Hands a point to the incumbents; true if its duals prove it optimal too, as they are or without
+// what is rounding in them.
+bool take_optimum(SolveSession& session, Solution point) {
+    Model& model = session.model();
+    drop_impossible_duals(model, point.dual);
+    ReducedCosts djs = reduced_costs(model, point.dual);
+    point.dj = djs.value;
+    const auto taken = session.incumbents().take_relaxed(std::move(point));
+    if (taken == nullptr) return false;
+    if (are_optimal(session, *taken, taken->dual, djs)) return true;
+    Solution cleared = *taken;
+    if (!drop_rounding_duals(model, cleared.dual, djs)) return false;
+    djs = reduced_costs(model, cleared.dual);
+    if (!are_optimal(session, *taken, cleared.dual, djs)) return false;
+    cleared.dj = djs.value;
+    return session.incumbents().take_relaxed(std::move(cleared)) != nullptr;
+}
+
 // Hands the kernel's point to the incumbents; true if it is optimal too.
 bool take_point(SolveSession& session, const LpKernel& kernel, const KernelResult& result) {
     if (!result.has_point) return false;
-    Model& model = session.model();
     Solution point;
-    ReducedCosts djs;
     point.x = kernel.col_value();
+    if (result.has_duals) point.dual = kernel.row_dual();
+    if (result.has_duals && result.outcome == KernelOutcome::kOptimal)
+        return take_optimum(session, std::move(point));
     if (result.has_duals) {
-        point.dual = kernel.row_dual();
-        drop_impossible_duals(model, point.dual);
-        djs = reduced_costs(model, point.dual);
-        point.dj = djs.value;
+        drop_impossible_duals(session.model(), point.dual);
+        point.dj = reduced_costs(session.model(), point.dual).value;
     }
     const auto taken = session.incumbents().take_relaxed(std::move(point));
-    if (taken == nullptr || result.outcome != KernelOutcome::kOptimal) return false;
-    if (!result.has_duals) return true;
-    std::vector<double> activities = model.rhs();
-    for (std::size_t row = 0; row < activities.size(); ++row) activities[row] -= taken->slack[row];
-    const DualCheck duals =
-        check_duals(model, taken->x, activities, taken->objective, taken->dual, djs);
-    const double opttol = session.controls().opttol;
-    return duals.infeasibility <= std::max(kDualTolerance, 10 * opttol) &&
-           duals.gap <= std::max(kGapTolerance, 10 * opttol);
+    return taken != nullptr && result.outcome == KernelOutcome::kOptimal;
 }
 
 // Whether a limit that the caller knows of, or an interrupt, stopped a solve: limits of our own
@@ -102,13 +126,61 @@ class Ladder {
         session_.results().stop_status = QLX_STOP_NONE;
         claimed_ = claims_no_optimum(result.outcome);
         if (claimed_) {
-            const int status = status_by_rays(session_, kernel_, result, options.matrix_tolerance);
+            const int status =
+                status_by_rays(session_, result.outcome,
+                               {kernel_.dual_ray(), kernel_.primal_ray(), kernel_.col_value()},
+                               options.matrix_tolerance);
             if (status >= 0) return status;
         }
         // On a model without an optimum the solver may also end without a word.
         if (step < kWithoutPresolve || decided_) return -1;
         decided_ = true;
-        return status_by_phase_one(session_, options);
+        const int status = refine(options);
+        return status >= 0 ? status : status_by_phase_one(session_, options);
+    }
+
+    // To more digits, which also tells apart what the tolerances blur. -1 when nothing is proven.
+    int refine(const KernelOptions& options) {
+        const StoreView store(session_.model(), options.matrix_tolerance);
+        const ProgramView& program = store.view();
+        if (fits_dense_simplex(program)) {
+            const DenseAnswer answer = solve_dense(program, session_.stop_rule());
+            const int status = take_dense(answer, options.matrix_tolerance);
+            if (status >= 0) return status;
+        }
+        Refinement refined(session_, program, options);
+        while (refined.advance()) {
+            if (claims_no_optimum(refined.outcome()))
+                return status_by_rays(session_, refined.outcome(),
+                                      {refined.dual_ray(), refined.primal_ray(), refined.x()},
+                                      options.matrix_tolerance);
+            if (take_minimum(refined.x(), refined.duals())) return QLX_LP_OPTIMAL;
+        }
+        return session_.results().stop_status != QLX_STOP_NONE ? QLX_LP_UNFINISHED : -1;
+    }
+
+    int take_dense(const DenseAnswer& answer, double matrix_tolerance) {
+        switch (answer.status) {
+            case DenseAnswer::Status::kOptimal:
+                return take_minimum(answer.x, answer.duals) ? int{QLX_LP_OPTIMAL} : -1;
+            case DenseAnswer::Status::kInfeasible:
+                return status_by_rays(session_, KernelOutcome::kInfeasible, {answer.duals, {}, {}},
+                                      matrix_tolerance);
+            case DenseAnswer::Status::kUnbounded:
+                return status_by_rays(session_, KernelOutcome::kUnbounded,
+                                      {{}, answer.ray, answer.x}, matrix_tolerance);
+            default:
+                return -1;
+        }
+    }
+
+    // Of the program as minimised.
+    bool take_minimum(std::vector<double> x, std::vector<double> duals) {
+        Solution point;
+        point.x = std::move(x);
+        point.dual = std::move(duals);
+        for (double& dual : point.dual) dual *= session_.model().sense();
+        return take_optimum(session_, std::move(point));
     }
 
     void announce(const Recovery& recovery) {

@@ -8,7 +8,7 @@
 #include "engine/check/point_check.hpp"
 #include "engine/check/proof.hpp"
 #include "engine/check/store_view.hpp"
-#include "engine/lp/live_model.hpp"
+#include "engine/solve/refinement.hpp"
 
 namespace qlx {
 
@@ -17,38 +17,30 @@ namespace {
 // Points of which only the existence counts may be as loose as the proofs are.
 constexpr double kPointTolerance = 1e-6;
 
-// The least that HiGHS drops: the programs leave out what counts as 0, and scale the rest.
-constexpr double kDropped = 1e-12;
-
-bool is_feasible(SolveSession& session, const std::vector<double>& x) {
+// Bounds hold exactly here: what is beyond one by a tolerance, times a large coefficient, would
+// satisfy rows that nothing does.
+bool is_feasible(SolveSession& session, std::vector<double> x) {
     Model& model = session.model();
     if (x.size() < model.lb().size()) return false;
+    clamp_to_bounds(model, x);
     const std::vector<double> activities = row_activities(model, x.data());
     return check_point(model, x.data(), activities, false).feasibility() <=
            std::max(kPointTolerance, 10 * session.controls().feastol);
 }
 
-KernelModel kernel_model_of(LinearStatement&& statement) {
-    KernelModel out;
-    out.num_cols = static_cast<int>(statement.cost.size());
-    out.num_rows = static_cast<int>(statement.row_lower.size());
-    out.cost = std::move(statement.cost);
-    out.lower = std::move(statement.lower);
-    out.upper = std::move(statement.upper);
-    out.row_lower = std::move(statement.row_lower);
-    out.row_upper = std::move(statement.row_upper);
-    out.start = std::move(statement.start);
-    out.row = std::move(statement.row);
-    out.value = std::move(statement.value);
-    return out;
+// Whether a limit or an interrupt stopped what was last solved.
+bool was_stopped(SolveSession& session) {
+    return session.results().stop_status != QLX_STOP_NONE;
 }
 
-// The solve of one of these programs. False when a limit or an interrupt stopped it.
-bool solve_program(SolveSession& session, const KernelOptions& options, LinearStatement&& program,
-                   LpKernel& kernel) {
-    if (!kernel.load(kernel_model_of(std::move(program)), kDropped)) return true;
-    session.run(kernel, options, session.events());
-    return session.results().stop_status == QLX_STOP_NONE;
+// Whether a direction that improves is found among those of entries up to 1.
+bool finds_ray(SolveSession& session, const KernelOptions& options, const ProgramView& program) {
+    const LinearStatement cone = recession_program(program);
+    const ProgramView view = cone.view();
+    Refinement best(session, view, options);
+    while (best.advance())
+        if (!improving_ray(program, best.x()).empty()) return true;
+    return false;
 }
 
 }  // namespace
@@ -58,17 +50,14 @@ bool claims_no_optimum(KernelOutcome outcome) noexcept {
            outcome == KernelOutcome::kInfeasibleOrUnbounded;
 }
 
-int status_by_rays(SolveSession& session, LpKernel& kernel, const KernelResult& result,
+int status_by_rays(SolveSession& session, KernelOutcome claim, const Rays& rays,
                    double matrix_tolerance) {
     const StoreView store(session.model(), matrix_tolerance);
-    if (result.outcome != KernelOutcome::kUnbounded) {
-        if (proves_infeasible(store.view(), kernel.dual_ray())) return QLX_LP_INFEAS;
-    }
-    if (result.outcome != KernelOutcome::kInfeasible) {
-        if (!improving_ray(store.view(), kernel.primal_ray()).empty() &&
-            is_feasible(session, kernel.col_value()))
-            return QLX_LP_UNBOUNDED;
-    }
+    if (claim != KernelOutcome::kUnbounded && proves_infeasible(store.view(), rays.dual))
+        return QLX_LP_INFEAS;
+    if (claim != KernelOutcome::kInfeasible && !improving_ray(store.view(), rays.primal).empty() &&
+        is_feasible(session, rays.point))
+        return QLX_LP_UNBOUNDED;
     return -1;
 }
 
@@ -83,24 +72,27 @@ bool has_improving_ray(SolveSession& session, const KernelOptions& options) {
     }
     if (!may_improve) return false;
     const StoreView store(model, options.matrix_tolerance);
-    LpKernel ray;
     const int stopped = session.results().stop_status;
-    const bool ended = solve_program(session, options, recession_program(store.view()), ray);
+    const bool found = finds_ray(session, options, store.view());
     session.results().stop_status = stopped;
-    return ended && !improving_ray(store.view(), ray.col_value()).empty();
+    return found;
 }
 
 int status_by_phase_one(SolveSession& session, const KernelOptions& options) {
     const StoreView store(session.model(), options.matrix_tolerance);
     const ProgramView& program = store.view();
-    LpKernel elastic;
-    if (!solve_program(session, options, elastic_program(program), elastic))
-        return QLX_LP_UNFINISHED;
-    if (proves_infeasible(program, elastic.row_dual())) return QLX_LP_INFEAS;
-    if (!is_feasible(session, elastic.col_value())) return -1;
-    LpKernel ray;
-    if (!solve_program(session, options, recession_program(program), ray)) return QLX_LP_UNFINISHED;
-    return improving_ray(program, ray.col_value()).empty() ? -1 : QLX_LP_UNBOUNDED;
+    const LinearStatement elastic = elastic_program(program);
+    const ProgramView view = elastic.view();
+    Refinement least(session, view, options);
+    bool has_point = false;
+    // A point that is feasible by the tolerances may be none to more digits.
+    while (least.advance()) {
+        if (proves_infeasible(program, least.duals())) return QLX_LP_INFEAS;
+        has_point = has_point || is_feasible(session, least.x());
+    }
+    if (!was_stopped(session) && has_point && finds_ray(session, options, program))
+        return QLX_LP_UNBOUNDED;
+    return was_stopped(session) ? QLX_LP_UNFINISHED : -1;
 }
 
 }  // namespace qlx

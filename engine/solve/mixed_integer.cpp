@@ -10,6 +10,7 @@
 #include "engine/solve/kernel_options.hpp"
 #include "engine/solve/linear_claims.hpp"
 #include "engine/solve/recovery.hpp"
+#include "engine/solve/second_look.hpp"
 #include "engine/solve/solve.hpp"
 #include "engine/solve/solve_session.hpp"
 
@@ -286,29 +287,35 @@ void finish(SolveSession& session, int status) {
     session.send_end(describe(status), objective);
 }
 
-}  // namespace
-
-void solve_mip(SolveSession& session, const char* flags) {
+// The status as the kernel's tree search has it, with binaries or branches for the constructs.
+int searched_status(SolveSession& session, const char* flags) {
     KernelOptions asked = kernel_options(session.controls(), flags);
-    session.send_start("MIP");
     double big_m = 1;
     if (has_constructs(session.model())) {
         const Reformulation statement = reformulation(session);
         if (const auto& items = statement.branched(); !items.empty())
-            return finish(session, search_constructs(session, flags, items));
+            return search_constructs(session, flags, items);
         big_m = statement.big_m();
         tighten_for(asked, big_m);
     }
-    int status = climb(session, asked);
-    if (big_m > 1) status = proven_status(session, asked, big_m, status);
-    if (status == kUndecided) {
-        session.send(QLX_MSG_WARNING, message::kRecovery,
-                     "the solver's result with large coefficients did not stand the check; "
-                     "branching on constructs instead");
-        const Reformulation plain(session.model(), 1);
-        status = search_constructs(session, flags, plain.branched());
-    }
-    finish(session, status);
+    const int status = climb(session, asked);
+    const int proven = big_m > 1 ? proven_status(session, asked, big_m, status) : status;
+    if (proven != kUndecided) return proven;
+    session.send(QLX_MSG_WARNING, message::kRecovery,
+                 "the solver's result with large coefficients did not stand the check; "
+                 "branching on constructs instead");
+    const Reformulation plain(session.model(), 1);
+    return search_constructs(session, flags, plain.branched());
+}
+
+}  // namespace
+
+void solve_mip(SolveSession& session, const char* flags) {
+    session.send_start("MIP");
+    const int status = searched_status(session, flags);
+    finish(session, is_open(session, status) || is_doubtful(session, status)
+                        ? second_look(session, flags, status)
+                        : status);
 }
 
 }  // namespace qlx

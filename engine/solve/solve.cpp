@@ -1,6 +1,7 @@
 // Dispatches a solve to the solver of the problem's class.
 #include "engine/solve/solve.hpp"
 
+#include "engine/core/nonlinear_problem.hpp"
 #include "engine/core/problem.hpp"
 #include "engine/solve/classify.hpp"
 #include "engine/solve/kernel_options.hpp"
@@ -54,22 +55,24 @@ void take_optimum(SolveSession& session) {
              ", is not better than ", exact(session.controls().mipabscutoff)));
 }
 
+int integer_status(int lp_status) {
+    switch (lp_status) {
+        case QLX_LP_OPTIMAL:
+            return QLX_MIP_OPTIMAL;
+        case QLX_LP_INFEAS:
+            return QLX_MIP_INFEAS;
+        case QLX_LP_UNBOUNDED:
+            return QLX_MIP_UNBOUNDED;
+        default:
+            return QLX_MIP_LP_NOT_OPTIMAL;
+    }
+}
+
 // A tree search over a model without anything to branch on is its continuous solve.
 void take_as_integer(SolveSession& session) {
     Results& results = session.results();
-    switch (results.lp_status) {
-        case QLX_LP_OPTIMAL:
-            return take_optimum(session);
-        case QLX_LP_INFEAS:
-            results.mip_status = QLX_MIP_INFEAS;
-            break;
-        case QLX_LP_UNBOUNDED:
-            results.mip_status = QLX_MIP_UNBOUNDED;
-            break;
-        default:
-            results.mip_status = QLX_MIP_LP_NOT_OPTIMAL;
-            break;
-    }
+    results.mip_status = integer_status(results.lp_status);
+    if (results.lp_status == QLX_LP_OPTIMAL) take_optimum(session);
 }
 
 void solve_class(SolveSession& session, ProblemClass problem_class, const char* flags) {
@@ -83,9 +86,11 @@ void solve_class(SolveSession& session, ProblemClass problem_class, const char* 
 void refuse_nonlinear(const Problem& problem) {
     const std::size_t terms = problem.model.nonlinear().coefficients.num_terms();
     if (terms == 0) return;
+    if (problem.nonlinear != nullptr && (problem.nonlinear->presolve_state & kConstructed) != 0)
+        return;
     fail(QLX_ERROR_UNSUPPORTED, "the problem has ", terms,
-         " nonlinear coefficients; there is no solver for them yet, and its linear and quadratic "
-         "part alone would be another problem");
+         " nonlinear coefficients, and its linear and quadratic part alone would be another "
+         "problem; call QSLPnlpoptimize, or QSLPconstruct first");
 }
 
 void solve_without_integrality(Problem& problem, const char* flags) {
@@ -98,6 +103,15 @@ void solve_with_integrality(Problem& problem, const char* flags) {
     const ProblemClass problem_class = checked_class(problem, true, flags);
     SolveSession session(problem);
     solve_class(session, problem_class, flags);
+}
+
+void solve_relaxation(SolveSession& session, const char* flags) {
+    solve_lp(session, flags);
+    Results& results = session.results();
+    results.mip_status = integer_status(results.lp_status);
+    if (results.lp_status != QLX_LP_OPTIMAL) return;
+    results.best_bound = results.lp.objective();
+    results.mip.put(results.lp.get());
 }
 
 void solve_part(SolveSession& session, const char* flags) {

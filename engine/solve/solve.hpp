@@ -21,6 +21,9 @@ class SolveSession;
 // Solves the problem of a nested session, integrality included.
 void solve_part(SolveSession& session, const char* flags);
 
+// Solves the linear relaxation of that problem, and gives it as if it were the whole.
+void solve_relaxation(SolveSession& session, const char* flags);
+
 // By class; the caller has checked it.
 void solve_lp(SolveSession& session, const char* flags);
 void solve_quadratic(SolveSession& session);

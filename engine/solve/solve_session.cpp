@@ -21,6 +21,7 @@ Problem& emptied(Problem& problem) {
 
 SolveSession::SolveSession(Problem& problem)
     : problem_(emptied(problem)), incumbents_(problem.model, problem.controls, problem.results) {
+    running_.emplace();
     problem.clear_stop_reason();
     problem.interrupt_check.begin();
     log_.emplace(problem);
@@ -64,7 +65,7 @@ int SolveSession::look() noexcept {
     } catch (...) {
         keep_failure();
     }
-    return problem_.stop_reason();
+    return RunningSolve::process_ends() ? QLX_STOP_USER : problem_.stop_reason();
 }
 
 int SolveSession::reason_for(const KernelResult& result) const noexcept {

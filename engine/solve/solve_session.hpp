@@ -10,6 +10,7 @@
 #include <span>
 #include <string_view>
 
+#include "engine/base/running_solves.hpp"
 #include "engine/base/stop_rule.hpp"
 #include "engine/core/problem.hpp"
 #include "engine/lp/lp_kernel.hpp"
@@ -93,6 +94,7 @@ class SolveSession {
     void keep_failure() noexcept;
     void rethrow_failure();
 
+    std::optional<RunningSolve> running_;  // of the outermost session
     Problem& problem_;
     SolveSession* const outer_ = nullptr;
     const StopRule::Clock::time_point start_ = StopRule::Clock::now();

@@ -12,7 +12,6 @@
 #include <vector>
 
 #include "engine/nlp/analysis/statement_values.hpp"
-#include "engine/nlp/local_solver.hpp"
 #include "engine/nlp/statement/statement.hpp"
 
 namespace qlx::test {
@@ -167,107 +166,6 @@ class StatementBuilder {
     nlp::Statement made_;
     std::shared_ptr<FormulaArrays> arrays_ = std::make_shared<FormulaArrays>();
     std::vector<std::pair<std::size_t, std::size_t>> starts_;
-};
-
-// A statement for solvers, small and slow: dense derivatives, second ones by differences.
-class StatementProblem final : public nlp::LocalProblem {
-  public:
-    explicit StatementProblem(const nlp::Statement& statement)
-        : statement_(statement), values_(statement) {
-        const int columns = static_cast<int>(statement.moving.size());
-        for (const int column : statement.moving) {
-            bounds_.column_lower.push_back(statement.column_lower[u(column)]);
-            bounds_.column_upper.push_back(statement.column_upper[u(column)]);
-        }
-        bounds_.row_lower = statement.row_lower;
-        bounds_.row_upper = statement.row_upper;
-        for (int row = 0; row < statement.num_rows(); ++row) {
-            for (int k = 0; k < columns; ++k) {
-                jacobian_.rows.push_back(row);
-                jacobian_.columns.push_back(k);
-            }
-        }
-        for (int k = 0; k < columns; ++k) {
-            for (int l = 0; l <= k; ++l) {
-                hessian_.rows.push_back(k);
-                hessian_.columns.push_back(l);
-            }
-        }
-    }
-    const nlp::LocalBounds& bounds() const override { return bounds_; }
-    const nlp::SparsePattern& jacobian_pattern() const override { return jacobian_; }
-    const nlp::SparsePattern& hessian_pattern() const override { return hessian_; }
-    std::vector<double> start() const override {
-        std::vector<double> x;
-        for (const int column : statement_.moving) x.push_back(statement_.start[u(column)]);
-        return x;
-    }
-    bool objective(std::span<const double> x, double& value) override {
-        value = values_.value(nlp::kObjectiveRow, nlp::point_of_all_columns(statement_, x));
-        return std::isfinite(value);
-    }
-    bool gradient(std::span<const double> x, std::span<double> out) override {
-        return row_gradient(nlp::kObjectiveRow, x, out);
-    }
-    bool rows(std::span<const double> x, std::span<double> out) override {
-        const std::vector<double> full = nlp::point_of_all_columns(statement_, x);
-        for (std::size_t r = 0; r < out.size(); ++r) {
-            out[r] = values_.value(static_cast<int>(r), full);
-            if (!std::isfinite(out[r])) return false;
-        }
-        return true;
-    }
-    bool jacobian(std::span<const double> x, std::span<double> out) override {
-        const std::size_t columns = statement_.moving.size();
-        for (int row = 0; row < statement_.num_rows(); ++row)
-            if (!row_gradient(row, x, out.subspan(u(row) * columns, columns))) return false;
-        return true;
-    }
-    bool hessian(std::span<const double> x, double objective_factor,
-                 std::span<const double> multipliers, std::span<double> out) override {
-        std::vector<double> point(x.begin(), x.end());
-        std::size_t place = 0;
-        for (std::size_t k = 0; k < point.size(); ++k) {
-            const double step = 1e-6 * std::max(1.0, std::fabs(x[k]));
-            point[k] = x[k] + step;
-            const std::vector<double> above = lagrangian(point, objective_factor, multipliers);
-            point[k] = x[k] - step;
-            const std::vector<double> below = lagrangian(point, objective_factor, multipliers);
-            point[k] = x[k];
-            for (std::size_t l = 0; l <= k; ++l) out[place++] = (above[l] - below[l]) / (2 * step);
-        }
-        return true;
-    }
-
-  private:
-    static std::size_t u(int index) { return static_cast<std::size_t>(index); }
-    bool row_gradient(int row, std::span<const double> x, std::span<double> out) {
-        std::vector<double> all(statement_.column_lower.size(), 0);
-        values_.add_gradient(row, 1, nlp::point_of_all_columns(statement_, x), all);
-        bool finite = true;
-        for (std::size_t k = 0; k < out.size(); ++k) {
-            out[k] = all[u(statement_.moving[k])];
-            finite = finite && std::isfinite(out[k]);
-        }
-        return finite;
-    }
-    std::vector<double> lagrangian(std::span<const double> x, double factor,
-                                   std::span<const double> multipliers) {
-        std::vector<double> all(statement_.column_lower.size(), 0);
-        const std::vector<double> full = nlp::point_of_all_columns(statement_, x);
-        values_.add_gradient(nlp::kObjectiveRow, factor, full, all);
-        for (std::size_t r = 0; r < multipliers.size(); ++r)
-            values_.add_gradient(static_cast<int>(r), multipliers[r], full, all);
-        std::vector<double> out;
-        for (const int column : statement_.moving) out.push_back(all[u(column)]);
-        return out;
-    }
-
-    const nlp::Statement& statement_;
-    nlp::StatementValues values_;
-    nlp::LocalBounds bounds_;
-    nlp::SparsePattern jacobian_;
-    nlp::SparsePattern hessian_;
 };
 
 }  // namespace qlx::test

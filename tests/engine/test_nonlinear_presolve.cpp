@@ -5,6 +5,7 @@
 
 #include "engine/nlp/interior/interior_point_solver.hpp"
 #include "engine/nlp/presolve/nonlinear_presolve.hpp"
+#include "engine/nlp/tape/nonlinear_program.hpp"
 #include "tests/engine/statement_support.hpp"
 
 namespace {
@@ -12,7 +13,6 @@ namespace {
 using namespace qlx::nlp;
 using qlx::test::kInf;
 using qlx::test::StatementBuilder;
-using qlx::test::StatementProblem;
 
 std::size_t u(int index) {
     return static_cast<std::size_t>(index);
@@ -57,7 +57,7 @@ FullPoint solve(NonlinearPresolve& presolve) {
     for (const int column : reduced.moving)
         if (std::isnan(reduced.start[u(column)])) reduced.start[u(column)] = 0.5;
     if (reduced.moving.empty()) return presolve.postsolve({}, {}, {});
-    StatementProblem problem(reduced);
+    NonlinearProgram problem(reduced);
     const LocalAnswer answer = InteriorPointSolver().solve(problem, {});
     EXPECT_EQ(answer.status, LocalStatus::kSolved);
     std::vector<double> dual(answer.x.size());
@@ -133,10 +133,10 @@ TEST(NonlinearReduction, ColumnsThatMustNotBeSubstituted) {
     };
     const Case cases[] = {
         {"bounded below", 0, kInf, 0, 0, 1, ""},
-        {"bounded above", -kInf, 5, 0, 0, 1, ""},
         {"nothing holds it", -kInf, kInf, 0, kInf, 1, ""},
         {"in a formula", -kInf, kInf, 0, 0, 1, "sin(x1)"},
         {"what defines it may be undefined", -kInf, kInf, 0, 0, 0, ""},
+        {"bounded above", -kInf, 0.3, 0, 0, 1, ""},
     };
     for (const Case& c : cases) {
         StatementBuilder b;
@@ -213,6 +213,7 @@ TEST(NonlinearReduction, Infeasible) {
     const Case cases[] = {
         {"crossed bounds", 1, 0, 100, kObjectiveRow, 0},
         {"crossed within the tolerance", 1, 1 - 1e-8, 100, -2, 0},
+        {"a function's values miss a row", 3, 9, 26.9, 1, -1},
         {"a fixed column breaks a row", 3, 3, 26, 1, -1},
         {"a row contradicts a bound", 3, 4, 5.9, 0, 0},
         {"a row meets a bound nearly", 3, 4, 5.9999999, -2, 0},
@@ -228,6 +229,61 @@ TEST(NonlinearReduction, Infeasible) {
         if (feasible) continue;
         EXPECT_EQ(presolve.blame().row, c.row) << c.what;
         EXPECT_EQ(presolve.blame().column, c.column) << c.what;
+    }
+}
+
+TEST(NonlinearReduction, FunctionsBoundTheirColumns) {
+    struct Case {
+        const char* objective;
+        double lower, upper;  // of x0, given
+        double new_lower, new_upper;
+    };
+    const Case cases[] = {
+        {"log(x0) + x1", -kInf, 5, 0, 5},     {"asin(x0) + x1", -0.5, 5, -0.5, 1},
+        {"x0 ^ 1.5 + x1", -3, kInf, 0, kInf}, {"x0 ^ 3 + x1", -3, kInf, -3, kInf},
+        {"log(x0 + x1)", -3, kInf, -3, kInf}, {"sqrt(x0) * acos(x0) + x1", -3, kInf, 0, 1},
+    };
+    for (const Case& c : cases) {
+        StatementBuilder b;
+        b.column(c.lower, c.upper);
+        b.column(0, 1);
+        b.objective(c.objective);
+        const NonlinearPresolve presolve(b.build());
+        EXPECT_EQ(presolve.reduced().column_lower[0], c.new_lower) << c.objective;
+        EXPECT_EQ(presolve.reduced().column_upper[0], c.new_upper) << c.objective;
+        EXPECT_EQ(presolve.domain_bounds().empty(),
+                  c.lower == c.new_lower && c.upper == c.new_upper)
+            << c.objective;
+    }
+    StatementBuilder b;
+    b.column(-2, -1);
+    b.objective("sqrt(x0)");
+    const NonlinearPresolve presolve(b.build());
+    EXPECT_EQ(presolve.verdict(), PresolveVerdict::kInfeasible);
+    EXPECT_EQ(presolve.blame().column, 0);
+}
+
+// Bounds of a defined column that its definition implies do not keep it.
+TEST(NonlinearReduction, ImpliedBoundsDoNotHoldAColumn) {
+    struct Case {
+        double lower, upper;  // of t == exp(x0) + x1 * x1 + 1
+        double cost;
+        int rows;  // left
+    };
+    const Case cases[] = {
+        {0, kInf, 1, 0}, {1, kInf, 1, 0}, {1, kInf, 0, 0}, {1.5, kInf, 1, 1},
+        {0, 9, 1, 0},    {0, 7, 1, 1},    {0, 9, 0, 0},
+    };
+    for (const Case& c : cases) {
+        StatementBuilder b;
+        b.column(-1, 1);
+        b.column(-2, 2);
+        b.objective("x0^2");
+        const int t = b.column(c.lower, c.upper);
+        b.linear(kObjectiveRow, t, c.cost);
+        b.linear(b.row(-1, -1, "exp(x0) + x1*x1"), t, -1);
+        const NonlinearPresolve presolve(b.build());
+        EXPECT_EQ(presolve.reduced().num_rows(), c.rows) << c.lower << ' ' << c.upper;
     }
 }
 

@@ -208,7 +208,12 @@ TEST(Tape, RandomTreesAgreeWithSeriesInAllDirections) {
         Forest forest(seed, kColumns);
         std::vector<Tree> trees;
         for (int k = 0; k < 4; ++k) trees.push_back(forest.tree(2 + k));
-        if (seed % 3 == 0) trees[2] = trees[1] * trees[1];  // shared between rows
+        if (seed % 3 == 0) {  // shared between rows, and between rows and objective
+            const Tree part = apply(Operation::kAtan, {trees[1]});
+            trees[2] = trees[2] * part;
+            trees[0] = trees[0] + part / (number(2) + power(part, number(2)));
+            trees[3] = seed % 2 == 0 ? part : apply(Operation::kSin, {part}) * trees[3];
+        }
         TestStatement test(kColumns, 3);
         std::vector<const Tree*> rows;
         for (int k = 0; k < 4; ++k) {

@@ -154,60 +154,6 @@ def test_foreign_array_types_take_over(x):
             assert operation(x, frame) == operation(numpy.array([x]), frame) == "frame"
 
 
-CONSTANT_SCALARS = ["float64", "float32", "int64", "int32", "intc", "int_"]
-OTHER_SCALARS = [
-    "uint8", "int8", "int16", "uint16", "uint32", "uint64", "float16", "longdouble", "complex64",
-    "complex128", "bool_", "str_", "bytes_", "datetime64", "timedelta64", "void",
-]  # fmt: skip
-ARITHMETIC = [operator.add, operator.sub, operator.mul, operator.truediv, operator.pow]
-OBJECTS = {
-    "variable": lambda x, y: x,
-    "linear term": lambda x, y: 2 * x,
-    "quadratic term": lambda x, y: x * y,
-    "expression": lambda x, y: x + y,
-    "nonlinear": lambda x, y: quilex.sin(x),
-}
-
-
-def scalar_of(name):
-    make = getattr(numpy, name)
-    if name in ("datetime64", "timedelta64"):
-        return make(3, "s")
-    return make(b"3") if name in ("bytes_", "void") else make("3" if name == "str_" else 3)
-
-
-def text(result):
-    return parts(result) if type(result) is quilex.constraint else (type(result), str(result))
-
-
-@pytest.mark.parametrize("name", CONSTANT_SCALARS)
-@pytest.mark.parametrize("kind", OBJECTS)
-def test_scalars_that_count_as_constants(x, y, name, kind):
-    object, scalar = OBJECTS[kind](x, y), scalar_of(name)
-    plain = scalar.item()
-    for operation in [*OPERATORS.values(), *ARITHMETIC]:
-        for given, meant in (
-            ((object, scalar), (object, plain)),
-            ((scalar, object), (plain, object)),
-        ):
-            # Nodes print their numbers as they were given; the float32 3.0 is 3.0.
-            assert text(operation(*given)) == text(operation(*meant))
-    array = numpy.array([object])
-    for operation in OPERATORS.values():
-        assert text(operation(array, scalar)[0]) == text(operation(object, plain))
-        assert type(operation(scalar, array)[0]) is quilex.constraint
-
-
-@pytest.mark.parametrize("name", OTHER_SCALARS)
-@pytest.mark.parametrize("kind", OBJECTS)
-def test_scalars_that_do_not(x, y, name, kind):
-    object, scalar = OBJECTS[kind](x, y), scalar_of(name)
-    for operation in [*OPERATORS.values(), *ARITHMETIC]:
-        for a, b in ((object, scalar), (scalar, object)):
-            with pytest.raises(RuntimeError, match="Invalid object in operation"):
-                operation(a, b)
-
-
 PLAIN = """
 import sys, operator, warnings
 sys.path[:0] = {path!r}

@@ -85,6 +85,11 @@ def test_constants_count_as_plain_numbers(kind, scalar):
             )
             results = [outcome(operation, *pair) for pair in pairs]
             assert results[0] == results[1], (operation, left)
+    obj = operands()[kind]
+    array = numpy.array([obj])
+    for operation in COMPARISONS:
+        assert text(operation(array, scalar)[0]) == text(operation(obj, plain))
+        assert type(operation(scalar, array)[0]) is quilexlib.constraint
 
 
 @pytest.mark.parametrize("kind", KINDS)

@@ -42,6 +42,8 @@ def terms_of(v):
         "nonlinear": abs(v),
         "constraint": v <= 1,
         "constraint over an expression": growing + x <= 1,
+        "constraint over a node": quilexlib.sin(v) <= 1,
+        "constraint with nodes on both sides": v * v * v <= v,
         "container": [v, {"v": v}],
     }
 

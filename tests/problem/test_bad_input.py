@@ -10,6 +10,24 @@ import quilex
 INF, NAN = math.inf, math.nan
 
 
+class Refuses(int):
+    """A number that raises when the problem converts it."""
+
+    armed = False
+
+    def __float__(self):
+        if self.armed:
+            raise RuntimeError("no number")
+        return 3.0
+
+
+def armed(x):
+    number = Refuses(3)
+    constraint = quilex.constraint(body=x[0] + x[1] + quilex.sin(x[2]) * number, ub=1)
+    number.armed = True
+    return constraint
+
+
 def bounds(name, lb, ub):
     return lambda x: quilex.constraint(body=x[0] + x[1], lb=lb, ub=ub, name=name)
 
@@ -33,10 +51,27 @@ BAD_CONSTRAINTS = {
         lambda x: x[0] + quilex.var("stranger") <= 1,
         "Variable stranger in constraint R[0-9]+ has not been added",
     ),
-    "unknown in product": (lambda x: x[0] * quilex.var("stranger") <= 1, "Variable stranger in"),
+    "unknown after entries": (
+        lambda x: x[2] + x[3] + 2 * x[0] + quilex.var("stranger") <= 1,
+        "Variable stranger in",
+    ),
+    "unknown in product": (
+        lambda x: x[0] * x[1] + x[0] * quilex.var("stranger") <= 1,
+        "Variable stranger in",
+    ),
     "unknown in formula": (
         lambda x: quilex.sin(x[0]) + quilex.exp(quilex.var("stranger")) <= 1,
         "Variable in nonlinear part of constraint has not been added to problem yet",
+    ),
+    "unknown after a formula": (lambda x: quilex.sin(x[0]) * quilex.var() <= 1, "not been added"),
+    "unknown in a user function": (
+        lambda x: quilex.user(len, quilex.var()) <= 1,
+        "not been added",
+    ),
+    "number that raises": (armed, "no number"),
+    "name not ASCII": (
+        lambda x: quilex.constraint(body=x[0] + x[1], ub=1, name="\xfc"),
+        "Invalid constraint name",
     ),
     "no body": (lambda x: quilex.constraint.__new__(quilex.constraint), "Stale expression link"),
     "number": (lambda x: 3, "Invalid constraint"),
@@ -54,15 +89,17 @@ BAD_CONSTRAINTS = {
 }
 
 
+@pytest.mark.parametrize("when", ["rows wait", "rows are sent"])
 @pytest.mark.parametrize("case", BAD_CONSTRAINTS)
-def test_a_bad_constraint_is_refused_and_nothing_is_lost(p, xs, consistent, case):
+def test_a_bad_constraint_is_refused_and_nothing_is_lost(p, xs, consistent, case, when):
     make, message = BAD_CONSTRAINTS[case]
     good = [xs[k] + xs[k + 1] <= 4 for k in range(3)]
     bodies = [str(c.body) for c in good]
     bad = make(xs)
     with pytest.raises(RuntimeError, match=message):
         p.addConstraint(good[0], [good[1], bad], good[2])
-    assert [str(c) for c in p.getConstraint()] == [str(c) for c in good[:2]]
+    if when == "rows are sent":
+        assert [str(c) for c in p.getConstraint()] == [str(c) for c in good[:2]]
     with pytest.raises(RuntimeError, match=message):
         p.addConstraint(bad)
     p.addConstraint(good[2])
@@ -71,6 +108,9 @@ def test_a_bad_constraint_is_refused_and_nothing_is_lost(p, xs, consistent, case
     p.setObjective(quilex.Sum(xs[:4]), sense=quilex.maximize)
     p.solve()
     assert p.getObjVal() == pytest.approx(8)
+    assert p.getSlack(good) == pytest.approx(
+        [4 - sum(p.getSolution(xs[k : k + 2])) for k in range(3)]
+    )
 
 
 def test_an_empty_problem_is_not_solved(p):

@@ -28,10 +28,6 @@ def body_with(x, program):
     return body
 
 
-def refuse():
-    raise ArithmeticError("no number")
-
-
 def model(rows=3):
     p = quilex.problem()
     p.controls.outputlog = 0
@@ -50,38 +46,6 @@ def require_whole(p, x, held):
     p.solve()
     assert p.getObjVal() == pytest.approx(1.0)
     assert p.getSlack(held) == pytest.approx([0.0] * len(held))
-
-
-REFUSED = {
-    "a variable of no problem": lambda x: x[0] + quilex.var() <= 1,
-    "after entries of its own": lambda x: x[2] + x[3] + 2 * x[0] + quilex.var() <= 1,
-    "a product": lambda x: x[0] * x[1] + x[0] * quilex.var() <= 1,
-    "infinite entry": lambda x: x[0] + 1e30 * x[1] <= 1,
-    "infinite side": lambda x: quilex.constraint(body=x[0] + x[1], lb=1e20, ub=2e20),
-    "side lost to the constant": lambda x: quilex.constraint(body=x[0] + 3e20, ub=1),
-    "no body": lambda x: quilex.constraint.__new__(quilex.constraint),
-    "text": lambda x: "x0 <= 1",
-    "user function": lambda x: quilex.user(len, quilex.var()) <= 1,
-    "formula, then an unknown variable": lambda x: quilex.sin(x[0]) * quilex.var() <= 1,
-    "name not ASCII": lambda x: quilex.constraint(body=x[0] + x[1], ub=1, name="ü"),
-    "number that raises": lambda x: quilex.constraint(
-        body=x[0] + x[1] + body_with(x, refuse), ub=1
-    ),
-}
-
-
-@pytest.mark.parametrize("when", ["rows wait", "rows are sent"])
-@pytest.mark.parametrize("case", REFUSED)
-def test_a_refused_row_changes_nothing(case, when):
-    p, x, held = model()
-    if when == "rows are sent":
-        p.name()
-    for _ in range(2):
-        with pytest.raises((RuntimeError, ArithmeticError)):
-            p.addConstraint(REFUSED[case](x))
-    held.append(x[0] + 4 * x[1] <= 4)
-    p.addConstraint(held[-1])
-    require_whole(p, x, held)
 
 
 METHODS = {

@@ -173,6 +173,8 @@ bool Reduction::is_constant(const Formula& formula) const noexcept {
         const Instruction instruction = formula.instructions[k];
         if (instruction.operation == Operation::kColumn && moves(instruction.argument))
             return false;
+        // Functions of the user are for solvers to call.
+        if (instruction.operation == Operation::kUser) return false;
     }
     return true;
 }

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "engine/base/index.hpp"
+#include "engine/nlp/analysis/interval_analysis.hpp"
 #include "engine/nlp/analysis/statement_values.hpp"
 #include "engine/nlp/presolve/reduction.hpp"
 
@@ -23,6 +24,32 @@ NonlinearPresolve::NonlinearPresolve(Statement given, const NonlinearPresolveOpt
     kept_rows_ = std::move(reduction.kept_rows);
     removals_ = std::move(reduction.removals);
     owners_ = std::move(reduction.owners);
+    domain_bounds_ = apply_domain_bounds(reduced_);
+    test_feasibility(options);
+}
+
+void NonlinearPresolve::test_feasibility(const NonlinearPresolveOptions& options) {
+    for (const DomainBound& bound : domain_bounds_) {
+        if (bound.lower <= bound.upper) continue;
+        verdict_ = PresolveVerdict::kInfeasible;
+        blame_ = {kObjectiveRow, bound.column,
+                  "a function of the column is undefined for all values that its bounds allow"};
+        return;
+    }
+    const FormulaGraph graph(reduced_);
+    IntervalAnalysis analysis(reduced_, graph);
+    PropagationOptions propagation;
+    propagation.feasibility_tolerance = options.feasibility_tolerance;
+    if (analysis.propagate(propagation)) return;
+    verdict_ = PresolveVerdict::kInfeasible;
+    const int row = analysis.failed_row();
+    blame_ = row == kObjectiveRow
+                 ? PresolveBlame{row, -1,
+                                 "the objective is undefined at all points that bounds and rows "
+                                 "allow"}
+                 : PresolveBlame{kept_rows_[at(row)], -1,
+                                 "no point that the bounds and the other rows allow satisfies the "
+                                 "row"};
 }
 
 NonlinearPresolve::~NonlinearPresolve() = default;

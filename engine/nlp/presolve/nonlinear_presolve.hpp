@@ -9,9 +9,11 @@
 //  - rows without columns and rows without sides go;
 //  - columns in no row and at most linearly in the objective stop where it wants them.
 //
-// Nothing else is done to bounds: one that intervals imply would show up in the answer with a dual
-// that belongs to no bound of the given statement. Rows and bounds are only called contradictory
-// where they miss each other by more than the tolerance in which points are called feasible.
+// Columns of which sqrt, log and the like are taken directly get the bounds of the domain, which
+// belong to no row: domain_bounds() lists them, as duals at them are none of the given statement's.
+// Nothing else is done to bounds, for that reason; intervals tighten some only to find that no
+// point is left. Rows and bounds are only called contradictory where they miss each other by more
+// than the tolerance in which points are called feasible.
 #pragma once
 
 #include <memory>
@@ -19,6 +21,7 @@
 #include <string>
 #include <vector>
 
+#include "engine/nlp/presolve/domains.hpp"
 #include "engine/nlp/statement/statement.hpp"
 
 namespace qlx::nlp {
@@ -34,8 +37,8 @@ enum class PresolveVerdict {
 
 // What a verdict rests on, by the statement's numbers.
 struct PresolveBlame {
-    int row = -1;     // kObjectiveRow: a column
-    int column = -1;  // -1: the row as a whole
+    int row = kObjectiveRow;  // kObjectiveRow with a column: the column's own bounds
+    int column = -1;          // -1: the row as a whole
     std::string reason;
 };
 
@@ -81,6 +84,10 @@ class NonlinearPresolve {
     [[nodiscard]] const Statement& reduced() const noexcept { return reduced_; }
     // Rows of the reduced statement by number in the given one.
     [[nodiscard]] const std::vector<int>& kept_rows() const noexcept { return kept_rows_; }
+    // What the reduced statement has beyond the given one's bounds and rows.
+    [[nodiscard]] const std::vector<DomainBound>& domain_bounds() const noexcept {
+        return domain_bounds_;
+    }
 
     // x and column_dual belong to the reduced statement's moving columns, row_dual to its rows;
     // without duals of these sizes the result has none. column_dual is the dual of the lower
@@ -90,6 +97,7 @@ class NonlinearPresolve {
                                       std::span<const double> column_dual);
 
   private:
+    void test_feasibility(const NonlinearPresolveOptions& options);
     void restore_duals(std::span<const double> row_dual, std::span<const double> column_dual,
                        FullPoint& point);
     void hand_to_owners(int column, double dual, FullPoint& point, std::vector<double>* gradient);
@@ -101,6 +109,7 @@ class NonlinearPresolve {
     std::vector<int> kept_rows_;
     std::vector<Removal> removals_;
     std::vector<BoundOwners> owners_;
+    std::vector<DomainBound> domain_bounds_;
     std::unique_ptr<StatementValues> values_;  // of the given statement, once asked for
 };
 

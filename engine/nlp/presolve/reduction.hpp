@@ -1,9 +1,11 @@
 // The reductions of presolve, applied until none is left.
 #pragma once
 
+#include <memory>
 #include <vector>
 
 #include "engine/check/enclosed_sum.hpp"
+#include "engine/nlp/analysis/interval_analysis.hpp"
 #include "engine/nlp/presolve/nonlinear_presolve.hpp"
 
 namespace qlx::nlp {
@@ -49,6 +51,9 @@ class Reduction {
     bool tighten(int row, int column, double lower, double upper, double coefficient);
     void substitute_columns();
     bool substitute(int column);
+    bool implies_bounds(const LinearEntry& entry, double side);
+    const IntervalAnalysis& ranges();
+    [[nodiscard]] bool is_free(int column) const noexcept;
     void move_rows_to_objective();
 
     [[nodiscard]] bool moves(int column) const noexcept;
@@ -67,6 +72,9 @@ class Reduction {
     std::vector<double> to_objective_;   // factor by which a row joins the objective
     std::vector<char> joins_objective_;
     Counts counts_;
+    // Of the work while columns are substituted, once asked for.
+    std::unique_ptr<FormulaGraph> graph_;
+    std::unique_ptr<IntervalAnalysis> ranges_;
     bool changed_ = false;
     bool has_constants_ = true;  // not folded yet
 };

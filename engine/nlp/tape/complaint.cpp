@@ -53,10 +53,12 @@ class Walk {
         for (const bool derivatives : {false, true}) {
             derivatives_ = derivatives;
             for (const NonlinearTerm& term : statement_.nonlinear) {
-                const double value = walk(term.formula);
-                if (!text_.empty()) return join(place(term.row), ": ", text_);
                 const double column = term.column == kNoColumn ? 1 : x_[at(term.column)];
-                if (!derivatives) sums_[at(term.row + 1)] += term.factor * column * value;
+                const double value = term.factor * column * walk(term.formula);
+                // What is infinite on the way to a finite value has no derivatives at most.
+                if (!text_.empty() && (derivatives || !std::isfinite(value)))
+                    return join(place(term.row), ": ", text_);
+                if (!derivatives) sums_[at(term.row + 1)] += value;
             }
         }
         return find_overflow();
@@ -81,8 +83,9 @@ class Walk {
 
     double walk(const Formula& formula) {
         stack_.clear();
+        text_.clear();
         const double* constant = formula.constants;
-        for (std::size_t k = 0; k < formula.length && text_.empty(); ++k) {
+        for (std::size_t k = 0; k < formula.length; ++k) {
             const Instruction instruction = formula.instructions[k];
             if (instruction.operation == Operation::kConstant)
                 stack_.push_back(*constant++);
@@ -105,11 +108,9 @@ class Walk {
         const bool defined = std::all_of(arguments.begin(), arguments.end(),
                                          [](double argument) { return std::isfinite(argument); });
         if (defined && !std::isfinite(value))
-            complain(instruction.operation, number, arguments);
-        else if (derivatives_ && lacks_derivatives(instruction.operation, arguments)) {
-            complain(instruction.operation, number, arguments);
-            text_ = "derivative of " + text_;
-        }
+            complain("", instruction.operation, number, arguments);
+        else if (derivatives_ && lacks_derivatives(instruction.operation, arguments))
+            complain("derivative of ", instruction.operation, number, arguments);
         stack_.resize(stack_.size() - count);
         stack_.push_back(value);
     }
@@ -134,8 +135,10 @@ class Walk {
         }
     }
 
-    void complain(Operation operation, int number, std::span<const double> arguments) {
-        text_ = name_of(operation);
+    void complain(const char* of, Operation operation, int number,
+                  std::span<const double> arguments) {
+        if (!text_.empty()) return;
+        text_ = join(of, name_of(operation));
         if (operation == Operation::kUser) text_ += join(" ", number);
         const char* separator = operation == Operation::kDivide ? " by " : " and ";
         for (std::size_t k = 0; k < arguments.size(); ++k)

@@ -11,9 +11,7 @@ namespace qlx::nlp {
 namespace {
 
 bool all_finite(std::span<const double> values) noexcept {
-    double sum = 0;
-    for (const double value : values) sum += value * 0.0;
-    return sum == 0;
+    return sum_of(values.size(), [&](std::size_t k) { return values[k] * 0.0; }) == 0;
 }
 
 }  // namespace
@@ -21,6 +19,7 @@ bool all_finite(std::span<const double> values) noexcept {
 NonlinearProgram::NonlinearProgram(const Statement& statement, UserFunctions* user)
     : statement_(statement),
       user_(user),
+      num_columns_(static_cast<int>(statement.moving.size())),
       x_(statement.moving.size(), 0.0),
       user_calls_(user),
       row_values_(statement.row_lower.size(), 0.0) {
@@ -44,20 +43,30 @@ void NonlinearProgram::compile(SplitStatement& split) {
     std::sort(by_expression.begin(), by_expression.end(), [](const auto& a, const auto& b) {
         return std::pair(a.node, a.row) < std::pair(b.node, b.row);
     });
-    std::vector<int> roots;
-    std::vector<unsigned> users;
+    std::vector<Expression> expressions;
     std::vector<std::span<const ExpressionUse>> uses;
     for (std::size_t k = 0; k < by_expression.size();) {
         const std::size_t first = k;
+        const int root = by_expression[first].node;
         unsigned who = 0;
-        for (; k < by_expression.size() && by_expression[k].node == by_expression[first].node; ++k)
+        for (; k < by_expression.size() && by_expression[k].node == root; ++k)
             who |= by_expression[k].row == kObjectiveRow ? kUsedByObjective : kUsedByRows;
-        roots.push_back(by_expression[first].node);
-        users.push_back(who);
+        expressions.push_back({root, who, who});
         uses.push_back(std::span(by_expression).subspan(first, k - first));
     }
-    for (const ShapeGroup& group : group_by_shape(split.graph, roots, users))
-        shapes_.emplace_back(group, uses, x_.data(), user_calls_);
+    find_shared_parts(split.graph, expressions);
+    const std::vector<ShapeGroup> groups = group_by_shape(split.graph, expressions);
+    // Values of parts follow the columns, group by group.
+    std::vector<int> place_of_part(expressions.size(), -1);
+    for (const ShapeGroup& group : groups) {
+        if (!group.is_part) continue;
+        for (const int expression : group.expressions) {
+            place_of_part[at(expression)] = static_cast<int>(x_.size());
+            x_.push_back(0);
+        }
+    }
+    for (const ShapeGroup& group : groups)
+        shapes_.emplace_back(group, uses, x_.data(), place_of_part, user_calls_);
 
     constant_ = std::make_unique<ConstantParts>(split);
     EntryIndex jacobian;
@@ -81,6 +90,8 @@ void NonlinearProgram::classify(const SplitStatement& split) {
     is_quadratic_ =
         std::find(is_linear_row_.begin(), is_linear_row_.end(), 0) == is_linear_row_.end();
     for (const UsedShape& shape : shapes_) {
+        is_coupled_ |= shape.is_used_by(kUsedByObjective | kUsedByRows) &&
+                       shape.is_needed_by(kUsedByObjective) && shape.is_needed_by(kUsedByRows);
         has_kinks_ |= shape.code().has_kinks;
         is_quadratic_ &= shape.code().has_constant_curvature && !shape.code().has_kinks;
     }
@@ -94,8 +105,8 @@ void NonlinearProgram::set_column_bounds(std::span<const double> lower,
 
 std::vector<double> NonlinearProgram::start() const {
     std::vector<double> point;
-    point.reserve(x_.size());
-    for (std::size_t k = 0; k < x_.size(); ++k) {
+    point.reserve(at(num_columns()));
+    for (std::size_t k = 0; k < at(num_columns()); ++k) {
         const auto column = at(statement_.moving[k]);
         double value = column < statement_.start.size() ? statement_.start[column] : NAN;
         if (std::isnan(value)) value = 0;
@@ -114,11 +125,8 @@ void NonlinearProgram::set_point(std::span<const double> x) {
     for (UsedShape& shape : shapes_) shape.forget_point();
 }
 
-// Expressions with both kinds of users make the evaluation of one evaluate the other.
 void NonlinearProgram::evaluate_functions(unsigned users) {
-    for (const UsedShape& shape : shapes_)
-        if (shape.is_used_by(kUsedByObjective) && shape.is_used_by(kUsedByRows))
-            users = kUsedByObjective | kUsedByRows;
+    if (is_coupled_) users = kUsedByObjective | kUsedByRows;
     users &= ~has_functions_;
     if (users == 0) return;
     if (has_functions_ == 0) ++counts_.functions;
@@ -126,7 +134,7 @@ void NonlinearProgram::evaluate_functions(unsigned users) {
     if ((users & kUsedByObjective) != 0) objective_value_ = constant_->objective(x_.data());
     if ((users & kUsedByRows) != 0) constant_->rows(x_.data(), row_values_);
     for (UsedShape& shape : shapes_)
-        if (shape.is_used_by(users)) shape.add_values(objective_value_, row_values_.data());
+        if (shape.is_needed_by(users)) shape.add_values(objective_value_, row_values_.data());
 }
 
 void NonlinearProgram::note_first() {
@@ -155,7 +163,7 @@ bool NonlinearProgram::gradient(std::span<const double> x, std::span<double> out
     constant_->gradient(x_.data(), out.data());
     for (UsedShape& shape : shapes_)
         if (shape.is_used_by(kUsedByObjective)) shape.add_gradient(out.data());
-    return all_finite(out);
+    return std::isfinite(objective_value_) && all_finite(out);
 }
 
 bool NonlinearProgram::jacobian(std::span<const double> x, std::span<double> out) {
@@ -165,7 +173,7 @@ bool NonlinearProgram::jacobian(std::span<const double> x, std::span<double> out
     constant_->jacobian(x_.data(), out.data());
     for (UsedShape& shape : shapes_)
         if (shape.is_used_by(kUsedByRows)) shape.add_jacobian(out.data());
-    return all_finite(out);
+    return all_finite(row_values_) && all_finite(out);
 }
 
 bool NonlinearProgram::hessian(std::span<const double> x, double objective_factor,
@@ -185,7 +193,7 @@ bool NonlinearProgram::hessian(std::span<const double> x, double objective_facto
 }
 
 std::string NonlinearProgram::complaint() const {
-    return find_complaint(statement_, x_, user_);
+    return find_complaint(statement_, std::span(x_).first(at(num_columns())), user_);
 }
 
 }  // namespace qlx::nlp

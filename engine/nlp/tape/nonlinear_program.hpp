@@ -24,7 +24,7 @@ class NonlinearProgram final : public LocalProblem {
     NonlinearProgram(const NonlinearProgram&) = delete;
     NonlinearProgram& operator=(const NonlinearProgram&) = delete;
 
-    [[nodiscard]] int num_columns() const noexcept { return static_cast<int>(x_.size()); }
+    [[nodiscard]] int num_columns() const noexcept { return num_columns_; }
     [[nodiscard]] int num_rows() const noexcept { return static_cast<int>(row_values_.size()); }
 
     const LocalBounds& bounds() const override { return bounds_; }
@@ -63,13 +63,17 @@ class NonlinearProgram final : public LocalProblem {
     const Statement& statement_;
     UserFunctions* user_;
     LocalBounds bounds_;
-    std::vector<double> x_;  // of the last point
+    int num_columns_;
+    std::vector<double> x_;  // the last point, then values that expressions share
     UserCalls user_calls_;
     std::vector<UsedShape> shapes_;
     std::unique_ptr<ConstantParts> constant_;
     SparsePattern jacobian_pattern_;
     SparsePattern hessian_pattern_;
     std::vector<char> is_linear_row_;
+    // Whether a term of the objective is a term or part of one of a row, or the other way round: to
+    // evaluate one means to evaluate both then.
+    bool is_coupled_ = false;
     bool is_quadratic_ = false;
     bool has_kinks_ = false;
 

@@ -18,12 +18,20 @@ struct Code {
     int c;
 };
 
-// What an array of numbers, one for each expression, is.
-enum class PlaceKind : std::uint8_t { kRegister, kLiteral, kSlot, kParameter, kSaved, kWeight };
+// What an array of numbers, one for each expression, is; kPart: the values that others read.
+enum class PlaceKind : std::uint8_t {
+    kRegister,
+    kLiteral,
+    kSlot,
+    kParameter,
+    kSaved,
+    kWeight,
+    kPart
+};
 
 struct Place {
     PlaceKind kind;
-    int number;      // of the register, slot, parameter or saved array
+    int number;      // of the register, slot, parameter or saved array; slots of parts come last
     double literal;  // the one value of all
 };
 
@@ -47,6 +55,7 @@ struct ShapeCode {
     std::vector<double> parameters;
     int num_parameters = 0;
 
+    // Expressions that are only parts of others have no derivatives of their own.
     // The later ones read what the earlier ones saved at the same point.
     ShapeProgram value;
     ShapeProgram first;

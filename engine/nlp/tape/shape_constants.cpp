@@ -11,7 +11,8 @@ std::vector<Varying> find_varying(const ExpressionGraph& graph) {
         const NodeKind kind = graph.node(index).kind;
         Varying& varying = result[at(index)];
         if (kind == NodeKind::kWeight) varying = Varying::kWithWeight;
-        if (kind == NodeKind::kColumn || is_of_user(kind)) varying = Varying::kWithColumns;
+        if (kind == NodeKind::kColumn || kind == NodeKind::kArgument || is_of_user(kind))
+            varying = Varying::kWithColumns;
         graph.for_operands(index,
                            [&](int operand) { varying = std::max(varying, result[at(operand)]); });
     }

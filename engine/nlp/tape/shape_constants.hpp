@@ -9,7 +9,8 @@ namespace qlx::nlp {
 
 enum class Varying : std::uint8_t { kNever, kWithWeight, kWithColumns };
 
-// By node. User functions vary even where their arguments do not.
+// By node. User functions and their lists of arguments vary even where the
+// arguments do not.
 [[nodiscard]] std::vector<Varying> find_varying(const ExpressionGraph& graph);
 
 // Array after array, the values that nodes which never vary have in each expression of the group.

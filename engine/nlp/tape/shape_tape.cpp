@@ -12,10 +12,11 @@ constexpr std::size_t kScratchNumbers = 3000;
 
 }  // namespace
 
-ShapeTape::ShapeTape(const ShapeGroup& group, const double* x, UserCalls& user)
-    : users_(group.users), count_(group.count()), x_(x), user_(&user), code_(compile(group)) {
+ShapeTape::ShapeTape(const ShapeGroup& group, double* x, const std::vector<int>& place_of_part,
+                     UserCalls& user)
+    : count_(group.count()), x_(x), user_(&user), code_(compile(group)) {
     choose_block();
-    place_arrays(group);
+    place_arrays(group, place_of_part);
     outputs_.resize(std::max(
         {code_.value.outputs.size(), code_.first.outputs.size(), code_.second.outputs.size()}));
     for (const ShapeProgram* program : {&code_.value, &code_.first, &code_.second})
@@ -30,10 +31,18 @@ void ShapeTape::choose_block() {
     block_ = std::max<std::size_t>(1, std::min(count_, block));
 }
 
-void ShapeTape::place_arrays(const ShapeGroup& group) {
+void ShapeTape::place_arrays(const ShapeGroup& group, const std::vector<int>& place_of_part) {
+    const auto columns_of = [&](int slot) {
+        std::vector<int> columns(count_);
+        for (std::size_t k = 0; k < count_; ++k)
+            columns[k] = slot < group.num_slots
+                             ? group.column(k, slot)
+                             : place_of_part[at(group.part(k, slot - group.num_slots))];
+        return columns;
+    };
     saved_.resize(at(code_.num_saved) * count_);
     weights_.resize(count_);
-    gathers_.resize(at(group.num_slots));
+    gathers_.resize(at(group.num_slots + group.num_parts()));
     scratch_.resize(code_.places.size() * block_);
     places_.resize(code_.places.size());
     for (std::size_t k = 0; k < places_.size(); ++k) {
@@ -45,7 +54,7 @@ void ShapeTape::place_arrays(const ShapeGroup& group) {
                 std::fill_n(own, block_, place.literal);
                 break;
             case PlaceKind::kSlot:
-                place_slot(group, place.number, k);
+                place_slot(columns_of(place.number), place.number, k);
                 break;
             case PlaceKind::kParameter:
                 advancing_.push_back({k, code_.parameters.data() + at(place.number) * count_});
@@ -56,25 +65,22 @@ void ShapeTape::place_arrays(const ShapeGroup& group) {
             case PlaceKind::kWeight:
                 advancing_.push_back({k, weights_.data()});
                 break;
+            case PlaceKind::kPart:
+                advancing_.push_back({k, x_ + place_of_part[at(group.expressions[0])]});
+                break;
             case PlaceKind::kRegister:
                 break;
         }
     }
 }
 
-void ShapeTape::place_slot(const ShapeGroup& group, int slot, std::size_t place) {
-    const int first = group.column(0, slot);
-    bool follows = true;
-    for (std::size_t k = 1; k < count_ && follows; ++k)
-        follows = group.column(k, slot) == first + static_cast<int>(k);
-    if (follows) {
-        // Places are not const; nothing writes to a slot.
-        advancing_.push_back({place, const_cast<double*>(x_) + first});
+void ShapeTape::place_slot(const std::vector<int>& columns, int slot, std::size_t place) {
+    const auto breaks = [](int one, int next) { return next != one + 1; };
+    if (std::adjacent_find(columns.begin(), columns.end(), breaks) == columns.end()) {
+        advancing_.push_back({place, x_ + columns[0]});
         return;
     }
-    Gather& gather = gathers_[at(slot)];
-    gather.to = places_[place];
-    for (std::size_t k = 0; k < count_; ++k) gather.columns.push_back(group.column(k, slot));
+    gathers_[at(slot)] = {columns, places_[place]};
 }
 
 void ShapeTape::enter_block(const ShapeProgram& program, std::size_t first,

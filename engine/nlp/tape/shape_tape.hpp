@@ -12,12 +12,13 @@ namespace qlx::nlp {
 
 class ShapeTape {
   public:
-    // The columns' values are read from x, which stays where it is.
-    ShapeTape(const ShapeGroup& group, const double* x, UserCalls& user);
+    // The columns' values are read from x, which stays where it is. Values that are parts of other
+    // expressions are there too: that of expression e at x[place_of_part[e]].
+    ShapeTape(const ShapeGroup& group, double* x, const std::vector<int>& place_of_part,
+              UserCalls& user);
     ShapeTape(ShapeTape&&) noexcept = default;
     ShapeTape& operator=(ShapeTape&&) = delete;
 
-    [[nodiscard]] unsigned users() const noexcept { return users_; }
     [[nodiscard]] std::size_t count() const noexcept { return count_; }
     [[nodiscard]] const ShapeCode& code() const noexcept { return code_; }
     // Of each expression, read by the program of second derivatives.
@@ -30,8 +31,8 @@ class ShapeTape {
 
   private:
     void choose_block();
-    void place_arrays(const ShapeGroup& group);
-    void place_slot(const ShapeGroup& group, int slot, std::size_t place);
+    void place_arrays(const ShapeGroup& group, const std::vector<int>& place_of_part);
+    void place_slot(const std::vector<int>& columns, int slot, std::size_t place);
     void enter_block(const ShapeProgram& program, std::size_t first, std::size_t n) noexcept;
 
     // A slot whose columns do not follow each other is read into an array.
@@ -45,10 +46,9 @@ class ShapeTape {
         double* start;
     };
 
-    unsigned users_;
     std::size_t count_;
     std::size_t block_;
-    const double* x_;
+    double* x_;
     UserCalls* user_;
     ShapeCode code_;
     std::vector<double> scratch_;  // registers, literals and gathered slots of one block

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "engine/nlp/tape/entry_index.hpp"
+#include "engine/nlp/tape/positions.hpp"
 #include "engine/nlp/tape/shape_tape.hpp"
 #include "engine/nlp/tape/split_statement.hpp"
 
@@ -12,12 +13,14 @@ namespace qlx::nlp {
 
 class UsedShape {
   public:
-    // `expression_uses[e]` are the uses of expression e of the group.
+    // uses[e] are the uses of expression e; the others as in ShapeTape.
     UsedShape(const ShapeGroup& group, const std::vector<std::span<const ExpressionUse>>& uses,
-              const double* x, UserCalls& user);
+              double* x, const std::vector<int>& place_of_part, UserCalls& user);
 
-    [[nodiscard]] bool is_used_by(unsigned users) const noexcept {
-        return (tape_.users() & users) != 0;
+    // As a term, and as that or a part of a term.
+    [[nodiscard]] bool is_used_by(unsigned users) const noexcept { return (users_ & users) != 0; }
+    [[nodiscard]] bool is_needed_by(unsigned users) const noexcept {
+        return (needed_by_ & users) != 0;
     }
     [[nodiscard]] const ShapeCode& code() const noexcept { return tape_.code(); }
 
@@ -33,30 +36,31 @@ class UsedShape {
     void add_hessian(double objective_factor, const double* multipliers, double* hessian);
     // The same without expressions of weight 0, which may be infinite.
     void add_hessian_of_weighted(double* hessian);
-    void forget_point() noexcept { has_first_ = false; }
+    void forget_point() noexcept { has_values_ = has_first_ = false; }
 
   private:
-    // One use by a row of each expression, or of some of them.
+    // One use by a row of each expression, or of some of them, in their order.
     struct Layer {
-        std::vector<int> expressions;  // empty: all
-        std::vector<int> rows;
-        std::vector<double> coefficients;
-        std::vector<std::vector<int>> positions;  // in the Jacobian, by first derivative
+        Positions expressions;
+        Positions rows;
+        Factors factors;
+        std::vector<Positions> jacobian;  // by first derivative
     };
 
-    [[nodiscard]] std::size_t expression(const Layer& layer, std::size_t k) const noexcept {
-        return layer.expressions.empty() ? k : at(layer.expressions[k]);
-    }
+    void layer_uses(const ShapeGroup& group,
+                    const std::vector<std::span<const ExpressionUse>>& uses);
     void weigh(double objective_factor, const double* multipliers);
-    template <class Add>
-    void for_block(const Layer& layer, std::size_t first, std::size_t n, Add&& add) const;
+    static void add_uses(const Layer& layer, const Positions& to, double* out, std::size_t first,
+                         std::size_t n, const double* values);
 
+    unsigned users_;
+    unsigned needed_by_;
     ShapeTape tape_;
-    int num_slots_;
-    std::vector<int> columns_;                    // by slot, of all expressions
-    std::vector<double> objective_coefficients_;  // empty: not used there
+    std::vector<Positions> columns_;  // by slot
+    Factors objective_factors_;       // empty: not used there
     std::vector<Layer> layers_;
-    std::vector<std::vector<int>> hessian_positions_;  // by second derivative
+    std::vector<Positions> hessian_;  // by second derivative
+    bool has_values_ = false;
     bool has_first_ = false;
 };
 
