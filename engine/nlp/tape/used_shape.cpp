@@ -8,7 +8,9 @@ namespace qlx::nlp {
 UsedShape::UsedShape(const ShapeGroup& group,
                      const std::vector<std::span<const ExpressionUse>>& uses, double* x,
                      const std::vector<int>& place_of_part, UserCalls& user)
-    : users_(group.users), needed_by_(group.needed_by), tape_(group, x, place_of_part, user) {
+    : ExpressionSet(group.users, group.needed_by), tape_(group, x, place_of_part, user) {
+    has_kinks_ = code().has_kinks;
+    has_constant_curvature_ = code().has_constant_curvature;
     if (users_ == 0) return;
     for (int slot = 0; slot < group.num_slots; ++slot) {
         std::vector<int> columns;
@@ -100,10 +102,7 @@ void UsedShape::add_uses(const Layer& layer, const Positions& to, double* out, s
     });
 }
 
-void UsedShape::add_values(double& objective, double* rows) {
-    // A part of objective and rows is evaluated for whichever comes first.
-    if (has_values_ && users_ == 0) return;
-    has_values_ = true;
+void UsedShape::run_values(double& objective, double* rows) {
     tape_.run(code().value, [&](std::size_t first, std::size_t n, const double* const* outputs) {
         if (!objective_factors_.empty())
             objective_factors_.times(outputs[0], first,
@@ -112,29 +111,19 @@ void UsedShape::add_values(double& objective, double* rows) {
     });
 }
 
-void UsedShape::add_gradient(double* gradient) {
-    has_first_ = true;
+void UsedShape::run_first(double* gradient, double* jacobian) {
+    if (code().first_slots.empty()) return;
     tape_.run(code().first, [&](std::size_t first, std::size_t n, const double* const* outputs) {
-        for (std::size_t s = 0; s < code().first_slots.size(); ++s)
-            objective_factors_.times(outputs[s], first, [&](auto value) {
-                columns_[at(code().first_slots[s])].add(gradient, first, n, value);
-            });
+        if (gradient != nullptr)
+            for (std::size_t s = 0; s < code().first_slots.size(); ++s)
+                objective_factors_.times(outputs[s], first, [&](auto value) {
+                    columns_[at(code().first_slots[s])].add(gradient, first, n, value);
+                });
+        if (jacobian != nullptr)
+            for (const Layer& layer : layers_)
+                for (std::size_t s = 0; s < layer.jacobian.size(); ++s)
+                    add_uses(layer, layer.jacobian[s], jacobian, first, n, outputs[s]);
     });
-}
-
-void UsedShape::add_jacobian(double* jacobian) {
-    has_first_ = true;
-    tape_.run(code().first, [&](std::size_t first, std::size_t n, const double* const* outputs) {
-        for (const Layer& layer : layers_)
-            for (std::size_t s = 0; s < layer.jacobian.size(); ++s)
-                add_uses(layer, layer.jacobian[s], jacobian, first, n, outputs[s]);
-    });
-}
-
-void UsedShape::prepare_hessian() {
-    if (has_first_ || code().first_slots.empty()) return;
-    has_first_ = true;
-    tape_.run(code().first, [](std::size_t, std::size_t, const double* const*) {});
 }
 
 void UsedShape::weigh(double objective_factor, const double* multipliers) {
@@ -147,24 +136,21 @@ void UsedShape::weigh(double objective_factor, const double* multipliers) {
         });
 }
 
-void UsedShape::add_hessian(double objective_factor, const double* multipliers, double* hessian) {
+void UsedShape::run_second(double objective_factor, const double* multipliers, bool only_weighted,
+                           double* hessian) {
     if (code().second_slots.empty()) return;
     weigh(objective_factor, multipliers);
-    tape_.run(code().second, [&](std::size_t first, std::size_t n, const double* const* outputs) {
-        for (std::size_t s = 0; s < hessian_.size(); ++s)
-            hessian_[s].add(hessian, first, n,
-                            [values = outputs[s]](std::size_t k) { return values[k]; });
-    });
-}
-
-void UsedShape::add_hessian_of_weighted(double* hessian) {
-    if (code().second_slots.empty()) return;
     const double* weights = tape_.weights().data();
     tape_.run(code().second, [&](std::size_t first, std::size_t n, const double* const* outputs) {
-        for (std::size_t s = 0; s < hessian_.size(); ++s)
-            hessian_[s].add(hessian, first, n, [&, values = outputs[s]](std::size_t k) {
-                return weights[first + k] != 0 ? values[k] : 0;
-            });
+        for (std::size_t s = 0; s < hessian_.size(); ++s) {
+            const double* values = outputs[s];
+            if (only_weighted)
+                hessian_[s].add(hessian, first, n, [&](std::size_t k) {
+                    return weights[first + k] != 0 ? values[k] : 0;
+                });
+            else
+                hessian_[s].add(hessian, first, n, [values](std::size_t k) { return values[k]; });
+        }
     });
 }
 
