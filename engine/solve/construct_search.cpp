@@ -115,12 +115,18 @@ class Search {
         return std::nullopt;
     }
 
+    // What is left of the effort; a search that found something is worth all the time there is.
+    [[nodiscard]] double seconds_of_effort() const noexcept {
+        if (results_.solutions_found != solutions_before_) return kUnbounded;
+        return effort_.seconds - (session_.seconds() - start_);
+    }
+
     int reason_to_stop() noexcept {
         if (const int reason = session_.stop_rule().reason(); reason != QLX_STOP_NONE)
             return reason;
         if (controls_.lpiterlimit == 0) return QLX_STOP_ITERLIMIT;
-        gave_up_ = results_.solutions_found == solutions_before_ &&
-                   (explored_++ >= effort_.nodes || session_.seconds() - start_ > effort_.seconds);
+        gave_up_ = seconds_of_effort() <= 0 ||
+                   (explored_++ >= effort_.nodes && std::isfinite(seconds_of_effort()));
         if (gave_up_) return QLX_STOP_NODELIMIT;
         return results_.nodes >= controls_.nodelimit ? QLX_STOP_NODELIMIT : QLX_STOP_NONE;
     }
@@ -151,8 +157,17 @@ class Search {
         return whole;
     }
 
+    void solve_node(SolveSession& session) {
+        if (is_linear_)
+            solve_relaxation(session, flags_);
+        else
+            solve_part(session, flags_);
+    }
+
     const Results& solve(const Node& node) {
         Problem& part = node_.problem();
+        part.controls.timelimit =
+            std::min(controls_.timelimit, std::max(1e-3, seconds_of_effort()));
         part.controls.nodelimit = controls_.nodelimit - static_cast<int>(results_.nodes);
         part.controls.mipabscutoff = sense_ * std::min(cutoff(), kInfinity);
         current_bound_ = node.bound;
@@ -162,10 +177,7 @@ class Search {
                                        offer(found.x);
                                        if (is_found()) session.stop(QLX_STOP_SOLLIMIT);
                                    }});
-        if (is_linear_)
-            solve_relaxation(session, flags_);
-        else
-            solve_part(session, flags_);
+        solve_node(session);
         KernelResult one;
         one.nodes = 1;
         if (part.results.nodes == 0) session.count(one);
@@ -360,10 +372,7 @@ class Search {
         part.controls.mipabscutoff = kInfinity;
         part.controls.timelimit = std::max(1.0, session_.seconds());
         SolveSession session(session_, part);
-        if (is_linear_)
-            solve_relaxation(session, flags_);
-        else
-            solve_part(session, flags_);
+        solve_node(session);
         return part.results.mip_status == QLX_MIP_INFEAS;
     }
 

@@ -115,11 +115,13 @@ struct Found {
     int stop = 0;
 };
 
-Found solve(const SmallModel& m, const Settings& settings) {
-    TestProblem p;
+void load(const TestProblem& p, const SmallModel& m, const Settings& settings) {
     p.control("presolve", settings.presolve ? 1 : 0);
     p.control("feastol", settings.feastol);
     m.load(p);
+}
+
+Found solve(const TestProblem& p, const SmallModel& m) {
     Found found;
     const bool linear = m.is_linear();
     EXPECT_EQ(linear ? QLXlpoptimize(p, "") : QLXmipoptimize(p, ""), 0) << p.error();
@@ -194,27 +196,36 @@ std::string describe(const SmallModel& m, const Settings& settings, const Found&
 
 void campaign(bool integral) {
     unsigned first = 1;
-    unsigned last = std::getenv("QUILEX_LONG") == nullptr ? 1000 : 20'000;
+    unsigned last = std::getenv("QUILEX_LONG") == nullptr ? 300 : 20'000;
     if (const char* seeds = std::getenv("QUILEX_SEEDS"); seeds != nullptr) {
         ASSERT_EQ(std::sscanf(seeds, "%u:%u", &first, &last), 2);
     }
     int seen[5] = {};
+    int unbounded = 0;
     for (unsigned seed = first; seed <= last; ++seed) {
         Random random(seed);
         const Settings settings{random.chance(0.5), random.chance(0.5) ? 1e-6 : 1e-9};
-        const SmallModel m = random_model(random, integral);
-        const SmallAnswer answer(m);
-        const Found found = solve(m, settings);
-        const Outcome outcome = judge(m, settings, found, answer);
-        ++seen[static_cast<int>(outcome)];
-        EXPECT_NE(outcome, Outcome::kWrong)
-            << "seed " << seed << ": " << describe(m, settings, found, answer);
-        if (outcome == Outcome::kUnsolved)
-            std::printf("seed %u: %s\n", seed, describe(m, settings, found, answer).c_str());
+        SmallModel m = random_model(random, integral);
+        TestProblem p;
+        load(p, m, settings);
+        // Either sense, one after the other in the same problem.
+        for (int turn = 0; turn < 2; ++turn) {
+            const SmallAnswer answer(m);
+            const Found found = solve(p, m);
+            const Outcome outcome = judge(m, settings, found, answer);
+            ++seen[static_cast<int>(outcome)];
+            unbounded += outcome == Outcome::kRight && answer.is_unbounded() ? 1 : 0;
+            EXPECT_NE(outcome, Outcome::kWrong)
+                << "seed " << seed << ": " << describe(m, settings, found, answer);
+            if (outcome == Outcome::kUnsolved)
+                std::printf("seed %u: %s\n", seed, describe(m, settings, found, answer).c_str());
+            m.sense = -m.sense;
+            ASSERT_EQ(QLXchgobjsense(p, m.sense), 0);
+        }
     }
-    std::printf("%d right, %d by tolerances, %d unsolved, %d skipped, %d wrong\n", seen[0], seen[1],
-                seen[2], seen[3], seen[4]);
-    const auto count = static_cast<int>(last - first + 1);
+    std::printf("%d right (%d unbounded), %d by tolerances, %d unsolved, %d skipped, %d wrong\n",
+                seen[0], unbounded, seen[1], seen[2], seen[3], seen[4]);
+    const auto count = static_cast<int>(2 * (last - first + 1));
     EXPECT_LE(seen[static_cast<int>(Outcome::kUnsolved)], count / 1000);
     EXPECT_GE(seen[static_cast<int>(Outcome::kRight)], count / 2);
 }
@@ -246,7 +257,9 @@ TEST(SmallModels, KnownOnesStayRight) {
             for (const double feastol : {1e-6, 1e-9}) {
                 const Settings settings{presolve, feastol};
                 const SmallAnswer answer(m);
-                const Found found = solve(m, settings);
+                TestProblem p;
+                load(p, m, settings);
+                const Found found = solve(p, m);
                 EXPECT_EQ(judge(m, settings, found, answer), Outcome::kRight)
                     << describe(m, settings, found, answer);
             }

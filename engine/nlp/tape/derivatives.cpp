@@ -1,7 +1,7 @@
 // Derivatives of an expression as expressions of the same graph.
 #include "engine/nlp/tape/derivatives.hpp"
 
-#include <unordered_map>
+#include <algorithm>
 
 #include "engine/nlp/tape/partials.hpp"
 
@@ -10,36 +10,56 @@ namespace qlx::nlp {
 namespace {
 
 // The second derivatives by pairs of nodes that are still to be passed on, as a symmetric matrix of
-// which one triangle is kept: an entry beside the diagonal stands for two.
+// which one triangle is kept: an entry beside the diagonal stands for two. Nodes are passed on in
+// descending order, and then their entries are gone.
 class Edges {
   public:
-    explicit Edges(int size) : partners_(at(size)) {}
+    struct Edge {
+        int partner;
+        int value;  // where it is
+    };
 
-    void add(ExpressionGraph& graph, int one, int other, int value) {
+    explicit Edges(int size) : edges_(at(size)), place_(at(size), 0), mark_(at(size), 0) {}
+
+    // Entries are added to this node from now on; those with nodes above `passed` are forgotten.
+    void select(int node, int passed) {
+        node_ = node;
+        ++last_mark_;
+        std::vector<Edge>& edges = edges_[at(node)];
+        std::erase_if(edges, [passed](const Edge& edge) { return edge.partner > passed; });
+        for (const Edge& edge : edges) {
+            place_[at(edge.partner)] = edge.value;
+            mark_[at(edge.partner)] = last_mark_;
+        }
+    }
+
+    void add(ExpressionGraph& graph, int partner, int value) {
         if (graph.is_literal(value, 0)) return;
-        const int high = std::max(one, other);
-        const int low = std::min(one, other);
-        const auto [place, is_new] = values_.try_emplace(key(high, low), value);
-        if (is_new)
-            partners_[at(high)].push_back(low);
-        else
-            place->second = graph.add(place->second, value);
+        if (mark_[at(partner)] == last_mark_) {
+            int& sum = values_[at(place_[at(partner)])];
+            sum = graph.add(sum, value);
+            return;
+        }
+        const int place = static_cast<int>(values_.size());
+        values_.push_back(value);
+        place_[at(partner)] = place;
+        mark_[at(partner)] = last_mark_;
+        edges_[at(node_)].push_back({partner, place});
+        if (partner != node_) edges_[at(partner)].push_back({node_, place});
     }
-    // The nodes that come no later than this one and have an entry with it.
-    [[nodiscard]] const std::vector<int>& partners(int node) const { return partners_[at(node)]; }
-    [[nodiscard]] int value(int high, int low) const { return values_.at(key(high, low)); }
-    void drop(int high) {
-        for (const int low : partners_[at(high)]) values_.erase(key(high, low));
-        partners_[at(high)] = {};
-    }
+
+    [[nodiscard]] const std::vector<Edge>& of(int node) const { return edges_[at(node)]; }
+    [[nodiscard]] int value(const Edge& edge) const { return values_[at(edge.value)]; }
+    void drop(int node) { edges_[at(node)] = {}; }
 
   private:
-    static std::uint64_t key(int high, int low) noexcept {
-        return static_cast<std::uint64_t>(high) << 32 | static_cast<std::uint32_t>(low);
-    }
-
-    std::vector<std::vector<int>> partners_;
-    std::unordered_map<std::uint64_t, int> values_;
+    std::vector<std::vector<Edge>> edges_;  // by node, each edge at both of its ends
+    std::vector<int> values_;
+    // Of the selected node, by partner.
+    int node_ = 0;
+    std::vector<int> place_;
+    std::vector<int> mark_;
+    int last_mark_ = 0;
 };
 
 class Differentiator {
@@ -110,9 +130,11 @@ class Differentiator {
         if (adjoint == kNoNode) return;
         if (!partials_.second.empty()) {
             const int weighted = graph_.multiply(weight_, adjoint);
-            for (const auto& second : partials_.second)
-                edges_.add(graph_, partials_.operands[second.i], partials_.operands[second.j],
+            for (const auto& second : partials_.second) {
+                edges_.select(partials_.operands[second.i], index);
+                edges_.add(graph_, partials_.operands[second.j],
                            times(weighted, second.node, guarded));
+            }
         }
         for (std::size_t k = 0; k < partials_.operands.size(); ++k) {
             int& to = adjoint_[at(partials_.operands[k])];
@@ -122,37 +144,35 @@ class Differentiator {
     }
 
     void push_edges(int index, bool guarded) {
-        for (const int partner : edges_.partners(index)) {
-            const int value = edges_.value(index, partner);
-            if (partner == index) {
-                push_square(value, guarded);
-                continue;
-            }
-            for (std::size_t k = 0; k < partials_.operands.size(); ++k) {
-                const int operand = partials_.operands[k];
+        for (std::size_t k = 0; k < partials_.operands.size(); ++k) {
+            const int operand = partials_.operands[k];
+            edges_.select(operand, index);
+            for (const Edges::Edge& edge : edges_.of(index)) {
+                const int value = edges_.value(edge);
+                if (edge.partner > index) continue;
                 const int share = times(value, partials_.first[k], guarded);
-                edges_.add(graph_, operand, partner,
-                           operand == partner ? graph_.scale(2, share) : share);
+                if (edge.partner == index)
+                    push_square(k, share, guarded);
+                else
+                    edges_.add(graph_, edge.partner,
+                               operand == edge.partner ? graph_.scale(2, share) : share);
             }
         }
         edges_.drop(index);
     }
 
-    void push_square(int value, bool guarded) {
-        for (std::size_t i = 0; i < partials_.operands.size(); ++i) {
-            const int once = times(value, partials_.first[i], guarded);
-            for (std::size_t j = 0; j <= i; ++j)
-                edges_.add(graph_, partials_.operands[i], partials_.operands[j],
-                           times(once, partials_.first[j], guarded));
-        }
+    // `once` has been multiplied by the derivative by operand i.
+    void push_square(std::size_t i, int once, bool guarded) {
+        for (std::size_t j = 0; j <= i; ++j)
+            edges_.add(graph_, partials_.operands[j], times(once, partials_.first[j], guarded));
     }
 
     void collect(int index, Derivatives& result) {
-        for (const int partner : edges_.partners(index)) {
-            // Edges between a column and an operation were passed on with the operation.
+        for (const Edges::Edge& edge : edges_.of(index)) {
+            if (edge.partner > index) continue;
             const int i = graph_.node(index).a;
-            const int j = graph_.node(partner).a;
-            result.second.push_back({std::max(i, j), std::min(i, j), edges_.value(index, partner)});
+            const int j = graph_.node(edge.partner).a;
+            result.second.push_back({std::max(i, j), std::min(i, j), edges_.value(edge)});
         }
     }
 

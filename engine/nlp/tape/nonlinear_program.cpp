@@ -5,15 +5,18 @@
 #include <cmath>
 
 #include "engine/nlp/tape/complaint.hpp"
+#include "engine/nlp/tape/single_expressions.hpp"
+#include "engine/nlp/tape/used_shape.hpp"
 
 namespace qlx::nlp {
 
 namespace {
 
+// Fewer expressions of one shape are evaluated one by one.
+constexpr std::size_t kFewest = 4;
+
 bool all_finite(std::span<const double> values) noexcept {
-    double sum = 0;
-    for (const double value : values) sum += value * 0.0;
-    return sum == 0;
+    return sum_of(values.size(), [&](std::size_t k) { return values[k] * 0.0; }) == 0;
 }
 
 }  // namespace
@@ -67,20 +70,48 @@ void NonlinearProgram::compile(SplitStatement& split) {
             x_.push_back(0);
         }
     }
-    for (const ShapeGroup& group : groups)
-        shapes_.emplace_back(group, uses, x_.data(), place_of_part, user_calls_);
+    make_sets(groups, uses, place_of_part);
 
     constant_ = std::make_unique<ConstantParts>(split);
     EntryIndex jacobian;
     EntryIndex hessian;
     constant_->add_entries(jacobian, hessian);
-    for (const UsedShape& shape : shapes_) shape.add_entries(jacobian, hessian);
+    for (const auto& set : sets_) set->add_entries(jacobian, hessian);
     jacobian.sort(num_rows());
     hessian.sort(num_columns());
     jacobian_pattern_ = jacobian.pattern();
     hessian_pattern_ = hessian.pattern();
     constant_->find_positions(jacobian, hessian, jacobian_pattern_.rows.size());
-    for (UsedShape& shape : shapes_) shape.find_positions(jacobian, hessian);
+    for (auto& set : sets_) set->find_positions(jacobian, hessian);
+}
+
+// Groups come by level. Small ones with the same users and level are put together.
+void NonlinearProgram::make_sets(const std::vector<ShapeGroup>& groups,
+                                 const std::vector<std::span<const ExpressionUse>>& uses,
+                                 const std::vector<int>& place_of_part) {
+    std::vector<const ShapeGroup*> waiting;
+    const auto same = [](const ShapeGroup& a, const ShapeGroup& b) {
+        return a.users == b.users && a.needed_by == b.needed_by;
+    };
+    for (std::size_t first = 0, end = 0; first < groups.size(); first = end) {
+        waiting.clear();
+        for (; end < groups.size() && groups[end].level == groups[first].level; ++end) {
+            if (groups[end].count() >= kFewest)
+                sets_.push_back(std::make_unique<UsedShape>(groups[end], uses, x_.data(),
+                                                            place_of_part, user_calls_));
+            else
+                waiting.push_back(&groups[end]);
+        }
+        for (auto from = waiting.begin(); from != waiting.end();) {
+            const ShapeGroup& key = **from;
+            const auto to = std::stable_partition(
+                from, waiting.end(), [&](const ShapeGroup* group) { return same(*group, key); });
+            sets_.push_back(
+                std::make_unique<SingleExpressions>(std::span<const ShapeGroup* const>(from, to),
+                                                    uses, x_.data(), place_of_part, user_calls_));
+            from = to;
+        }
+    }
 }
 
 void NonlinearProgram::classify(const SplitStatement& split) {
@@ -91,11 +122,11 @@ void NonlinearProgram::classify(const SplitStatement& split) {
         is_linear_row_[at(entry.row)] = 0;
     is_quadratic_ =
         std::find(is_linear_row_.begin(), is_linear_row_.end(), 0) == is_linear_row_.end();
-    for (const UsedShape& shape : shapes_) {
-        is_coupled_ |= shape.is_used_by(kUsedByObjective | kUsedByRows) &&
-                       shape.is_needed_by(kUsedByObjective) && shape.is_needed_by(kUsedByRows);
-        has_kinks_ |= shape.code().has_kinks;
-        is_quadratic_ &= shape.code().has_constant_curvature && !shape.code().has_kinks;
+    for (const auto& set : sets_) {
+        is_coupled_ |= set->is_used_by(kUsedByObjective | kUsedByRows) &&
+                       set->is_needed_by(kUsedByObjective) && set->is_needed_by(kUsedByRows);
+        has_kinks_ |= set->has_kinks();
+        is_quadratic_ &= set->has_constant_curvature() && !set->has_kinks();
     }
 }
 
@@ -124,7 +155,7 @@ void NonlinearProgram::set_point(std::span<const double> x) {
     has_point_ = true;
     has_functions_ = 0;
     has_first_ = false;
-    for (UsedShape& shape : shapes_) shape.forget_point();
+    for (auto& set : sets_) set->forget_point();
 }
 
 void NonlinearProgram::evaluate_functions(unsigned users) {
@@ -135,8 +166,8 @@ void NonlinearProgram::evaluate_functions(unsigned users) {
     has_functions_ |= users;
     if ((users & kUsedByObjective) != 0) objective_value_ = constant_->objective(x_.data());
     if ((users & kUsedByRows) != 0) constant_->rows(x_.data(), row_values_);
-    for (UsedShape& shape : shapes_)
-        if (shape.is_needed_by(users)) shape.add_values(objective_value_, row_values_.data());
+    for (auto& set : sets_)
+        if (set->is_needed_by(users)) set->add_values(objective_value_, row_values_.data());
 }
 
 void NonlinearProgram::note_first() {
@@ -163,8 +194,8 @@ bool NonlinearProgram::gradient(std::span<const double> x, std::span<double> out
     evaluate_functions(kUsedByObjective);
     note_first();
     constant_->gradient(x_.data(), out.data());
-    for (UsedShape& shape : shapes_)
-        if (shape.is_used_by(kUsedByObjective)) shape.add_gradient(out.data());
+    for (auto& set : sets_)
+        if (set->is_used_by(kUsedByObjective)) set->add_gradient(out.data());
     return std::isfinite(objective_value_) && all_finite(out);
 }
 
@@ -173,8 +204,8 @@ bool NonlinearProgram::jacobian(std::span<const double> x, std::span<double> out
     evaluate_functions(kUsedByRows);
     note_first();
     constant_->jacobian(x_.data(), out.data());
-    for (UsedShape& shape : shapes_)
-        if (shape.is_used_by(kUsedByRows)) shape.add_jacobian(out.data());
+    for (auto& set : sets_)
+        if (set->is_used_by(kUsedByRows)) set->add_jacobian(out.data());
     return all_finite(row_values_) && all_finite(out);
 }
 
@@ -183,14 +214,14 @@ bool NonlinearProgram::hessian(std::span<const double> x, double objective_facto
     set_point(x);
     evaluate_functions(kUsedByObjective | kUsedByRows);
     ++counts_.hessians;
-    for (UsedShape& shape : shapes_) shape.prepare_hessian();
     constant_->hessian(objective_factor, multipliers.data(), out.data(), out.size());
-    for (UsedShape& shape : shapes_)
-        shape.add_hessian(objective_factor, multipliers.data(), out.data());
+    for (auto& set : sets_)
+        set->add_hessian(objective_factor, multipliers.data(), false, out.data());
     if (all_finite(out)) return true;
     // Functions that do not count may be undefined.
     constant_->hessian(objective_factor, multipliers.data(), out.data(), out.size());
-    for (UsedShape& shape : shapes_) shape.add_hessian_of_weighted(out.data());
+    for (auto& set : sets_)
+        set->add_hessian(objective_factor, multipliers.data(), true, out.data());
     return all_finite(out);
 }
 

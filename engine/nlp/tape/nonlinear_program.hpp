@@ -1,6 +1,7 @@
 // A statement as solvers evaluate it: compiled once, then evaluated at many points.
 #pragma once
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -8,7 +9,8 @@
 #include "engine/nlp/local_solver.hpp"
 #include "engine/nlp/statement/statement.hpp"
 #include "engine/nlp/tape/constant_parts.hpp"
-#include "engine/nlp/tape/used_shape.hpp"
+#include "engine/nlp/tape/expression_set.hpp"
+#include "engine/nlp/tape/kernels.hpp"
 
 namespace qlx::nlp {
 
@@ -55,6 +57,9 @@ class NonlinearProgram final : public LocalProblem {
   private:
     void state_bounds();
     void compile(SplitStatement& split);
+    void make_sets(const std::vector<ShapeGroup>& groups,
+                   const std::vector<std::span<const ExpressionUse>>& uses,
+                   const std::vector<int>& place_of_part);
     void classify(const SplitStatement& split);
     void set_point(std::span<const double> x);
     void evaluate_functions(unsigned users);
@@ -66,7 +71,7 @@ class NonlinearProgram final : public LocalProblem {
     int num_columns_;
     std::vector<double> x_;  // the last point, then values that expressions share
     UserCalls user_calls_;
-    std::vector<UsedShape> shapes_;
+    std::vector<std::unique_ptr<ExpressionSet>> sets_;  // by level
     std::unique_ptr<ConstantParts> constant_;
     SparsePattern jacobian_pattern_;
     SparsePattern hessian_pattern_;

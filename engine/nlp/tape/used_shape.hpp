@@ -4,65 +4,49 @@
 #include <span>
 #include <vector>
 
-#include "engine/nlp/tape/entry_index.hpp"
+#include "engine/nlp/tape/expression_set.hpp"
+#include "engine/nlp/tape/positions.hpp"
 #include "engine/nlp/tape/shape_tape.hpp"
 #include "engine/nlp/tape/split_statement.hpp"
 
 namespace qlx::nlp {
 
-class UsedShape {
+class UsedShape final : public ExpressionSet {
   public:
     // uses[e] are the uses of expression e; the others as in ShapeTape.
     UsedShape(const ShapeGroup& group, const std::vector<std::span<const ExpressionUse>>& uses,
               double* x, const std::vector<int>& place_of_part, UserCalls& user);
 
-    // As a term, and as that or a part of a term.
-    [[nodiscard]] bool is_used_by(unsigned users) const noexcept { return (users_ & users) != 0; }
-    [[nodiscard]] bool is_needed_by(unsigned users) const noexcept {
-        return (needed_by_ & users) != 0;
-    }
-    [[nodiscard]] const ShapeCode& code() const noexcept { return tape_.code(); }
+    void add_entries(EntryIndex& jacobian, EntryIndex& hessian) const override;
+    void find_positions(const EntryIndex& jacobian, const EntryIndex& hessian) override;
 
-    void add_entries(EntryIndex& jacobian, EntryIndex& hessian) const;
-    void find_positions(const EntryIndex& jacobian, const EntryIndex& hessian);
-
-    // At a new point values come first, then first derivatives, then second ones. Each adds to its
-    // results.
-    void add_values(double& objective, double* rows);
-    void add_gradient(double* gradient);
-    void add_jacobian(double* jacobian);
-    void prepare_hessian();
-    void add_hessian(double objective_factor, const double* multipliers, double* hessian);
-    // The same without expressions of weight 0, which may be infinite.
-    void add_hessian_of_weighted(double* hessian);
-    void forget_point() noexcept { has_values_ = has_first_ = false; }
+  protected:
+    void run_values(double& objective, double* rows) override;
+    void run_first(double* gradient, double* jacobian) override;
+    void run_second(double objective_factor, const double* multipliers, bool only_weighted,
+                    double* hessian) override;
 
   private:
-    // One use by a row of each expression, or of some of them.
+    // One use by a row of each expression, or of some of them, in their order.
     struct Layer {
-        std::vector<int> expressions;  // empty: all
-        std::vector<int> rows;
-        std::vector<double> coefficients;
-        std::vector<std::vector<int>> positions;  // in the Jacobian, by first derivative
+        Positions expressions;
+        Positions rows;
+        Factors factors;
+        std::vector<Positions> jacobian;  // by first derivative
     };
 
-    [[nodiscard]] std::size_t expression(const Layer& layer, std::size_t k) const noexcept {
-        return layer.expressions.empty() ? k : at(layer.expressions[k]);
-    }
+    void layer_uses(const ShapeGroup& group,
+                    const std::vector<std::span<const ExpressionUse>>& uses);
+    [[nodiscard]] const ShapeCode& code() const noexcept { return tape_.code(); }
     void weigh(double objective_factor, const double* multipliers);
-    template <class Add>
-    void for_block(const Layer& layer, std::size_t first, std::size_t n, Add&& add) const;
+    static void add_uses(const Layer& layer, const Positions& to, double* out, std::size_t first,
+                         std::size_t n, const double* values);
 
-    unsigned users_;
-    unsigned needed_by_;
     ShapeTape tape_;
-    int num_slots_;
-    std::vector<int> columns_;                    // by slot, of all expressions
-    std::vector<double> objective_coefficients_;  // empty: not used there
+    std::vector<Positions> columns_;  // by slot
+    Factors objective_factors_;       // empty: not used there
     std::vector<Layer> layers_;
-    std::vector<std::vector<int>> hessian_positions_;  // by second derivative
-    bool has_values_ = false;
-    bool has_first_ = false;
+    std::vector<Positions> hessian_;  // by second derivative
 };
 
 }  // namespace qlx::nlp
