@@ -29,7 +29,7 @@ bool may_close_cycle(PyObject* object) noexcept {
                                      type == &quadterm_type || type == &expression_type ||
                                      type == &nonlinear_type;
     if (!tracked_when_needed || PyObject_GC_IsTracked(object)) return true;
-    return grows_in_place(object) && Py_REFCNT(object) > kReferencesOfPassedOperand;
+    return Py_REFCNT(object) > kReferencesOfPassedOperand && grows_in_place(object);
 }
 
 }  // namespace quilex

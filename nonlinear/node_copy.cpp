@@ -1,5 +1,6 @@
 // Deep copies of expression trees, scaled. Without recursion: trees may be deeper than the C stack.
 #include "model/general_operations.hpp"
+#include "module/small_stack.hpp"
 #include "nonlinear/shared_operands.hpp"
 
 namespace quilex {
@@ -64,7 +65,6 @@ Ref scale_copy(Ref copy, double scale) {
 class TreeCopy {
   public:
     Ref run(PyObject* root, double scale) {
-        frames_.reserve(kUsualDepth);
         Ref result = begin(root, scale);
         while (!frames_.empty()) {
             if (result) store(std::move(result));
@@ -171,9 +171,9 @@ class TreeCopy {
         return scale_copy(std::move(copy), frame.scale);
     }
 
-    static constexpr size_t kUsualDepth = 8;
+    static constexpr size_t kUsualDepth = 6;
 
-    std::vector<CopyFrame> frames_;
+    SmallStack<CopyFrame, kUsualDepth> frames_;
 };
 
 }  // namespace

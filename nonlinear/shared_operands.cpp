@@ -54,6 +54,7 @@ void make_appendable(NonlinearNode* sum, bool may_cycle) {
 
 void share_operands(PyObject* sum) {
     NonlinearNode* const node = as_node(sum);
+    if (node->shared == nullptr && PyList_GET_SIZE(node->args) < kWorthSharing) return;
     bool may_cycle = false;
     const Py_ssize_t count = leading_nodes(sum, &may_cycle);
     if (count == 0 || (node->shared == nullptr && count < kWorthSharing)) return;

@@ -3,6 +3,7 @@
 
 #include "module/environment.hpp"
 #include "problem/problem.hpp"
+#include "problem/transfer/nonlinear_part.hpp"
 
 namespace quilex {
 
@@ -51,10 +52,17 @@ inline Problem* reading(PyObject* self) {
     return problem;
 }
 
-// For methods that change the model or the results.
-inline Problem* changing(PyObject* self) {
+// For methods that change the results.
+inline Problem* solving(PyObject* self) {
     Problem* problem = reading(self);
     if (problem->results != nullptr) drop_results(problem);
+    return problem;
+}
+
+// For methods that change the model.
+inline Problem* changing(PyObject* self) {
+    Problem* problem = solving(self);
+    if (!is_linear_or_quadratic(problem)) check_nl_unconstruct(problem);
     return problem;
 }
 
@@ -66,6 +74,7 @@ inline Problem* collecting(PyObject* self) {
         prepare_for_call(problem);
     }
     if (problem->results != nullptr) drop_results(problem);
+    if (!is_linear_or_quadratic(problem)) check_nl_unconstruct(problem);
     return problem;
 }
 

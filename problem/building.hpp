@@ -10,6 +10,7 @@ extern PyMethodDef building_methods[];   // addVariable, addConstraint, addSOS, 
 extern PyMethodDef deletion_methods[];   // delVariable, delConstraint, delSOS
 extern PyMethodDef lookup_methods[];     // getVariable, getConstraint, getSOS, getIndex
 extern PyMethodDef objective_methods[];  // setObjective
+extern PyMethodDef start_methods[];      // setStart
 extern PyMethodDef solve_methods[];      // solve, getObjVal, getProbStatus, getProbStatusString
 
 // The bodies of addSOS and addIndicator.

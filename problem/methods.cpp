@@ -26,7 +26,7 @@ void collect_problem_methods() noexcept {
     if (!methods.empty()) return;
     for (const PyMethodDef* table :
          {identity_methods, building_methods, deletion_methods, lookup_methods, objective_methods,
-          solve_methods, result_methods, result_array_methods, control_methods}) {
+          start_methods, solve_methods, result_methods, result_array_methods, control_methods}) {
         for (; table->ml_name != nullptr; ++table) methods.push_back(*table);
     }
     for (const LibraryMethodTable* table : library_method_tables()) {

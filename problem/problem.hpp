@@ -39,7 +39,7 @@ struct Problem {
     uint64_t nl_obj;                       // nonzero when the objective was handed to it
     PyObject* nl_objexpr;                  // the objective, kept while it is nonlinear
     int32_t objective_transfer_column;     // -1 when none
-    int32_t formula_column;                // of coefficients without a column; kUnreadColumn at first
+    int32_t formula_column;  // of coefficients without a column; kUnreadColumn at first
     PyObject* weak_references;
     RowBatch* rows;        // rows of an addConstraint call that the library lacks yet
     ColumnBatch* columns;  // columns of an addVariable call that the library lacks yet

@@ -50,7 +50,7 @@ Ref problem_solve(PyObject* self, PyObject* arguments, PyObject* keywords) {
             raise_runtime_error("The flags of solve() must be a string");
         }
     }
-    Problem* const problem = changing(self);
+    Problem* const problem = solving(self);
     // Settling may run Python code that adds rows.
     do {
         reading(self);

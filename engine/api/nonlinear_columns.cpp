@@ -45,6 +45,9 @@ int QSLPchgvar(QSLPprob prob, int col, const int* detrow, const double* initstep
         if (initvalue != nullptr) make_room(values.initial, col);
         if (value != nullptr) make_room(values.current, col);
         if (initvalue != nullptr) values.initial[at(col)] = *initvalue;
+        // A value from before would hide the new beginning.
+        if (initvalue != nullptr && at(col) < values.current.size())
+            values.current[at(col)] = kNoValue;
         if (value != nullptr) values.current[at(col)] = *value;
     });
 }

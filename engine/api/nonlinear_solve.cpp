@@ -17,6 +17,16 @@ int QSLPnlpoptimize(QSLPprob prob, const char* flags) {
                 [&](NonlinearProblem& p) { solve_nonlinear(p, flags); });
 }
 
+int QSLPunconstruct(QSLPprob prob) {
+    return nonlinear_change(prob, "QSLPunconstruct",
+                            [](NonlinearProblem& p) { p.presolve_state &= ~kConstructed; });
+}
+
+int QSLPpostsolve(QSLPprob prob) {
+    return nonlinear_change(prob, "QSLPpostsolve",
+                            [](NonlinearProblem& p) { p.presolve_state &= ~kPresolved; });
+}
+
 int QSLPgetslpsol(QSLPprob prob, double* x, double* slack, double* dual, double* dj) {
     return nonlinear_read(prob, "QSLPgetslpsol", [&](NonlinearProblem& p) {
         Results& results = p.linear.results;

@@ -9,6 +9,14 @@
 #include "engine/core/results.hpp"
 #include "engine/core/user_function_table.hpp"
 
+namespace qlx {
+
+// Bits of a nonlinear problem's presolve_state.
+inline constexpr int kConstructed = 1;
+inline constexpr int kPresolved = 1 << 29;
+
+}  // namespace qlx
+
 // What the handle adds to the problem below, which holds the coefficients, the columns' values and
 // the controls.
 struct qslp_problem {

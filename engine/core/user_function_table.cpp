@@ -15,6 +15,9 @@ namespace {
 
 constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
 constexpr double kCallFailed = -3.0;
+// What a call is told about the value.
+constexpr int kNeeded = 1;
+constexpr int kTrial = 2;
 
 // The only way of calling that there is.
 constexpr const char* kDirectCalls = "DirectC";
@@ -40,14 +43,14 @@ class Evaluation {
           results_(inputs.size() + 1) {}
 
     // False where the call failed; a derivative is asked for by a step that is not 0.
-    bool value_and_derivatives(std::span<const char> wanted) {
+    bool value_and_derivatives(std::span<const char> wanted, bool is_trial) {
         bool any = false;
         for (std::size_t i = 0; i < wanted.size(); ++i) {
             if (wanted[i] == 0) continue;
             deltas_[i] = kCentralStep * scale(i);
             any = true;
         }
-        const bool called = call(1, any);
+        const bool called = call(is_trial ? kTrial : kNeeded, any);
         std::fill(deltas_.begin(), deltas_.end(), 0.0);
         return called;
     }
@@ -82,7 +85,7 @@ class Evaluation {
         const double there = inputs_[input];
         inputs_[input] = there + step;
         const double taken = inputs_[input] - there;
-        const bool called = call(2, false);
+        const bool called = call(kTrial, false);
         inputs_[input] = there;
         return {taken, called ? results_[0] : kNone};
     }
@@ -205,14 +208,14 @@ void UserFunctionTable::copy(const UserFunctionTable& from) {
 
 bool UserFunctionTable::call(int number, std::span<const double> inputs,
                              std::span<const char> wanted, double& value,
-                             std::span<double> partials) {
+                             std::span<double> partials, bool is_trial) {
     value = kNone;
     if (number < 1 || number > size()) return false;
     const UserFunction& function = functions_[at(number) - 1];
     if (function.address == nullptr) return false;
     Evaluation evaluation(problem_, number, function, inputs);
     if (partials.empty()) wanted = {};
-    if (!evaluation.value_and_derivatives(wanted)) return false;
+    if (!evaluation.value_and_derivatives(wanted, is_trial)) return false;
     value = evaluation.value();
     // All of them are read before the first difference, which uses the same room.
     for (std::size_t i = 0; i < partials.size(); ++i)

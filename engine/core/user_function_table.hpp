@@ -53,7 +53,7 @@ class UserFunctionTable final : public UserFunctions {
     // Where the function leaves derivatives out they come by central differences, and by
     // differences on one side where it has no value on the other.
     bool call(int number, std::span<const double> inputs, std::span<const char> wanted,
-              double& value, std::span<double> partials) override;
+              double& value, std::span<double> partials, bool is_trial = false) override;
 
   private:
     NonlinearProblem& problem_;

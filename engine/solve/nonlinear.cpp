@@ -3,6 +3,7 @@
 
 #include "engine/base/index.hpp"
 #include "engine/core/nonlinear_problem.hpp"
+#include "engine/nlp/analysis/convexity.hpp"
 #include "engine/nlp/presolve/nonlinear_presolve.hpp"
 #include "engine/nlp/statement/statement.hpp"
 #include "engine/nlp/tape/nonlinear_program.hpp"
@@ -38,6 +39,20 @@ void refuse_discrete(Model& model) {
         refuse("indicators, as that of row ", model.indicators().begin()->first, ",");
 }
 
+// States that a presolved form of the problem is being solved.
+class PresolvedMark {
+  public:
+    explicit PresolvedMark(NonlinearProblem& problem) : problem_(problem) {
+        problem_.presolve_state |= kPresolved;
+    }
+    ~PresolvedMark() { problem_.presolve_state &= ~kPresolved; }
+    PresolvedMark(const PresolvedMark&) = delete;
+    PresolvedMark& operator=(const PresolvedMark&) = delete;
+
+  private:
+    NonlinearProblem& problem_;
+};
+
 class LocalSolve {
   public:
     explicit LocalSolve(SolveSession& session)
@@ -48,6 +63,7 @@ class LocalSolve {
     Ending run() {
         if (presolve_.verdict() == nlp::PresolveVerdict::kInfeasible)
             return {QSLP_INFEASIBLE, QLX_STOP_NONE, "Infeasible: " + blame()};
+        const PresolvedMark mark(*session_.problem().nonlinear);
         const nlp::Statement& reduced = presolve_.reduced();
         nlp::NonlinearProgram program(reduced, model_.nonlinear().functions.get());
         const LocalOutcome outcome = solve_locally(session_, program, program.start());
@@ -92,6 +108,8 @@ class LocalSolve {
 
     Ending verdict(const LocalOutcome& outcome, bool kept) {
         if (outcome.is_optimal && kept) {
+            if (nlp::is_convex_program(presolve_.reduced()))
+                return {QSLP_GLOBALLY_OPTIMAL, QLX_STOP_NONE, "Globally optimal"};
             return {QSLP_LOCALLY_OPTIMAL, QLX_STOP_NONE, "Locally optimal"};
         }
         if (outcome.stop_reason != QLX_STOP_NONE)

@@ -1,6 +1,7 @@
 // Dispatches a solve to the solver of the problem's class.
 #include "engine/solve/solve.hpp"
 
+#include "engine/core/nonlinear_problem.hpp"
 #include "engine/core/problem.hpp"
 #include "engine/solve/classify.hpp"
 #include "engine/solve/kernel_options.hpp"
@@ -85,9 +86,11 @@ void solve_class(SolveSession& session, ProblemClass problem_class, const char* 
 void refuse_nonlinear(const Problem& problem) {
     const std::size_t terms = problem.model.nonlinear().coefficients.num_terms();
     if (terms == 0) return;
+    if (problem.nonlinear != nullptr && (problem.nonlinear->presolve_state & kConstructed) != 0)
+        return;
     fail(QLX_ERROR_UNSUPPORTED, "the problem has ", terms,
-         " nonlinear coefficients; there is no solver for them yet, and its linear and quadratic "
-         "part alone would be another problem");
+         " nonlinear coefficients, and its linear and quadratic part alone would be another "
+         "problem; call QSLPnlpoptimize, or QSLPconstruct first");
 }
 
 void solve_without_integrality(Problem& problem, const char* flags) {

@@ -195,7 +195,9 @@ QLX_API int QSLPglobalsol(QSLPprob prob);
 QLX_API int QSLPinterrupt(QSLPprob prob, int reason);
 /* The last point: x and dj of attribute 12000 entries, slack and dual of attribute 11999. */
 QLX_API int QSLPgetslpsol(QSLPprob prob, double* x, double* slack, double* dual, double* dj);
-/* Steps of a solve, for callers that drive it themselves. */
+/* Steps of a solve, for callers that drive it themselves. QSLPunconstruct and QSLPpostsolve bring the
+ * problem back to what was stated, so that it can be changed; nothing happens where attribute
+ * QSLP_ATTRIB_PRESOLVESTATE says that it is. It always is after QSLPnlpoptimize. */
 QLX_API int QSLPconstruct(QSLPprob prob);
 QLX_API int QSLPunconstruct(QSLPprob prob);
 QLX_API int QSLPpresolve(QSLPprob prob);

@@ -14,6 +14,7 @@
 #include "model/linterm.hpp"
 #include "model/quadterm.hpp"
 #include "module/library_error.hpp"
+#include "module/small_stack.hpp"
 #include "nonlinear/node_internal.hpp"
 #include "problem/user_functions.hpp"
 
@@ -103,8 +104,6 @@ class FormulaWriter {
     explicit FormulaWriter(RowEntries& row) noexcept : row_(row), formulas_(row.formulas) {}
 
     void write(PyObject* root) {
-        constexpr size_t kUsualDepth = 16;
-        open_.reserve(kUsualDepth);
         open(root);
         while (!open_.empty()) {
             const Ref operand = next_operand(open_.back());
@@ -243,7 +242,7 @@ class FormulaWriter {
     void open(PyObject* object) {
         if (formulas_.token_count() > kMostTokens) raise_too_long();
         require_arity(object);
-        OpenNode& node = open_.emplace_back();
+        OpenNode& node = open_.push_back({});
         node.node = share(object);
         const Py_ssize_t size = nonlin_arg_size(object);
         node.count = size;
@@ -353,7 +352,8 @@ class FormulaWriter {
 
     RowEntries& row_;
     FormulaEntries& formulas_;
-    std::vector<OpenNode> open_;
+    static constexpr size_t kUsualDepth = 8;
+    SmallStack<OpenNode, kUsualDepth> open_;
     bool root_is_product_ = false;
     int* column_ = nullptr;
     double* factor_ = nullptr;

@@ -305,14 +305,32 @@ TEST_F(NonlinearTest, ParametersOfTheTwoHandles) {
 TEST_F(NonlinearTest, TheLinearPartAloneIsNeverSolved) {
     ASSERT_EQ(QLXlpoptimize(p, nullptr), 0) << p.error();
     ASSERT_EQ(add(0, -1, 1, {column(3), kEnd}), 0);
-    for (const int status : {QLXlpoptimize(p, nullptr), QLXmipoptimize(p, nullptr)}) {
-        EXPECT_EQ(status, QLX_ERROR_UNSUPPORTED);
-        EXPECT_NE(p.error().find("the problem has 1 nonlinear coefficients"), std::string::npos);
+    for (const auto optimize : {QLXlpoptimize, QLXmipoptimize}) {
+        EXPECT_EQ(optimize(p, nullptr), QLX_ERROR_UNSUPPORTED);
+        EXPECT_NE(p.error().find("has 1 nonlinear coefficients"), std::string::npos) << p.error();
+        EXPECT_NE(p.error().find("call QSLPnlpoptimize"), std::string::npos) << p.error();
     }
+    EXPECT_EQ(QSLPnlpoptimize(slp, nullptr), 0) << error();
     const int row = 0;
     const int col = -1;
     ASSERT_EQ(QSLPdelcoefs(slp, 1, &row, &col), 0);
     EXPECT_EQ(QLXlpoptimize(p, nullptr), 0) << p.error();
+}
+
+// After a solve the problem is what was stated, and can be changed at once.
+TEST_F(NonlinearTest, ASolvedProblemCanBeChanged) {
+    ASSERT_EQ(add(0, -1, 1, {kMarker, column(3), kExp, kEnd}), 0);
+    for (int round = 0; round < 2; ++round) {
+        ASSERT_EQ(QSLPnlpoptimize(slp, nullptr), 0) << error();
+        int state = -1;
+        ASSERT_EQ(QSLPgetintattrib(slp, QSLP_ATTRIB_PRESOLVESTATE, &state), 0);
+        EXPECT_EQ(state, 0);
+        EXPECT_EQ(QSLPunconstruct(slp), 0);
+        EXPECT_EQ(QSLPpostsolve(slp), 0);
+        ASSERT_EQ(add(1, -1, 1, {column(0), column(1), kTimes, kEnd}), 0) << error();
+        p.column(1, 0, 1);
+        p.row('L', 5, {0}, {1});
+    }
 }
 
 }  // namespace

@@ -216,7 +216,7 @@ TEST(TapeProgram, StartIsClippedIntoTheBoundsOfTheDay) {
 class TestFunctions final : public UserFunctions {
   public:
     bool call(int number, std::span<const double> in, std::span<const char> wanted, double& value,
-              std::span<double> partials) override {
+              std::span<double> partials, bool /*is_trial*/) override {
         ++calls;
         if (fails) return false;
         if (number == 2) {

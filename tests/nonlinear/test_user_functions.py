@@ -254,3 +254,175 @@ def test_functions_with_varying_inputs(p, x):
     assert value_of(p, quilex.user(f, x[0], quilex.sin(quilex.user(f, x[1])))) == pytest.approx(
         0.5 + 2 * math.sin(2.0)
     )
+
+
+def circle(a, b):
+    return a * a + b * b
+
+
+def circle_with_derivatives(a, b):
+    return a * a + b * b, 2 * a, 2 * b
+
+
+def circle_with_one_derivative(a, b):
+    return a * a + b * b, 2 * a
+
+
+def largest_on_circle(function, solver=0):
+    """Maximise a + 2 b where the function is at most 5: at (1, 2)."""
+    p = quilex.problem()
+    variables = [quilex.var(lb=0.1, ub=5) for _ in range(2)]
+    p.addVariable(variables)
+    p.addConstraint(quilex.user(function, *variables) <= 5)
+    p.setObjective(variables[0] + 2 * variables[1], quilex.maximize)
+    p.setControl("nlpsolver", solver)
+    p.setStart(variables, [2, 0.5])
+    p.solve()
+    return p
+
+
+@pytest.mark.parametrize("solver", [0, 1, 2])
+@pytest.mark.parametrize(
+    "function",
+    [
+        circle,
+        circle_with_derivatives,
+        circle_with_one_derivative,
+        lambda a, b: (a * a + b * b, math.nan, 2 * b),
+        lambda a, b: np_circle(a, b),
+    ],
+)
+def test_solves(function, solver):
+    p = largest_on_circle(function, solver)
+    assert p.getProbStatus() == quilex.nlp_solution
+    assert p.getSolution() == pytest.approx([1, 2], abs=1e-4)
+    assert p.getObjVal() == pytest.approx(5, abs=1e-5)
+
+
+def np_circle(a, b):
+    return numpy.float64(a * a) + b * b
+
+
+def test_a_function_with_derivatives_is_called_less():
+    calls = {circle: 0, circle_with_derivatives: 0}
+
+    def counting(function):
+        def call(*values):
+            calls[function] += 1
+            return function(*values)
+
+        return call
+
+    for function in calls:
+        largest_on_circle(counting(function))
+    assert calls[circle_with_derivatives] * 2 < calls[circle]
+
+
+@pytest.mark.parametrize("solver", [1, 2])
+@pytest.mark.parametrize("good_calls", [0, 3, 10])
+def test_an_exception_stops_the_solve(solver, good_calls):
+    seen = []
+
+    def fails(a, b):
+        seen.append(a)
+        if len(seen) > good_calls:
+            raise KeyError("mine")
+        return circle(a, b)
+
+    with pytest.raises(RuntimeError, match=r"^Problem encountered in user function$") as info:
+        largest_on_circle(fails, solver)
+    assert repr(info.value.__cause__) == "KeyError('mine')"
+    assert len(seen) == good_calls + 1
+
+
+def test_a_problem_goes_on_after_an_exception(p, x):
+    def root(value):
+        return math.sqrt(value - limit)
+
+    p.addConstraint(quilex.user(root, x[0]) >= 2)
+    p.setObjective(x[0])
+    limit = 100
+    with pytest.raises(RuntimeError) as info:
+        p.solve()
+    assert isinstance(info.value.__cause__, ValueError)
+    limit = 1
+    p.setStart(x, 8)
+    p.solve()
+    assert p.getObjVal() == pytest.approx(5, abs=1e-5)
+
+
+@pytest.mark.parametrize("solver", [1, 2])
+def test_differences_beyond_the_domain_are_one_sided(solver):
+    """The power has no value below 0, and raises there; the solve never goes there itself."""
+
+    def power(value):
+        return math.sqrt(value) ** 3
+
+    p = quilex.problem()
+    p.setControl("nlpsolver", solver)
+    x = quilex.var(ub=5)
+    p.addVariable(x)
+    p.setObjective(quilex.user(power, x) + x)
+    p.setStart(x, 0)
+    p.solve()
+    assert p.getSolution(x) == pytest.approx(0, abs=1e-6)
+
+
+def test_a_function_may_solve_in_a_solve():
+    def inner(a, b):
+        q = quilex.problem()
+        y = quilex.var(lb=-10)
+        q.addVariable(y)
+        q.addConstraint(y >= a * a + b * b)
+        q.setObjective(y)
+        q.solve()
+        return q.getObjVal()
+
+    assert largest_on_circle(inner).getObjVal() == pytest.approx(5, abs=1e-4)
+
+
+def test_an_own_function_that_cannot_be_evaluated_is_said():
+    p = largest_on_circle(lambda a, b: math.nan)
+    assert p.getProbStatusString() == "nlp_unfinished"
+
+
+def test_two_solves_at_a_time():
+    results = []
+
+    def work(radius):
+        def scaled(a, b):
+            return circle(a, b) * 5 / radius
+
+        for _ in range(3):
+            results.append((radius, largest_on_circle(scaled).getObjVal()))
+
+    threads = [threading.Thread(target=work, args=(radius,)) for radius in (5, 20)]
+    for thread in threads:
+        thread.start()
+    for thread in threads:
+        thread.join()
+    assert len(results) == 6
+    for radius, value in results:
+        assert value == pytest.approx(math.sqrt(5 * radius), rel=1e-5)
+
+
+def test_a_solved_problem_can_be_changed(p, x):
+    constraint = quilex.user(circle, x[0], x[1]) + x[2] ** 4 <= 2
+    p.addConstraint(constraint)
+    p.setObjective(-x[0] - x[1] - x[2])
+    p.solve()
+    best = p.getObjVal()
+    p.addConstraint(quilex.exp(x[0]) <= 1)
+    p.chgbounds([x[2]], ["U"], [0.5])
+    p.solve()
+    assert p.getSolution(x[0]) <= 1e-6
+    assert p.getObjVal() > best + 0.5
+    p.delConstraint(1)
+    p.chgbounds([x[2]], ["U"], [10])
+    p.solve()
+    assert p.getObjVal() == pytest.approx(best, abs=1e-5)
+    p.delConstraint(constraint)
+    p.setObjective(x[0], quilex.maximize)
+    p.solve()
+    assert p.getProbStatusString() == "lp_optimal"
+    assert p.getObjVal() == 10

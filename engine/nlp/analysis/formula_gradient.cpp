@@ -156,9 +156,8 @@ void FormulaGradient::push_call(double number, int operands) {
         inputs[k] = nodes_[at(stack_[stack_.size() - count + k])].value;
     std::vector<double> partials(count, kNone);
     double value = kNone;
-    if (functions_ == nullptr ||
-        !functions_->call(static_cast<int>(number), inputs, std::vector<char>(count, 1), value,
-                          partials))
+    if (functions_ == nullptr || !functions_->call(static_cast<int>(number), inputs,
+                                                   std::vector<char>(count, 1), value, partials))
         value = kNone;
     push(Operation::kUser, operands, value);
     partials_.resize(operands_.size());

@@ -14,8 +14,7 @@ namespace qlx::nlp {
 class FormulaGradient {
   public:
     // `functions` are those that formulas name; null: none, and calls have no value.
-    explicit FormulaGradient(UserFunctions* functions = nullptr) noexcept
-        : functions_(functions) {}
+    explicit FormulaGradient(UserFunctions* functions = nullptr) noexcept : functions_(functions) {}
 
     // out[column] += scale * derivative at x; returns the formula's value. Both x and out have one
     // place for every column. Not a number, or infinite, where the formula or a derivative is so.

@@ -4,9 +4,10 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <utility>
 
 #include "engine/base/index.hpp"
-#include "engine/check/enclosed_sum.hpp"
+#include "engine/nlp/analysis/lower_sum.hpp"
 #include "engine/nlp/presolve/limits.hpp"
 
 namespace qlx::nlp {
@@ -14,13 +15,6 @@ namespace qlx::nlp {
 namespace {
 
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
-
-Interval bounds_of(const Statement& statement, std::size_t column) noexcept {
-    const double lower = statement.column_lower[column];
-    const double upper = statement.column_upper[column];
-    return {is_minus_infinite(lower) ? -kInfinity : lower,
-            is_plus_infinite(upper) ? kInfinity : upper};
-}
 
 // Worth telling the other rows.
 bool is_progress(Interval from, Interval to) noexcept {
@@ -34,49 +28,31 @@ bool is_progress(Interval from, Interval to) noexcept {
     return gain > 0.01 * width && gain > 1e-6 * scale;
 }
 
-// The lower ends of intervals added up; how many are infinite is counted apart, so that any one
-// can be taken off again.
-class LowerSum {
-  public:
-    void add(double lower) noexcept {
-        if (std::isinf(lower)) {
-            ++infinite_;
-        } else {
-            finite_.add(lower);
-        }
-    }
-    [[nodiscard]] double below() const noexcept {
-        return infinite_ > 0 ? -kInfinity : number(finite_.below());
-    }
-    [[nodiscard]] double below_without(double lower) const noexcept {
-        if (infinite_ > (std::isinf(lower) ? 1 : 0)) return -kInfinity;
-        if (std::isinf(lower)) return number(finite_.below());
-        EnclosedSum rest = finite_;
-        rest.add(-lower);
-        return number(rest.below());
-    }
-
-  private:
-    // An overflow leaves nothing known.
-    static double number(double below) noexcept { return std::isnan(below) ? -kInfinity : below; }
-
-    EnclosedSum finite_;
-    int infinite_ = 0;
-};
-
 }  // namespace
 
+std::vector<Interval> bounds_of(const Statement& statement) {
+    std::vector<Interval> box;
+    for (const double value : statement.fixed_value) box.push_back(Interval::point(value));
+    for (const int column : statement.moving) {
+        const double lower = statement.column_lower[at(column)];
+        const double upper = statement.column_upper[at(column)];
+        box[at(column)] = {is_minus_infinite(lower) ? -kInfinity : lower,
+                           is_plus_infinite(upper) ? kInfinity : upper};
+    }
+    return box;
+}
+
 IntervalAnalysis::IntervalAnalysis(const Statement& statement, const FormulaGraph& graph)
+    : IntervalAnalysis(statement, graph, bounds_of(statement)) {}
+
+IntervalAnalysis::IntervalAnalysis(const Statement& statement, const FormulaGraph& graph,
+                                   std::vector<Interval> box)
     : statement_(statement),
       graph_(graph),
       entries_(statement),
+      columns_(std::move(box)),
       nodes_(at(graph.num_nodes())),
       defined_(at(graph.num_nodes()), 0) {
-    columns_.resize(statement.column_lower.size());
-    for (std::size_t j = 0; j < columns_.size(); ++j)
-        columns_[j] = Interval::point(statement.fixed_value[j]);
-    for (const int column : statement.moving)
-        columns_[at(column)] = bounds_of(statement, at(column));
     evaluate_nodes();
     mark_defined();
     mark_wanted();

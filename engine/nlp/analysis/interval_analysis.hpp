@@ -25,6 +25,9 @@ class IntervalAnalysis {
   public:
     // Evaluates all nodes within the columns' bounds.
     IntervalAnalysis(const Statement& statement, const FormulaGraph& graph);
+    // Within a box in the place of the bounds.
+    IntervalAnalysis(const Statement& statement, const FormulaGraph& graph,
+                     std::vector<Interval> box);
 
     // Forward-backward propagation (Benhamou, Goualard, Granvilliers, Puget 1999) over graph and
     // rows: intervals shrink, but not below any point that is within bounds, feasible within the
@@ -35,6 +38,7 @@ class IntervalAnalysis {
     [[nodiscard]] const Interval& node(int k) const noexcept {
         return nodes_[static_cast<std::size_t>(k)];
     }
+    [[nodiscard]] const std::vector<Interval>& columns() const noexcept { return columns_; }
     [[nodiscard]] const Interval& column(int j) const noexcept {
         return columns_[static_cast<std::size_t>(j)];
     }
@@ -82,6 +86,9 @@ class IntervalAnalysis {
     int failed_row_ = kObjectiveRow;
     bool tightened_ = false;
 };
+
+// The columns' bounds, and the values of those that do not move.
+[[nodiscard]] std::vector<Interval> bounds_of(const Statement& statement);
 
 // What the operands of an operation can be where its value is within `value`; they are given by
 // their intervals so far and narrowed. Leaves out operands for which it is undefined.

@@ -43,8 +43,9 @@ Interval root_of(Interval value, double p) noexcept {
     value = intersect(value, {0, kInfinity});
     if (value.is_empty()) return value;
     if (p == 2) return apply_function(Operation::kSqrt, value);
-    const double lower = std::pow(p > 0 ? value.lower : value.upper, 1 / p);
-    const double upper = std::pow(p > 0 ? value.upper : value.lower, 1 / p);
+    // The powers of -0 would have another sign.
+    const double lower = std::pow((p > 0 ? value.lower : value.upper) + 0.0, 1 / p);
+    const double upper = std::pow((p > 0 ? value.upper : value.lower) + 0.0, 1 / p);
     const Interval root = widened({lower, upper}, kRootError);
     return {std::max(0.0, std::isinf(root.lower) ? 0.0 : root.lower), root.upper};
 }

@@ -16,9 +16,11 @@ class UserFunctions {
     // is not empty; it has then one place for each input and those in which `wanted` is not zero
     // are filled, by differences where the function does not give them. False where the call
     // failed or the value is not a number. A partial derivative that cannot be found is not a
-    // number. What was thrown is kept for the solving call. May be called from any thread.
+    // number. A trial is a call beside the point, for a difference, which may fail without harm:
+    // what the function makes of numbers outside its domain is no error then. What was thrown is
+    // kept for the solving call. May be called from any thread.
     virtual bool call(int number, std::span<const double> inputs, std::span<const char> wanted,
-                      double& value, std::span<double> partials) = 0;
+                      double& value, std::span<double> partials, bool is_trial = false) = 0;
 };
 
 }  // namespace qlx

@@ -24,7 +24,8 @@ constexpr double kBoxMargin = 1.2;
 
 LocalAnswer Loop::run(LocalProblem& problem, const LocalOptions& options, const LoopStart& start) {
     options_ = &options;
-    iteration_ = rejections_ = stuck_ = curvature_steps_ = moved_at_ = 0;
+    iteration_ = moved_at_ = start.iterations;
+    rejections_ = stuck_ = curvature_steps_ = 0;
     restores_ = has_best_ = hessian_is_current_ = false;
     linearisation_is_new_ = was_accepted_ = true;
     residuals_ = {INFINITY, INFINITY};

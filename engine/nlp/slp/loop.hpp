@@ -14,6 +14,7 @@ namespace qlx::nlp::slp {
 
 // What a loop begins with, beside the problem and its options.
 struct LoopStart {
+    int iterations = 0;      // of another loop that went before: they count
     double box = 0.2;        // of the first step, as a share of the columns' lengths
     std::vector<double> x;   // empty: the problem's start
     std::vector<double> y;   // duals of the rows as they were stated; empty: 0

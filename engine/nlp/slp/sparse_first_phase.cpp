@@ -13,6 +13,7 @@ namespace qlx::nlp::slp {
 namespace {
 
 constexpr double kTolerance = 1e-9;
+constexpr double kLooseTolerance = 1e-7;
 // Smaller coefficients are left out.
 constexpr double kLeastCoefficient = 1e-12;
 // Violation at which a linear row counts as satisfied.
@@ -22,9 +23,6 @@ constexpr double kHolds = 1e-9;
 
 void SparseFirstPhase::bind(const ScaledProblem& problem) {
     const int n = problem.num_columns(), m = problem.num_rows();
-    options_.presolve = false;
-    options_.feasibility_tolerance = kTolerance;
-    options_.optimality_tolerance = kTolerance;
     options_.matrix_tolerance = kLeastCoefficient;
     basis_ = {};
     no_gradient_.setZero(n);
@@ -112,11 +110,21 @@ bool SparseFirstPhase::change_elastic(const Linearisation& model, bool linear_ro
     return kernel_.change_bounds(2 * m, numbers_.data() + n, lower_.data(), upper_.data());
 }
 
-// Linear rows that are satisfied stay so where they can.
+// Linear rows that are satisfied stay so where they can. A program that HiGHS has no answer for is
+// solved again from no basis, at last to a looser tolerance.
 bool SparseFirstPhase::solve(const Linearisation& model, const FirstStepRequest& request,
                              LocalCounts& counts) {
-    for (const bool linear_rows_hold : {true, false}) {
-        if (!change_elastic(model, linear_rows_hold)) return false;
+    struct Attempt {
+        bool linear_rows_hold;
+        double tolerance;
+        bool presolve;
+    };
+    for (const Attempt& attempt : {Attempt{true, kTolerance, false},
+                                   {false, kTolerance, false},
+                                   {false, kLooseTolerance, true}}) {
+        if (!change_elastic(model, attempt.linear_rows_hold)) return false;
+        options_.feasibility_tolerance = options_.optimality_tolerance = attempt.tolerance;
+        options_.presolve = attempt.presolve;
         ++counts.linear_programs;
         Questions questions(request.stop);
         const SolveLimits limits{.seconds = std::min(request.stop.seconds_left(), 1e20)};

@@ -79,10 +79,11 @@ LocalAnswer SuccessiveSolver::solve(LocalProblem& problem, const LocalOptions& o
         !state_->quadratic.met_negative_curvature() || options.stop.stop())
         return answer;
     start.box = kLargeBox;
+    start.iterations = answer.iterations;
     LocalAnswer other = state_->run(problem, options, start);
     LocalCounts counts = answer.counts;
     add_counts(other.counts, counts);
-    const int iterations = answer.iterations + other.iterations;
+    const int iterations = other.iterations;
     if (is_better(other, answer)) {
         answer = std::move(other);
         state_->remember(answer);

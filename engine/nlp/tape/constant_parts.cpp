@@ -3,6 +3,8 @@
 
 #include <algorithm>
 
+#include "engine/nlp/tape/positions.hpp"
+
 namespace qlx::nlp {
 
 ConstantParts::ConstantParts(SplitStatement& split)
@@ -15,6 +17,11 @@ ConstantParts::ConstantParts(SplitStatement& split)
         (entry.row == kObjectiveRow ? objective_ : rows_).quadratic.push_back(entry);
     for (const LinearEntry& entry : objective_.linear)
         gradient_[at(entry.column)] = entry.coefficient;
+    for (std::size_t k = 0; k < rows_.linear.size(); ++k) {
+        if (k == 0 || rows_.linear[k].row != rows_.linear[k - 1].row)
+            linear_rows_.push_back({rows_.linear[k].row, k});
+        ++linear_rows_.back().end;
+    }
 }
 
 void ConstantParts::add_entries(EntryIndex& jacobian, EntryIndex& hessian) const {
@@ -42,17 +49,26 @@ void ConstantParts::find_positions(const EntryIndex& jacobian, const EntryIndex&
 }
 
 double ConstantParts::objective(const double* x) const noexcept {
-    double sum = objective_constant_;
-    for (const LinearEntry& entry : objective_.linear) sum += entry.coefficient * x[entry.column];
-    for (const QuadraticEntry& entry : objective_.quadratic)
-        sum += entry.coefficient * x[entry.first] * x[entry.second];
-    return sum;
+    const auto linear = [&](std::size_t k) {
+        return objective_.linear[k].coefficient * x[objective_.linear[k].column];
+    };
+    const auto quadratic = [&](std::size_t k) {
+        const QuadraticEntry& entry = objective_.quadratic[k];
+        return entry.coefficient * x[entry.first] * x[entry.second];
+    };
+    return objective_constant_ + sum_of(objective_.linear.size(), linear) +
+           sum_of(objective_.quadratic.size(), quadratic);
 }
 
 void ConstantParts::rows(const double* x, std::vector<double>& out) const noexcept {
     std::copy(constants_.begin(), constants_.end(), out.begin());
-    for (const LinearEntry& entry : rows_.linear)
-        out[at(entry.row)] += entry.coefficient * x[entry.column];
+    const LinearEntry* entry = rows_.linear.data();
+    for (const LinearRow& row : linear_rows_) {
+        double sum = 0;
+        for (const LinearEntry* end = rows_.linear.data() + row.end; entry != end; ++entry)
+            sum += entry->coefficient * x[entry->column];
+        out[at(row.row)] += sum;
+    }
     for (const QuadraticEntry& entry : rows_.quadratic)
         out[at(entry.row)] += entry.coefficient * x[entry.first] * x[entry.second];
 }

@@ -34,13 +34,18 @@ class ConstantParts {
         std::vector<LinearEntry> linear;
         std::vector<QuadraticEntry> quadratic;
     };
+    struct LinearRow {
+        int row;
+        std::size_t end;  // of its entries among all
+    };
     // Where in the Jacobian the derivatives by the two columns go.
     struct PositionPair {
         int by_first;
         int by_second;
     };
 
-    std::vector<double> constants_;  // of the rows
+    std::vector<double> constants_;       // of the rows
+    std::vector<LinearRow> linear_rows_;  // that have entries
     double objective_constant_;
     Part objective_;
     Part rows_;

@@ -7,40 +7,43 @@ namespace {
 
 // The loops read and write the same element at a time, so a result may be an operand's array.
 template <class Function>
-inline void loop(int n, double* out, const double* a, Function f) {
+[[gnu::always_inline]] inline void loop(int n, double* out, const double* a, Function f) {
 #pragma GCC ivdep
     for (int k = 0; k < n; ++k) out[k] = f(a[k]);
 }
 
 template <class Function>
-inline void loop(int n, double* out, const double* a, const double* b, Function f) {
+[[gnu::always_inline]] inline void loop(int n, double* out, const double* a, const double* b,
+                                        Function f) {
 #pragma GCC ivdep
     for (int k = 0; k < n; ++k) out[k] = f(a[k], b[k]);
 }
 
 template <class Function>
-inline void loop(int n, double* out, const double* a, const double* b, const double* c,
-                 Function f) {
+[[gnu::always_inline]] inline void loop(int n, double* out, const double* a, const double* b,
+                                        const double* c, Function f) {
 #pragma GCC ivdep
     for (int k = 0; k < n; ++k) out[k] = f(a[k], b[k], c[k]);
 }
 
 template <NodeKind Kind>
-inline void one(int n, double* out, const double* a) {
+[[gnu::always_inline]] inline void one(int n, double* out, const double* a) {
     loop(n, out, a, [](double x) { return apply_one(Kind, x, 0); });
 }
 
 template <NodeKind Kind>
-inline void two(int n, double* out, const double* a, const double* b) {
+[[gnu::always_inline]] inline void two(int n, double* out, const double* a, const double* b) {
     loop(n, out, a, b, [](double x, double y) { return apply_two(Kind, x, y); });
 }
 
 template <NodeKind Kind>
-inline void three(int n, double* out, const double* a, const double* b, const double* c) {
+[[gnu::always_inline]] inline void three(int n, double* out, const double* a, const double* b,
+                                         const double* c) {
     loop(n, out, a, b, c, [](double x, double y, double z) { return apply_three(Kind, x, y, z); });
 }
 
-inline void integer_powers(int n, double* out, const double* a, int exponent) {
+[[gnu::always_inline]] inline void integer_powers(int n, double* out, const double* a,
+                                                  int exponent) {
     switch (exponent) {
         case 3:
             return loop(n, out, a, [](double x) { return x * x * x; });
@@ -52,6 +55,14 @@ inline void integer_powers(int n, double* out, const double* a, int exponent) {
             return loop(n, out, a, [exponent](double x) { return integer_power(x, exponent); });
     }
 }
+
+// Twice as many numbers at a time where the processor can; the results are the same.
+#if defined(__x86_64__) && defined(__GNUC__) && !defined(__clang__) && \
+    !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+#define QLX_WIDE __attribute__((target_clones("avx2", "default")))
+#else
+#define QLX_WIDE
+#endif
 
 #define QLX_ONE(kind)                   \
     case NodeKind::kind:                \
@@ -66,7 +77,7 @@ inline void integer_powers(int n, double* out, const double* a, int exponent) {
         three<NodeKind::kind>(n, out, a, places[code.b], places[code.c]); \
         break
 
-inline void run_code(const Code& code, double* const* places, int n) {
+[[gnu::always_inline]] inline void run_code(const Code& code, double* const* places, int n) {
     double* out = places[code.out];
     const double* a = places[code.a];
     switch (code.kind) {
@@ -120,8 +131,8 @@ inline void run_code(const Code& code, double* const* places, int n) {
 
 }  // namespace
 
-void run(std::span<const Code> codes, const int* arguments, double* const* places, int n,
-         UserCalls& user) {
+QLX_WIDE void run(std::span<const Code> codes, const int* arguments, double* const* places, int n,
+                  UserCalls& user) {
     for (const Code& code : codes) {
         if (is_of_user(code.kind))
             user.run(code, arguments, places, n);

@@ -18,13 +18,16 @@ class UserCalls {
 
   private:
     double value(int number, std::span<const double> inputs);
-    bool partials(int number, std::span<const double> inputs, std::span<double> out);
+    bool partials(int number, std::span<const double> inputs, std::span<double> out,
+                  bool is_trial = false);
     void curvatures(const Code& code, double* const* places, int k);
+    void slopes_by(int number, std::size_t input, std::size_t count);
 
     UserFunctions* functions_;
     std::vector<double> inputs_;
     std::vector<double> below_;
     std::vector<double> above_;
+    std::vector<double> slopes_;
     std::vector<char> wanted_;
 };
 

@@ -11,9 +11,7 @@ namespace qlx::nlp {
 namespace {
 
 bool all_finite(std::span<const double> values) noexcept {
-    double sum = 0;
-    for (const double value : values) sum += value * 0.0;
-    return sum == 0;
+    return sum_of(values.size(), [&](std::size_t k) { return values[k] * 0.0; }) == 0;
 }
 
 }  // namespace

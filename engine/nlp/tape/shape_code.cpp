@@ -164,6 +164,7 @@ class Compiler {
         ShapeProgram program;
         const std::vector<int> order =
             graph_.below(outputs, [&](int index) { return settled_place(index) != kNoPlace; });
+        fuse(order, outputs);
         find_last_uses(order, outputs);
         free_registers_ = registers_;
         std::vector<int> borrowed;  // nodes with a register of this program
@@ -175,7 +176,7 @@ class Compiler {
                     program.slots.push_back(code_.places[at(place)].number);
                 continue;
             }
-            if (node.kind == NodeKind::kArgument) continue;
+            if (node.kind == NodeKind::kArgument || fused_[at(index)] != 0) continue;
             Code code = code_of(node);
             release_registers(k);
             code.out = result_place(index, node, borrowed);
@@ -184,6 +185,33 @@ class Compiler {
         for (const int output : outputs) program.outputs.push_back(place_[at(output)]);
         for (const int index : borrowed) place_[at(index)] = kNoPlace;
         return program;
+    }
+
+    // Products that only one sum reads are computed with it.
+    void fuse(const std::vector<int>& order, const std::vector<int>& outputs) {
+        std::vector<int> readers(at(graph_.size()), 0);
+        for (const int index : order)
+            if (settled_place(index) == kNoPlace)
+                graph_.for_operands(index, [&](int operand) { ++readers[at(operand)]; });
+        for (const int output : outputs) readers[at(output)] = 2;
+        fused_.assign(at(graph_.size()), 0);
+        for (const int index : order) {
+            const Node& node = graph_.node(index);
+            if (settled_place(index) != kNoPlace || !is_sum(node.kind)) continue;
+            for (const int operand : {node.b, node.a}) {
+                const NodeKind kind = graph_.node(operand).kind;
+                const bool is_product = kind == NodeKind::kMultiply || kind == NodeKind::kSquare;
+                if (!is_product || readers[at(operand)] != 1 || saved_[at(operand)] != 0 ||
+                    settled_place(operand) != kNoPlace)
+                    continue;
+                fused_[at(operand)] = 1;
+                break;
+            }
+        }
+    }
+
+    static bool is_sum(NodeKind kind) noexcept {
+        return kind == NodeKind::kAdd || kind == NodeKind::kSubtract;
     }
 
     void find_last_uses(const std::vector<int>& order, const std::vector<int>& outputs) {
@@ -200,7 +228,10 @@ class Compiler {
     void note_uses(int index, int position) {
         const NodeKind kind = graph_.node(index).kind;
         if (kind == NodeKind::kArgument || settled_place(index) != kNoPlace) return;
+        if (fused_[at(index)] != 0) return;
         graph_.for_operands(index, [&](int operand) {
+            if (fused_[at(operand)] != 0)
+                graph_.for_operands(operand, [&](int factor) { last_use_[at(factor)] = position; });
             // Arguments are read where the function is called.
             for (int list = operand; list != kNoNode; list = graph_.node(list).a) {
                 const bool is_list = graph_.node(list).kind == NodeKind::kArgument;
@@ -219,6 +250,11 @@ class Compiler {
         }
     }
 
+    static NodeKind fused_kind(NodeKind sum, bool product_is_first) noexcept {
+        if (sum == NodeKind::kAdd) return NodeKind::kMultiplyAdd;
+        return product_is_first ? NodeKind::kMultiplySubtract : NodeKind::kSubtractProduct;
+    }
+
     Code code_of(const Node& node) {
         if (is_of_user(node.kind)) {
             const int first = static_cast<int>(code_.arguments.size());
@@ -228,6 +264,15 @@ class Compiler {
             return {node.kind, kNoPlace, first, node.b, node.c};
         }
         const auto place = [&](int operand) { return operand < 0 ? 0 : place_[at(operand)]; };
+        if (is_sum(node.kind))
+            for (const bool is_first : {false, true})
+                if (const int operand = is_first ? node.a : node.b; fused_[at(operand)] != 0) {
+                    const Node& factors = graph_.node(operand);
+                    const bool is_square = factors.kind == NodeKind::kSquare;
+                    return {fused_kind(node.kind, is_first), kNoPlace, place(factors.a),
+                            place(is_square ? factors.a : factors.b),
+                            place(is_first ? node.b : node.a)};
+                }
         if (is_of_three(node.kind))
             return {node.kind, kNoPlace, place(node.a), place(node.b), place(node.c)};
         return {node.kind, kNoPlace, place(node.a), is_of_two(node.kind) ? place(node.b) : 0,
@@ -268,6 +313,7 @@ class Compiler {
     std::vector<Varying> varies_;
     std::vector<int> place_;  // by node
     std::vector<char> saved_;
+    std::vector<char> fused_;
     std::vector<int> last_use_;           // by node: the position of its last user
     std::vector<std::vector<int>> ends_;  // by position: nodes used last there
     std::vector<int> registers_;          // their places

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "engine/nlp/tape/entry_index.hpp"
+#include "engine/nlp/tape/positions.hpp"
 #include "engine/nlp/tape/shape_tape.hpp"
 #include "engine/nlp/tape/split_statement.hpp"
 
@@ -38,29 +39,27 @@ class UsedShape {
     void forget_point() noexcept { has_values_ = has_first_ = false; }
 
   private:
-    // One use by a row of each expression, or of some of them.
+    // One use by a row of each expression, or of some of them, in their order.
     struct Layer {
-        std::vector<int> expressions;  // empty: all
-        std::vector<int> rows;
-        std::vector<double> coefficients;
-        std::vector<std::vector<int>> positions;  // in the Jacobian, by first derivative
+        Positions expressions;
+        Positions rows;
+        Factors factors;
+        std::vector<Positions> jacobian;  // by first derivative
     };
 
-    [[nodiscard]] std::size_t expression(const Layer& layer, std::size_t k) const noexcept {
-        return layer.expressions.empty() ? k : at(layer.expressions[k]);
-    }
+    void layer_uses(const ShapeGroup& group,
+                    const std::vector<std::span<const ExpressionUse>>& uses);
     void weigh(double objective_factor, const double* multipliers);
-    template <class Add>
-    void for_block(const Layer& layer, std::size_t first, std::size_t n, Add&& add) const;
+    static void add_uses(const Layer& layer, const Positions& to, double* out, std::size_t first,
+                         std::size_t n, const double* values);
 
     unsigned users_;
     unsigned needed_by_;
     ShapeTape tape_;
-    int num_slots_;
-    std::vector<int> columns_;                    // by slot, of all expressions
-    std::vector<double> objective_coefficients_;  // empty: not used there
+    std::vector<Positions> columns_;  // by slot
+    Factors objective_factors_;       // empty: not used there
     std::vector<Layer> layers_;
-    std::vector<std::vector<int>> hessian_positions_;  // by second derivative
+    std::vector<Positions> hessian_;  // by second derivative
     bool has_values_ = false;
     bool has_first_ = false;
 };

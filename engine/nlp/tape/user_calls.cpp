@@ -24,6 +24,7 @@ void UserCalls::make_room(std::size_t count) {
     inputs_.resize(count);
     below_.resize(count);
     above_.resize(count);
+    slopes_.resize(count);
     wanted_.assign(count, 1);
 }
 
@@ -33,10 +34,12 @@ double UserCalls::value(int number, std::span<const double> inputs) {
     return done ? result : kNotANumber;
 }
 
-bool UserCalls::partials(int number, std::span<const double> inputs, std::span<double> out) {
+bool UserCalls::partials(int number, std::span<const double> inputs, std::span<double> out,
+                         bool is_trial) {
     double ignored = kNotANumber;
     return functions_ != nullptr &&
-           functions_->call(number, inputs, std::span(wanted_).first(inputs.size()), ignored, out);
+           functions_->call(number, inputs, std::span(wanted_).first(inputs.size()), ignored, out,
+                            is_trial);
 }
 
 void UserCalls::run(const Code& code, const int* arguments, double* const* places, int n) {
@@ -66,23 +69,34 @@ void UserCalls::curvatures(const Code& code, double* const* places, int k) {
     };
     for (std::size_t i = 0; i < count; ++i)
         for (std::size_t j = 0; j <= i; ++j) to(i, j) = 0;
+    for (std::size_t i = 0; i < count; ++i) {
+        slopes_by(code.c, i, count);
+        for (std::size_t j = 0; j < count; ++j)
+            to(std::max(i, j), std::min(i, j)) += i == j ? slopes_[j] : 0.5 * slopes_[j];
+    }
+}
+
+// The derivatives of all partials by an input: by differences on both sides, or on that one where
+// the function is defined.
+void UserCalls::slopes_by(int number, std::size_t input, std::size_t count) {
     const std::span<double> inputs = std::span(inputs_).first(count);
     const std::span<double> below = std::span(below_).first(count);
     const std::span<double> above = std::span(above_).first(count);
-    for (std::size_t i = 0; i < count; ++i) {
-        const double x = inputs[i];
-        const double step = step_at(x);
-        inputs[i] = x - step;
-        bool done = partials(code.c, inputs, below);
-        inputs[i] = x + step;
-        done = partials(code.c, inputs, above) && done;
-        inputs[i] = x;
-        for (std::size_t j = 0; j < count; ++j) {
-            const double slope =
-                done ? (above[j] - below[j]) / ((x + step) - (x - step)) : kNotANumber;
-            to(std::max(i, j), std::min(i, j)) += i == j ? slope : 0.5 * slope;
-        }
+    const double x = inputs[input];
+    double low = x - step_at(x);
+    double high = x + step_at(x);
+    inputs[input] = low;
+    const bool has_below = partials(number, inputs, below, true);
+    inputs[input] = high;
+    const bool has_above = partials(number, inputs, above, true);
+    inputs[input] = x;
+    bool done = has_below && has_above;
+    if (has_below != has_above) {
+        (has_below ? high : low) = x;
+        done = partials(number, inputs, has_below ? above : below);
     }
+    for (std::size_t j = 0; j < count; ++j)
+        slopes_[j] = done ? (above[j] - below[j]) / (high - low) : kNotANumber;
 }
 
 }  // namespace qlx::nlp
