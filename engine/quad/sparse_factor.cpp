@@ -71,9 +71,10 @@ void SparseFactor::apply_descendant(const Supernode& from, int begin, const Supe
 }
 
 int SparseFactor::factor_panel(const Supernode& node, std::span<const signed char> sign,
-                               double pivot_floor) {
+                               double pivot_floor, double substitute) {
     Panel panel(panel_.data() + node.panel, node.row_count, node.width);
-    Eigen::VectorXd weights(node.width);
+    weights_.resize(at(node.width));
+    Eigen::Map<Eigen::VectorXd> weights(weights_.data(), node.width);
     for (int c = 0; c < node.width; ++c) {
         const int rest = node.row_count - c;
         for (int k = 0; k < c; ++k) weights[k] = panel(c, k) * pivot_[at(node.first + k)];
@@ -89,7 +90,9 @@ int SparseFactor::factor_panel(const Supernode& node, std::span<const signed cha
             }
         } else {
             const double wanted = sign[at(column)];
-            if (!(pivot * wanted >= pivot_floor)) pivot = wanted * pivot_floor;
+            if (!(pivot * wanted >= pivot_floor)) {
+                pivot = wanted * std::max(pivot_floor, substitute);
+            }
         }
         pivot_[at(node.first + c)] = pivot;
         panel.col(c).tail(rest) /= pivot;
@@ -99,44 +102,45 @@ int SparseFactor::factor_panel(const Supernode& node, std::span<const signed cha
 }
 
 int SparseFactor::factorize(const SparseColumns& upper, std::span<const double> shift,
-                            std::span<const signed char> sign, double pivot_floor) {
+                            std::span<const signed char> sign, double pivot_floor,
+                            double substitute) {
     pivot_.assign(at(order_), 0.0);
     local_row_.assign(at(order_), 0);
-    // Panels waiting to be applied to each panel, and the row of theirs at which to begin.
-    std::vector<int> waiting(nodes_.size(), -1);
-    std::vector<int> next(nodes_.size(), -1);
-    std::vector<int> begin(nodes_.size(), 0);
+    waiting_.assign(nodes_.size(), -1);
+    next_.assign(nodes_.size(), -1);
+    begin_.assign(nodes_.size(), 0);
     auto enqueue = [&](int s) {
         const Supernode& node = nodes_[at(s)];
-        if (begin[at(s)] == node.row_count) return;
-        const int target = node_of_[at(rows_[at(node.row_start + begin[at(s)])])];
-        next[at(s)] = waiting[at(target)];
-        waiting[at(target)] = s;
+        if (begin_[at(s)] == node.row_count) return;
+        const int target = node_of_[at(rows_[at(node.row_start + begin_[at(s)])])];
+        next_[at(s)] = waiting_[at(target)];
+        waiting_[at(target)] = s;
     };
     for (int s = 0; s < static_cast<int>(nodes_.size()); ++s) {
         const Supernode& node = nodes_[at(s)];
         gather_columns(node, upper, shift);
-        for (int d = waiting[at(s)]; d >= 0;) {
+        for (int d = waiting_[at(s)]; d >= 0;) {
             const Supernode& from = nodes_[at(d)];
-            const int following = next[at(d)];
-            apply_descendant(from, begin[at(d)], node);
-            while (begin[at(d)] < from.row_count &&
-                   rows_[at(from.row_start + begin[at(d)])] < node.first + node.width) {
-                ++begin[at(d)];
+            const int following = next_[at(d)];
+            apply_descendant(from, begin_[at(d)], node);
+            while (begin_[at(d)] < from.row_count &&
+                   rows_[at(from.row_start + begin_[at(d)])] < node.first + node.width) {
+                ++begin_[at(d)];
             }
             enqueue(d);
             d = following;
         }
-        const int failed = factor_panel(node, sign, pivot_floor);
+        const int failed = factor_panel(node, sign, pivot_floor, substitute);
         if (failed >= 0) return failed;
-        begin[at(s)] = node.width;
+        begin_[at(s)] = node.width;
         enqueue(s);
     }
     return -1;
 }
 
-void SparseFactor::solve(std::span<double> x) const {
-    std::vector<double> y(at(order_));
+void SparseFactor::solve(std::span<double> x) {
+    permuted_.resize(at(order_));
+    std::vector<double>& y = permuted_;
     for (int p = 0; p < order_; ++p) y[at(p)] = x[at(column_at_[at(p)])];
     for (const Supernode& node : nodes_) {
         const int* const rows = rows_.data() + node.row_start;
@@ -149,7 +153,7 @@ void SparseFactor::solve(std::span<double> x) const {
         }
     }
     for (int p = 0; p < order_; ++p) y[at(p)] /= pivot_[at(p)];
-    for (auto node = nodes_.rbegin(); node != nodes_.rend(); ++node) {
+    for (auto node = nodes_.crbegin(); node != nodes_.rend(); ++node) {
         const int* const rows = rows_.data() + node->row_start;
         for (int c = node->width - 1; c >= 0; --c) {
             const double* const column =

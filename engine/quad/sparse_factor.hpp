@@ -19,13 +19,15 @@ class SparseFactor {
     bool analyze(const SparseColumns& upper, std::int64_t fill_limit);
 
     // Factors matrix + diag(shift). Where `sign` is empty every pivot must be positive; else pivot
-    // j has to have the sign of sign[j], and one below `pivot_floor` in size is replaced by it.
-    // Returns -1, or the column whose pivot is wrong (only where `sign` is empty).
+    // j has to have the sign of sign[j], and one below `pivot_floor` in size is replaced by it, or
+    // by `substitute` where that is larger. Returns -1, or the column whose pivot is wrong (only
+    // where `sign` is empty).
     int factorize(const SparseColumns& upper, std::span<const double> shift,
-                  std::span<const signed char> sign = {}, double pivot_floor = 0.0);
+                  std::span<const signed char> sign = {}, double pivot_floor = 0.0,
+                  double substitute = 0.0);
 
     // Overwrites the right-hand side with the solution.
-    void solve(std::span<double> x) const;
+    void solve(std::span<double> x);
 
     // After factorize() returned `column`: a vector v with v'(matrix + diag(shift))v = its pivot.
     std::vector<double> pivot_direction(int column) const;
@@ -51,7 +53,8 @@ class SparseFactor {
     void gather_columns(const Supernode& node, const SparseColumns& upper,
                         std::span<const double> shift);
     void apply_descendant(const Supernode& from, int begin, const Supernode& to);
-    int factor_panel(const Supernode& node, std::span<const signed char> sign, double pivot_floor);
+    int factor_panel(const Supernode& node, std::span<const signed char> sign, double pivot_floor,
+                     double substitute);
 
     int order_ = 0;
     std::int64_t fill_ = 0;
@@ -70,6 +73,12 @@ class SparseFactor {
     std::vector<int> local_row_;  // scratch: a row's place in the current panel
     std::vector<double> update_;  // scratch: one descendant's contribution
     std::vector<double> scaled_;
+    std::vector<double> weights_;
+    std::vector<double> permuted_;
+    // Panels waiting to be applied to each panel, and the row of theirs at which to begin.
+    std::vector<int> waiting_;
+    std::vector<int> next_;
+    std::vector<int> begin_;
 };
 
 }  // namespace qlx::quad

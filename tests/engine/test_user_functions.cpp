@@ -255,6 +255,74 @@ TEST_F(UserFunctionTest, HostileFormulasTakeLinearTime) {
     }
 }
 
+// Whether a formula has any reading: all are tried. `stack` has the markers under each value.
+bool has_reading(const Tokens& tokens, std::size_t k, std::vector<int> stack, int pending) {
+    for (; k < tokens.type.size(); ++k) {
+        const double value = tokens.value[k];
+        switch (tokens.type[k]) {
+            case QSLP_TOKEN_COLUMN:
+                stack.push_back(std::exchange(pending, 0));
+                break;
+            case QSLP_TOKEN_MARKER:
+                ++pending;
+                break;
+            case QSLP_TOKEN_OPERATOR:
+                if (pending > 0 || stack.size() < (value == 1 ? 1U : 2U)) return false;
+                if (value != 1) stack.pop_back();
+                break;
+            case QSLP_TOKEN_FUNCTION: {
+                if (pending > 0 || stack.empty()) return false;
+                std::size_t last = stack.size();
+                if (value == kMax.value && last > 1) --last;
+                while (value == kMax.value && last > 0 && stack[last - 1] == 0) --last;
+                if (last == 0) last = stack.size();
+                if (stack[last - 1] == 0) return false;
+                stack.resize(last);
+                --stack.back();
+                break;
+            }
+            case QSLP_TOKEN_USERFUNCTION: {
+                if (pending > 0) {
+                    stack.push_back(std::exchange(pending, 0) - 1);
+                    break;
+                }
+                std::vector<int> other = stack;
+                while (!other.empty() && other.back() == 0) other.pop_back();
+                if (!other.empty()) {
+                    --other.back();
+                    if (has_reading(tokens, k + 1, other, 0)) return true;
+                }
+                if (stack.empty()) return false;
+                break;
+            }
+            default:
+                return true;
+        }
+    }
+    return true;
+}
+
+TEST_F(UserFunctionTest, AFormulaWithAReadingIsRead) {
+    const Token kinds[] = {column(0), column(1), column(2), kMarker, kMarker, kPlus,
+                           kNegate,   kSin,      kMax,      user(1), user(2)};
+    std::mt19937 random(1);
+    int readable = 0;
+    for (int round = 0; round < 100000; ++round) {
+        Tokens tokens;
+        const auto length = static_cast<std::size_t>(1 + random() % 12);
+        for (std::size_t k = 0; k <= length; ++k) {
+            const Token token = k < length ? kinds[random() % std::size(kinds)] : kEnd;
+            tokens.type.push_back(token.type);
+            tokens.value.push_back(token.value);
+        }
+        double result = 0;
+        const bool expected = has_reading(tokens, 0, {}, 0);
+        ASSERT_EQ(evaluate(tokens, &result) == 0, expected) << round << ": " << error();
+        readable += expected ? 1 : 0;
+    }
+    EXPECT_GT(readable, 10000);
+}
+
 // What one call may do, set by the tests; object of the function.
 struct Behaviour {
     std::function<double(std::span<const double> x, const double* deltas, double* results)> body;

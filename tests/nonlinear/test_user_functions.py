@@ -3,6 +3,7 @@
 import fractions
 import gc
 import math
+import signal
 import threading
 import weakref
 
@@ -426,3 +427,12 @@ def test_a_solved_problem_can_be_changed(p, x):
     p.solve()
     assert p.getProbStatusString() == "lp_optimal"
     assert p.getObjVal() == 10
+
+
+def test_ctrl_c_in_a_function(interruptible):
+    def interrupted(a, b):
+        signal.raise_signal(signal.SIGINT)
+        return circle(a, b)
+
+    with pytest.raises(KeyboardInterrupt):
+        largest_on_circle(interrupted)

@@ -51,10 +51,14 @@ class Loop {
     void choose_working_set();
     void estimate();
     bool update_hessian();
+    // loop_steps.cpp
     void try_step();
     Verdict correct(const Prediction& prediction, bool& is_defined);
+    void shortest_correction();
+    void count_idle();
     void accept(const Prediction& prediction, double ratio);
     void reject(bool is_defined);
+    void rescale();
     void enter_restoration();
     // loop_optimality.cpp
     std::optional<End> test_optimality();
@@ -107,6 +111,9 @@ class Loop {
     double restoration_start_ = 0;  // violation
     int rejections_ = 0;
     bool has_kinks_ = false;
+    int rescalings_ = 0;
+    int idle_ = 0;
+    double least_residual_ = 0;
     int stuck_ = 0;  // iterations in which the linearised rows saw no way to less violation
     int curvature_steps_ = 0;  // times that a stationary point was left along negative curvature
     int moved_at_ = 0;         // iteration up to which only probes have moved the point

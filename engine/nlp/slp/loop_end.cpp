@@ -35,7 +35,7 @@ Loop::End Loop::stalled() const {
             std::max(kLooser, options_->constraint_violation))
         return {LocalStatus::kAcceptable,
                 "no further progress; the optimality conditions hold to 1e-6"};
-    return {LocalStatus::kStalled, "stalled: the trust region shrank to nothing"};
+    return {LocalStatus::kStalled, "stalled: steps too short to go on"};
 }
 
 void Loop::report() {

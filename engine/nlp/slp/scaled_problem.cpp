@@ -16,6 +16,8 @@ namespace {
 constexpr double kInfinite = 1e20;
 constexpr double kLongestGradient = 100;
 constexpr double kLeastScale = 1e-8;
+// Entries of scaled rows below this have lost five digits to the row's scale.
+constexpr double kHiding = 1e-3;
 
 std::span<const double> view(const Vector& v) {
     return {v.data(), static_cast<std::size_t>(v.size())};
@@ -61,16 +63,34 @@ void ScaledProblem::scale_at(Iterate& iterate) {
     objective_scale = scale_for(iterate.gradient.lpNorm<Eigen::Infinity>());
     iterate.objective *= objective_scale;
     iterate.gradient *= objective_scale;
+    Vector none = Vector::Zero(num_rows());
+    rescale_rows(iterate, none);
+}
+
+double ScaledProblem::longest_entry(const Iterate& iterate, int row) const {
+    double longest = 0;
+    for (int k = rows.begin(row); k < rows.end(row); ++k)
+        longest = std::max(longest, std::abs(iterate.jacobian[k]));
+    return longest;
+}
+
+bool ScaledProblem::hides_rows(const Iterate& iterate) const {
+    for (int i = 0; i < num_rows(); ++i)
+        if (row_scale[i] < 1 && longest_entry(iterate, i) < kHiding) return true;
+    return false;
+}
+
+void ScaledProblem::rescale_rows(Iterate& iterate, Vector& y) {
     for (int i = 0; i < num_rows(); ++i) {
-        double longest = 0;
-        for (int k = rows.begin(i); k < rows.end(i); ++k)
-            longest = std::max(longest, std::abs(iterate.jacobian[k]));
-        row_scale[i] = scale_for(longest);
-        for (int k = rows.begin(i); k < rows.end(i); ++k) iterate.jacobian[k] *= row_scale[i];
+        const double scale = scale_for(longest_entry(iterate, i) / row_scale[i]);
+        const double change = scale / row_scale[i];
+        row_scale[i] = scale;
+        for (int k = rows.begin(i); k < rows.end(i); ++k) iterate.jacobian[k] *= change;
+        iterate.rows[i] *= change;
+        row_lower[i] *= change;
+        row_upper[i] *= change;
+        y[i] /= change;
     }
-    iterate.rows.array() *= row_scale.array();
-    row_lower.array() *= row_scale.array();
-    row_upper.array() *= row_scale.array();
     iterate.violation = violation(iterate.rows);
 }
 

@@ -23,6 +23,10 @@ class ScaledProblem {
     // Scales such that no gradient at the iterate is longer than 100 in the maximum norm, and
     // scales the iterate.
     void scale_at(Iterate& iterate);
+    // Whether a row's gradient has become so short that its scale hides its violation.
+    [[nodiscard]] bool hides_rows(const Iterate& iterate) const;
+    // Scales rows anew by the gradients at the iterate, and the iterate and multipliers with them.
+    void rescale_rows(Iterate& iterate, Vector& y);
 
     [[nodiscard]] int num_columns() const noexcept { return static_cast<int>(lower.size()); }
     [[nodiscard]] int num_rows() const noexcept { return static_cast<int>(row_lower.size()); }
@@ -54,6 +58,8 @@ class ScaledProblem {
     LocalCounts counts;
 
   private:
+    [[nodiscard]] double longest_entry(const Iterate& iterate, int row) const;
+
     LocalProblem* problem_ = nullptr;
     Vector pattern_values_;
     Vector multipliers_;

@@ -2,6 +2,8 @@
 #include "engine/nlp/slp/successive_solver.hpp"
 
 #include <algorithm>
+#include <cmath>
+#include <random>
 
 #include "engine/base/index.hpp"
 #include "engine/nlp/slp/dense_equality_phase.hpp"
@@ -18,6 +20,8 @@ constexpr double kSmallBox = 0.2;
 constexpr double kLargeBox = 0.8;
 // Problems with no more columns are solved from both boxes where they are not convex.
 constexpr std::size_t kFewColumns = 50;
+// Starts of further runs after one that ended at a local minimum of the violation.
+constexpr double kShifts[] = {0.1, 1.0};
 
 void add_counts(const LocalCounts& from, LocalCounts& to) {
     to.functions += from.functions;
@@ -33,6 +37,26 @@ bool is_better(const LocalAnswer& a, const LocalAnswer& b) {
 }
 
 }  // namespace
+
+// The point moved by random parts of the columns' sizes, away from bounds where it is at them.
+std::vector<double> shifted(std::vector<double> x, double share, const LocalBounds& bounds) {
+    std::mt19937 random(1);
+    std::normal_distribution<double> normal;
+    for (std::size_t j = 0; j < x.size(); ++j) {
+        const double shift = share * std::max(1.0, std::abs(x[j])) * normal(random);
+        const double moved = x[j] + shift;
+        const bool is_out = moved < bounds.column_lower[j] || moved > bounds.column_upper[j];
+        x[j] = is_out ? x[j] - shift : moved;
+    }
+    return x;
+}
+
+bool has_nonlinear_row(const LocalProblem& problem) {
+    const auto rows = static_cast<int>(problem.bounds().row_lower.size());
+    for (int i = 0; i < rows; ++i)
+        if (!problem.is_linear_row(i)) return true;
+    return false;
+}
 
 struct SuccessiveSolver::State {
     slp::DenseFirstPhase quadratic;
@@ -52,6 +76,20 @@ struct SuccessiveSolver::State {
         const LocalBounds& bounds = problem.bounds();
         was_dense = bounds.column_lower.size() + bounds.row_lower.size() <= at(dense_limit);
         return (was_dense ? dense_loop : sparse_loop).run(problem, options, start);
+    }
+    // Another run, which counts on; its answer replaces one that is worse.
+    void run_again(LocalProblem& problem, const LocalOptions& options, slp::LoopStart& start,
+                   LocalAnswer& answer) {
+        start.iterations = answer.iterations;
+        LocalAnswer other = run(problem, options, start);
+        add_counts(answer.counts, other.counts);
+        if (is_better(other, answer)) {
+            answer = std::move(other);
+            remember(answer);
+            return;
+        }
+        answer.counts = other.counts;
+        answer.iterations = other.iterations;
     }
     void remember(const LocalAnswer& answer) {
         const slp::Loop& loop = was_dense ? dense_loop : sparse_loop;
@@ -75,21 +113,17 @@ LocalAnswer SuccessiveSolver::solve(LocalProblem& problem, const LocalOptions& o
     start.box = kSmallBox;
     LocalAnswer answer = state_->run(problem, options, start);
     state_->remember(answer);
-    if (problem.bounds().column_lower.size() > kFewColumns || !state_->was_dense ||
-        !state_->quadratic.met_negative_curvature() || options.stop.stop())
-        return answer;
-    start.box = kLargeBox;
-    start.iterations = answer.iterations;
-    LocalAnswer other = state_->run(problem, options, start);
-    LocalCounts counts = answer.counts;
-    add_counts(other.counts, counts);
-    const int iterations = other.iterations;
-    if (is_better(other, answer)) {
-        answer = std::move(other);
-        state_->remember(answer);
+    const bool is_small = state_->was_dense && problem.bounds().column_lower.size() <= kFewColumns;
+    if (is_small && state_->quadratic.met_negative_curvature() && !options.stop.stop()) {
+        start.box = kLargeBox;
+        state_->run_again(problem, options, start, answer);
     }
-    answer.counts = counts;
-    answer.iterations = iterations;
+    // The violation may have a saddle there, or a minimum beside a solution.
+    for (const double share : kShifts) {
+        if (answer.status != LocalStatus::kInfeasible || !has_nonlinear_row(problem)) break;
+        start.x = shifted(answer.x, share, problem.bounds());
+        state_->run_again(problem, options, start, answer);
+    }
     return answer;
 }
 
