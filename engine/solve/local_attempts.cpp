@@ -88,16 +88,22 @@ void judge(LocalOutcome& outcome, nlp::LocalProblem& problem, const Controls& co
                          outcome.check.shadow_gain <= controls.nlpopttol;
 }
 
-// Rays cost evaluations, no solves: tried wherever a solver ended without an optimum.
+// Rays cost evaluations, no solves: tried wherever a solver ended without an optimum, from its point
+// and, as diverging iterates end where nothing can be computed, from its start.
 bool is_unbounded(const LocalOutcome& outcome, nlp::SolverView& view, const Controls& controls) {
-    if (!outcome.is_feasible || outcome.is_optimal) return false;
+    if (outcome.is_optimal) return false;
     if (outcome.stop_reason != QLX_STOP_NONE && outcome.stop_reason != QLX_STOP_ITERLIMIT)
         return false;
-    std::vector<double> last = outcome.answer.x;
     const std::vector<double> start = view.start();
-    for (std::size_t col = 0; col < last.size(); ++col) last[col] -= start[col];
+    std::vector<double> moved = outcome.answer.x;
+    for (std::size_t col = 0; col < moved.size(); ++col) moved[col] -= start[col];
     const nlp::RayOptions options{controls.nlpfeastol};
-    return nlp::test_rays(view, outcome.answer.x, {{last}}, options).is_unbounded;
+    const std::vector<double> no_duals(view.bounds().row_lower.size(), 0.0);
+    for (const std::vector<double>& x : {outcome.answer.x, start})
+        if (check_local(view, x, no_duals).violation <= controls.nlpfeastol &&
+            nlp::test_rays(view, x, {{moved}}, options).is_unbounded)
+            return true;
+    return false;
 }
 
 // With less and less smoothing, each from the last point. The check on the problem itself decides

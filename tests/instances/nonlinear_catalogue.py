@@ -67,6 +67,12 @@ def state_in_quilex(problem):
             model.addConstraint(body >= row["lb"])
         if row["ub"] is not None:
             model.addConstraint(body <= row["ub"])
+    if model.getAttrib("nlpcoefs") == 0:
+        # Quadratic, and as that it would go to the solvers of convex programs: a fixed column with
+        # a nonlinear row of its own, which presolve takes out, sends it to the local solvers.
+        fixed = quilex.var("fixed", lb=0, ub=0)
+        model.addVariable(fixed)
+        model.addConstraint(quilex.exp(fixed) <= 2)
     model.setStart(variables, [one["start"] for one in problem["variables"]])
     return model, variables
 
