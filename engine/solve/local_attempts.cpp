@@ -88,8 +88,8 @@ void judge(LocalOutcome& outcome, nlp::LocalProblem& problem, const Controls& co
                          outcome.check.shadow_gain <= controls.nlpopttol;
 }
 
-// Rays cost evaluations, no solves: tried wherever a solver ended without an optimum, from its point
-// and, as diverging iterates end where nothing can be computed, from its start.
+// Rays cost evaluations, no solves: tried wherever a solver ended without an optimum, from its
+// point and, as diverging iterates end where nothing can be computed, from its start.
 bool is_unbounded(const LocalOutcome& outcome, nlp::SolverView& view, const Controls& controls) {
     if (outcome.is_optimal) return false;
     if (outcome.stop_reason != QLX_STOP_NONE && outcome.stop_reason != QLX_STOP_ITERLIMIT)
