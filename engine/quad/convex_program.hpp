@@ -130,7 +130,7 @@ struct KktResiduals {
     double complementarity = 0.0;  // sum of dual times distance, over 1 + the objective's terms
 };
 
-enum class Kernel { kNone, kProximal, kLargeScale, kBarrier };
+enum class Kernel { kNone, kProximal, kLargeScale, kConic, kBarrier };
 
 struct ConvexResult {
     ConvexStatus status = ConvexStatus::kNumericalFailure;
