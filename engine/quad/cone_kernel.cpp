@@ -68,6 +68,12 @@ ConeKernel::ConeKernel(const ConeProgram& program, const ConeScaling* units)
       posed_(units != nullptr ? scaled_ : program),
       statement_(posed_) {}
 
+void ConeKernel::restate_near(std::span<const double> x) {
+    std::vector<double> near(x.begin(), x.end());
+    for (std::size_t j = 0; j < near.size(); ++j) near[j] /= units_.column[j];
+    statement_ = conic::Statement(posed_, near);
+}
+
 // A convex row's dual, and the part of its gradient in the balance of the columns. At a cone's apex
 // there is no gradient: what the cone's own dual says holds there.
 void ConeKernel::add_row(std::size_t r, std::span<const double> z, Attempt& out) const {

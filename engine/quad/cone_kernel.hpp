@@ -1,6 +1,7 @@
 // A program with ellipsoids and cones, solved by the method for cone programs.
 #pragma once
 
+#include <span>
 #include <vector>
 
 #include "engine/quad/cone_attempt.hpp"
@@ -26,6 +27,8 @@ class ConeKernel {
     // Works on the program scaled by `units` unless they are null. Both have to outlive the kernel.
     ConeKernel(const ConeProgram& program, const ConeScaling* units);
 
+    // States the program anew for optima near the point.
+    void restate_near(std::span<const double> x);
     ConicOutcome solve(const ConicRung& rung, int iterations, const StopRule& rule) const;
     // The same without an objective: a feasible point.
     ConicOutcome find_point(const ConicRung& rung, int iterations, const StopRule& rule) const;
@@ -40,7 +43,7 @@ class ConeKernel {
     const ConeScaling units_;
     const ConeProgram scaled_;
     const ConeProgram& posed_;
-    const conic::Statement statement_;
+    conic::Statement statement_;
 };
 
 }  // namespace qlx::quad

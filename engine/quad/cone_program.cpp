@@ -121,13 +121,14 @@ void ConeSolver::take_best(Attempt next) {
 // The method for cone programs; returns true where the outcome is settled.
 bool ConeSolver::try_conic() {
     for (const ConeScaling* scaling : units()) {
-        const ConeKernel kernel(program(), scaling);
+        ConeKernel kernel(program(), scaling);
         for (const ConicRung& rung : kConicRungs) {
             if (iterations_left() == 0) return finish(ConvexStatus::kIterationLimit);
             ConicOutcome outcome = kernel.solve(rung, iterations_left(), control_.stop);
             result_.iterations += outcome.attempt.iterations;
             if (take_outcome(std::move(outcome), kernel, rung)) return true;
             if (control_.stop.stop()) return finish(stop_status(control_.stop));
+            if (!best_.x.empty()) kernel.restate_near(best_.x);
         }
         if (is_optimal()) return finish(ConvexStatus::kOptimal);
     }

@@ -111,7 +111,6 @@ enum class ConvexStatus {
     kIterationLimit,  // the caller's
     kTimeLimit,
     kInterrupted,
-    kUnsupported,  // quadratic rows in a build without Ipopt
     kNumericalFailure,
 };
 

@@ -29,8 +29,8 @@ double largest(std::span<const double> v) noexcept {
 
 }  // namespace
 
-Statement::Statement(const ConeProgram& source)
-    : source_(source), linear_(transpose(source.model.rows)) {
+Statement::Statement(const ConeProgram& source, std::span<const double> near)
+    : source_(&source), linear_(transpose(source.model.rows)) {
     program_.hessian = source.model.hessian;
     program_.cost = source.model.cost;
     add_sides(true);
@@ -43,7 +43,7 @@ Statement::Statement(const ConeProgram& source)
         if (row.shape == RowShape::kCone) {
             add_cone(row);
         } else {
-            add_ellipsoid(row);
+            add_ellipsoid(row, near);
         }
         cones_.back().size = static_cast<int>(program_.right.size()) - cones_.back().first;
         program_.cones.push_back({ConeKind::kSecondOrder, cones_.back().size});
@@ -79,7 +79,7 @@ void Statement::add_sides(bool equations) {
         if (is_finite_upper(upper)) add_side(row, 1.0, upper, is_bound);
         if (is_finite_lower(lower) && !equations) add_side(row, -1.0, lower, is_bound);
     };
-    const QuadraticModel& model = source_.model;
+    const QuadraticModel& model = source_->model;
     for (int i = 0; i < model.row_count(); ++i) {
         add(i, model.row_lower[at(i)], model.row_upper[at(i)], false);
     }
@@ -114,7 +114,7 @@ void Statement::add_cone(const ConvexRow& row) {
     if (row.offset > 0.0) close_row(std::sqrt(row.offset));
 }
 
-void Statement::add_ellipsoid(const ConvexRow& row) {
+void Statement::add_ellipsoid(const ConvexRow& row, std::span<const double> near) {
     const SemidefiniteFactor factor = factor_semidefinite(row.hessian);
     std::vector<double> rest;
     std::vector<double> w = factor.complete_square(row.linear, rest);
@@ -132,7 +132,12 @@ void Statement::add_ellipsoid(const ConvexRow& row) {
         add_square(row, factor.by_row, w);
         return;
     }
-    double unit = std::sqrt(2.0 * std::abs(top));
+    double value = std::abs(top);
+    if (!near.empty()) {
+        value = top;
+        for (std::size_t k = 0; k < rest.size(); ++k) value -= rest[k] * near[at(row.columns[k])];
+    }
+    double unit = std::sqrt(2.0 * std::max(value, 0.0));
     if (!(unit > 0.0)) unit = largest(rest) / std::max(largest(factor.by_row.value), 1e-300);
     cone.scale = 1.0 / unit;
     cone.rotated = true;
@@ -146,7 +151,7 @@ void Statement::add_ellipsoid(const ConvexRow& row) {
 }
 
 std::vector<double> Statement::row_duals(std::span<const double> z) const {
-    std::vector<double> y(source_.model.row_lower.size(), 0.0);
+    std::vector<double> y(source_->model.row_lower.size(), 0.0);
     for (std::size_t i = 0; i < sides_.size(); ++i) {
         if (!sides_[i].is_bound) y[at(sides_[i].row)] -= sides_[i].sign * z[i];
     }
@@ -157,7 +162,7 @@ std::vector<double> Statement::normals(std::size_t row, std::span<const double> 
     std::vector<double> own(z.size(), 0.0);
     const auto first = z.begin() + cones_[row].first;
     std::copy(first, first + cones_[row].size, own.begin() + cones_[row].first);
-    std::vector<double> out(source_.model.cost.size(), 0.0);
+    std::vector<double> out(source_->model.cost.size(), 0.0);
     add_transposed_product(program_.rows, -1.0, own, out);
     return out;
 }
@@ -179,7 +184,7 @@ int Statement::largest_part(std::span<const double> z) const {
     for (std::size_t r = 0; r < cones_.size(); ++r) {
         if (!(z[at(cones_[r].first)] > most)) continue;
         most = z[at(cones_[r].first)];
-        row = source_.model.row_count() + static_cast<int>(r);
+        row = source_->model.row_count() + static_cast<int>(r);
     }
     return row;
 }

@@ -12,10 +12,12 @@ namespace qlx::quad::conic {
 // Equations become a zero cone, other sides and bounds a nonnegative one, each convex row a
 // second-order cone. With F'F = Q and w from completing the square, 1/2 x'Qx + a'x <= u is
 //   |Fx - w| <= radius                          where F'w = -a, and else
-//   |(Fx - w, v / c - c / 2)| <= v / c + c / 2  with v = u + |w|^2 / 2 - (a + F'w)'x, c > 0.
+//   |(Fx - w, v / c - c / 2)| <= v / c + c / 2  with v = u + |w|^2 / 2 - (a + F'w)'x, c > 0;
+// c is best near sqrt(2v), which a point near the optimum tells.
 class Statement {
   public:
-    explicit Statement(const ConeProgram& source);
+    // `near` may be empty, or a point near the optimum. `source` has to outlive the statement.
+    explicit Statement(const ConeProgram& source, std::span<const double> near = {});
 
     const Program& program() const noexcept { return program_; }
 
@@ -45,14 +47,14 @@ class Statement {
     void add_sides(bool equations);
     void add_side(int row, double sign, double level, bool is_bound);
     void add_cone(const ConvexRow& row);
-    void add_ellipsoid(const ConvexRow& row);
+    void add_ellipsoid(const ConvexRow& row, std::span<const double> near);
     void add_square(const ConvexRow& row, const SparseColumns& factor,
                     std::span<const double> level);
     void add_entry(int column, double value);
     void close_row(double level);
 
-    const ConeProgram& source_;
-    const SparseColumns linear_;  // the linear rows' transpose
+    const ConeProgram* source_;
+    SparseColumns linear_;  // the linear rows' transpose
     Program program_;
     std::vector<Triplet> entries_;
     std::vector<Side> sides_;
