@@ -8,13 +8,12 @@
 #include <vector>
 
 #include "engine/base/index.hpp"
+#include "engine/base/infinity.hpp"
 
 namespace qlx {
 
-inline constexpr double kInfiniteSide = 1e20;
-
 [[nodiscard]] inline bool is_finite_side(double side) noexcept {
-    return std::fabs(side) < kInfiniteSide;
+    return std::fabs(side) < kInfinity;
 }
 
 // A sparse matrix compressed by rows or by columns; start has one place more than there are of

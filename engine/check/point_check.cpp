@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "engine/base/index.hpp"
+#include "engine/check/enclosed_sum.hpp"
 #include "engine/constructs/construct.hpp"
 
 namespace qlx {
@@ -51,9 +52,16 @@ std::vector<double> row_activities(Model& model, const double* x) {
 }
 
 double objective_value(const Model& model, const double* x) {
-    double sum = model.constant();
-    for (std::size_t col = 0; col < model.obj().size(); ++col) sum += model.obj()[col] * x[col];
-    return sum + model.quadratic_objective().value(x);
+    // Far points of flat objectives leave little of large terms.
+    EnclosedSum sum(model.constant());
+    for (std::size_t col = 0; col < model.obj().size(); ++col)
+        sum.add_product(model.obj()[col], x[col]);
+    for (const QuadraticTerm& term : model.quadratic_objective().terms()) {
+        const double product = x[term.first] * x[term.second];
+        sum.add_product(term.coefficient, product);
+        sum.add_product(term.coefficient, std::fma(x[term.first], x[term.second], -product));
+    }
+    return sum.value();
 }
 
 void clamp_to_bounds(const Model& model, std::vector<double>& x) {

@@ -78,7 +78,7 @@ LinearStatement elastic_program(const ProgramView& program) {
     for (int row = 0; row < program.matrix.num_rows; ++row) {
         const auto add_violation = [&](double entry) {
             add_entry(out, row, entry);
-            add_column(out, 1, 0, kInfiniteSide);
+            add_column(out, 1, 0, kInfinity);
         };
         if (is_finite_side(program.row_lower[at(row)])) add_violation(sizes[at(row)]);
         if (is_finite_side(program.row_upper[at(row)])) add_violation(-sizes[at(row)]);
@@ -93,8 +93,8 @@ LinearStatement recession_program(const ProgramView& program) {
     for (const double cost : program.cost) out.cost.push_back(largest > 0 ? cost / largest : 0.0);
     out.lower = cone_sides(program.lower, -1);
     out.upper = cone_sides(program.upper, 1);
-    out.row_lower = cone_sides(program.row_lower, -kInfiniteSide);
-    out.row_upper = cone_sides(program.row_upper, kInfiniteSide);
+    out.row_lower = cone_sides(program.row_lower, -kInfinity);
+    out.row_upper = cone_sides(program.row_upper, kInfinity);
     take_matrix(program.matrix, row_sizes(program.matrix), out);
     return out;
 }
@@ -105,7 +105,7 @@ LinearStatement loosening_program(const ProgramView& program) {
     out.row_lower = cone.row_lower;
     out.row_upper = cone.row_upper;
     const int cost_row = static_cast<int>(out.row_lower.size());
-    out.row_lower.push_back(-kInfiniteSide);
+    out.row_lower.push_back(-kInfinity);
     out.row_upper.push_back(0);
     // Columns as they are, with the cost as a row.
     for (std::size_t j = 0; j < cone.cost.size(); ++j) {

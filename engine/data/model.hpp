@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "engine/base/infinity.hpp"
 #include "engine/data/change_log.hpp"
 #include "engine/data/names.hpp"
 #include "engine/data/nonlinear_part.hpp"
@@ -14,8 +15,6 @@
 #include "engine/data/sets.hpp"
 
 namespace qlx {
-
-inline constexpr double kInfinity = 1e20;
 
 // Activity limits of a row.
 struct Sides {

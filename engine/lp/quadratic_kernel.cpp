@@ -19,8 +19,8 @@ HighsLp linear_part(const quad::QuadraticModel& model) {
     auto bounds = [](const std::vector<double>& from) {
         std::vector<double> to(from);
         for (double& bound : to) {
-            if (bound >= quad::kInfiniteBound) bound = kHighsInf;
-            if (bound <= -quad::kInfiniteBound) bound = -kHighsInf;
+            if (bound >= kInfinity) bound = kHighsInf;
+            if (bound <= -kInfinity) bound = -kHighsInf;
         }
         return to;
     };

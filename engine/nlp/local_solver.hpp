@@ -74,7 +74,7 @@ struct LocalOptions {
     double trust_region_start = 1;
     double trust_region_min = 1e-13;
     double trust_region_max = 1e10;
-    StopRule stop;  // asked at every iteration
+    StopRule stop;                                       // asked at every iteration
     std::function<void(const LocalProgress&)> progress;  // once per iteration; may be empty
 };
 

@@ -49,7 +49,7 @@ BarrierProblem::BarrierProblem(const ConeProgram& program, double smoothing)
     }
     int position = model.row_count();
     for (const ConvexRow& row : program.rows) {
-        bounds_.row_lower.push_back(-kInfiniteBound);
+        bounds_.row_lower.push_back(-kInfinity);
         bounds_.row_upper.push_back(row_upper(row));
         add_pattern(row, position++);
     }

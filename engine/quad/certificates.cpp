@@ -132,12 +132,12 @@ bool RecessionConditions::is_any_left() const noexcept {
 bool RecessionConditions::drop(const Loosened& loosened) {
     for (std::size_t j = 0; j < loosened.columns.size(); ++j) {
         if (!loosened.columns[j]) continue;
-        model.column_lower[j] = -kInfiniteBound;
-        model.column_upper[j] = kInfiniteBound;
+        model.column_lower[j] = -kInfinity;
+        model.column_upper[j] = kInfinity;
     }
     const auto drop_row = [&](int i) {
-        model.row_lower[at(i)] = -kInfiniteBound;
-        model.row_upper[at(i)] = kInfiniteBound;
+        model.row_lower[at(i)] = -kInfinity;
+        model.row_upper[at(i)] = kInfinity;
     };
     for (std::size_t i = 0; i < loosened.rows.size(); ++i) {
         if (loosened.rows[i]) drop_row(static_cast<int>(i));
@@ -178,7 +178,7 @@ RecessionConditions recession_conditions(const QuadraticModel& model,
     to.row_lower.resize(at(next), 0.0);
     to.row_upper.resize(at(next), 0.0);
     for (const RecessionConditions::Rows& ellipsoid : out.ellipsoids)
-        to.row_lower[at(ellipsoid.last)] = -kInfiniteBound;
+        to.row_lower[at(ellipsoid.last)] = -kInfinity;
     to.rows = compress(next, model.column_count(), entries);
     to.hessian.rows = to.hessian.columns = model.column_count();
     to.hessian.start.assign(at(model.column_count()) + 1, 0);

@@ -37,7 +37,7 @@ double quadratic_dual(const ConvexRow& row, double dual, std::span<const double>
 void add_conditions(const std::vector<RowState>& rows, double objective_size,
                     KktResiduals& residuals) {
     for (const RowState& row : rows) {
-        add_condition({row.dual, 0.0, row.value, 0.0, -kInfiniteBound, row.upper}, objective_size,
+        add_condition({row.dual, 0.0, row.value, 0.0, -kInfinity, row.upper}, objective_size,
                       residuals);
     }
 }

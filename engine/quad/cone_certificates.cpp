@@ -47,7 +47,7 @@ ConeProgram elastic_cone_program(const ConeProgram& program) {
         out.rows.push_back(elastic(row, static_cast<int>(statement.cost.size())));
         statement.cost.push_back(1.0);
         statement.lower.push_back(0.0);
-        statement.upper.push_back(kInfiniteBound);
+        statement.upper.push_back(kInfinity);
         statement.start.push_back(statement.start.back());
     }
     out.model = model_of(std::move(statement));
@@ -83,7 +83,7 @@ void add_tangents(const ConeProgram& program, std::span<const double> x, Quadrat
             size += std::abs(term);
             entries.push_back({outer.row_count(), row.columns[k], gradient[k]});
         }
-        outer.row_lower.push_back(-kInfiniteBound);
+        outer.row_lower.push_back(-kInfinity);
         outer.row_upper.push_back(side + kTangentRounding * size);
     }
     outer.rows = compress(outer.row_count(), outer.column_count(), entries);

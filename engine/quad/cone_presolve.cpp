@@ -40,8 +40,8 @@ void ConePresolve::add_linear_row(int k, const ConvexRow& row) {
     const QuadraticRow& source = source_.quadratic_rows[at(k)];
     const bool below = is_finite_lower(source.lower);
     const bool above = is_finite_upper(source.upper);
-    model_.row_lower.push_back(below ? source.lower - row.upper : -kInfiniteBound);
-    model_.row_upper.push_back(above ? source.upper - row.upper : kInfiniteBound);
+    model_.row_lower.push_back(below ? source.lower - row.upper : -kInfinity);
+    model_.row_upper.push_back(above ? source.upper - row.upper : kInfinity);
     added_.push_back(k);
     is_equation_.push_back(false);
     is_settled_[at(k)] = true;

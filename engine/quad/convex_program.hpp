@@ -18,18 +18,17 @@
 #include <limits>
 #include <vector>
 
+#include "engine/base/infinity.hpp"
 #include "engine/base/stop_rule.hpp"
 #include "engine/quad/sparse_columns.hpp"
 
 namespace qlx::quad {
 
-inline constexpr double kInfiniteBound = 1e20;
-
 inline bool is_finite_lower(double bound) noexcept {
-    return bound > -kInfiniteBound;
+    return bound > -kInfinity;
 }
 inline bool is_finite_upper(double bound) noexcept {
-    return bound < kInfiniteBound;
+    return bound < kInfinity;
 }
 
 struct QuadraticRow {

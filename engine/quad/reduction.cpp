@@ -46,11 +46,11 @@ bool Reduction::fix_column(int j) {
 bool Reduction::tighten(int i, int j, double coefficient, double fixed_part) {
     const double lower = model_->row_lower[at(i)];
     const double upper = model_->row_upper[at(i)];
-    double below = is_finite_lower(lower) ? (lower - fixed_part) / coefficient : -kInfiniteBound;
-    double above = is_finite_upper(upper) ? (upper - fixed_part) / coefficient : kInfiniteBound;
+    double below = is_finite_lower(lower) ? (lower - fixed_part) / coefficient : -kInfinity;
+    double above = is_finite_upper(upper) ? (upper - fixed_part) / coefficient : kInfinity;
     if (coefficient < 0.0) {
-        below = is_finite_upper(upper) ? (upper - fixed_part) / coefficient : -kInfiniteBound;
-        above = is_finite_lower(lower) ? (lower - fixed_part) / coefficient : kInfiniteBound;
+        below = is_finite_upper(upper) ? (upper - fixed_part) / coefficient : -kInfinity;
+        above = is_finite_lower(lower) ? (lower - fixed_part) / coefficient : kInfinity;
     }
     const SingletonRow record{i, j, coefficient, below > lower_[at(j)], above < upper_[at(j)]};
     lower_[at(j)] = std::max(lower_[at(j)], below);
@@ -109,8 +109,8 @@ void Reduction::settle_empty_columns(std::span<const int> held) {
     for (int j = 0; j < model_->column_count(); ++j) {
         if (used[at(j)] || is_fixed_[at(j)]) continue;
         const double cost = model_->cost[at(j)];
-        const double lower = is_finite_lower(lower_[at(j)]) ? lower_[at(j)] : -kInfiniteBound;
-        const double upper = is_finite_upper(upper_[at(j)]) ? upper_[at(j)] : kInfiniteBound;
+        const double lower = is_finite_lower(lower_[at(j)]) ? lower_[at(j)] : -kInfinity;
+        const double upper = is_finite_upper(upper_[at(j)]) ? upper_[at(j)] : kInfinity;
         const double value = cost > 0.0   ? lower
                              : cost < 0.0 ? upper
                                           : std::clamp(0.0, lower, upper);

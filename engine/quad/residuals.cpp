@@ -16,19 +16,10 @@ namespace {
 // A dual this small beside the terms it was summed from is rounding, however far the bound is.
 constexpr double kNegligibleDual = 1e-9;
 
-// What a dual without an active side adds to the objective on the way from 0 may be larger than
-// other residuals by this factor: at a point that drifts off forever, duals become small and the
-// ways long.
-constexpr double kDrift = 1e-3;
-
-// Terms of columns within two finite bounds weigh this much of their size, those of fixed ones all
-// of it. Terms of other columns count as what is left of them together: they are large without an
-// optimum too, and must not excuse it then.
-constexpr double kBoxedTerms = 1e-3;
-
+// Terms of fixed columns weigh all of their size. Terms of other columns count as what is left of
+// them together: they are large without an optimum too, and must not excuse it then.
 double weight_of(double lower, double upper) noexcept {
-    if (lower == upper) return 1.0;
-    return is_finite_lower(lower) && is_finite_upper(upper) ? kBoxedTerms : 0.0;
+    return lower == upper ? 1.0 : 0.0;
 }
 
 // Qx, and the sizes of what each entry was summed from: what fixed columns add may cancel against
@@ -77,7 +68,8 @@ void add_condition(const Condition& c, double objective_size, KktResiduals& resi
     const double relative = std::abs(c.dual) / (1.0 + c.dual_size);
     const bool bounded = c.dual > 0.0 ? is_finite_lower(c.lower) : is_finite_upper(c.upper);
     if (!bounded) {
-        const double drift = kDrift * std::abs(c.dual * c.value) / (1.0 + objective_size);
+        // At a point that drifts off for ever duals become small and the ways long.
+        const double drift = std::abs(c.dual * c.value) / (1.0 + objective_size);
         const double worst = std::max(relative, drift);
         if (!(worst <= residuals.dual)) residuals.dual = worst;
         return;

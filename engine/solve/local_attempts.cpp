@@ -5,6 +5,7 @@
 #include <cmath>
 #include <memory>
 
+#include "engine/nlp/analysis/rays.hpp"
 #include "engine/nlp/interior/interior_point_solver.hpp"
 #include "engine/nlp/slp/successive_solver.hpp"
 #include "engine/nlp/solver_view.hpp"
@@ -56,6 +57,7 @@ nlp::LocalOptions options_for(SolveSession& session, LocalLog& log, int iteratio
     options.penalty_max = controls.penaltymax;
     options.trust_region_start = controls.trustregionstart;
     options.trust_region_min = controls.trustregionmin;
+    options.trust_region_max = controls.trustregionmax;
     options.stop = session.stop_rule();
     options.progress = [&log](const nlp::LocalProgress& progress) { log.report(progress); };
     return options;
@@ -86,10 +88,54 @@ void judge(LocalOutcome& outcome, nlp::LocalProblem& problem, const Controls& co
                          outcome.check.shadow_gain <= controls.nlpopttol;
 }
 
+// Rays cost evaluations, no solves: tried wherever a solver ended without an optimum, from its
+// point and, as diverging iterates end where nothing can be computed, from its start.
+bool is_unbounded(const LocalOutcome& outcome, nlp::SolverView& view, const Controls& controls) {
+    if (outcome.is_optimal) return false;
+    if (outcome.stop_reason != QLX_STOP_NONE && outcome.stop_reason != QLX_STOP_ITERLIMIT)
+        return false;
+    const std::vector<double> start = view.start();
+    std::vector<double> moved = outcome.answer.x;
+    for (std::size_t col = 0; col < moved.size(); ++col) moved[col] -= start[col];
+    const nlp::RayOptions options{controls.nlpfeastol};
+    const std::vector<double> no_duals(view.bounds().row_lower.size(), 0.0);
+    for (const std::vector<double>& x : {outcome.answer.x, start})
+        if (check_local(view, x, no_duals).violation <= controls.nlpfeastol &&
+            nlp::test_rays(view, x, {{moved}}, options).is_unbounded)
+            return true;
+    return false;
+}
+
+// With less and less smoothing, each from the last point. The check on the problem itself decides
+// about the end, and at a kink it has none of it.
+nlp::LocalAnswer solve_smoothed(const LocalTask& task, const nlp::SolverView& view,
+                                nlp::LocalOptions options) {
+    constexpr double kSmoothing[] = {1e-2, 1e-4, 1e-6, 1e-8};
+    const std::size_t columns = view.bounds().column_lower.size();
+    const auto solver = solver_of(LocalMethod::kInteriorPoint);
+    std::vector<double> x = view.start();
+    nlp::LocalAnswer answer;
+    int iterations = 0;
+    for (const double eps : kSmoothing) {
+        const auto smoothed = task.smoothed(eps);
+        std::vector<double> start = smoothed->start();
+        std::copy(x.begin(), x.begin() + static_cast<std::ptrdiff_t>(columns), start.begin());
+        nlp::SolverView smooth_view(*smoothed, view.factor(), std::move(start));
+        answer = solver->solve(smooth_view, options);
+        iterations += answer.iterations;
+        options.iteration_limit -= answer.iterations;
+        if (answer.x.size() < columns || options.iteration_limit <= 0 || options.stop.stop()) break;
+        x = answer.x;
+    }
+    answer.iterations = iterations;
+    return answer;
+}
+
 bool is_better(const LocalOutcome& one, const LocalOutcome& other) {
     if (one.is_feasible != other.is_feasible) return one.is_feasible;
     if (!one.is_feasible) return one.check.violation < other.check.violation;
     if (one.is_optimal != other.is_optimal) return one.is_optimal;
+    if (one.is_unbounded != other.is_unbounded) return one.is_unbounded;
     return one.answer.objective < other.answer.objective;
 }
 
@@ -102,31 +148,34 @@ void undo_scaling(LocalOutcome& outcome, double factor) {
 
 }  // namespace
 
-LocalOutcome solve_locally(SolveSession& session, nlp::LocalProblem& problem,
-                           std::vector<double> start) {
-    const double lift = nlp::objective_lift(problem, start);
-    nlp::SolverView view(problem, lift, std::move(start));
+LocalOutcome solve_locally(SolveSession& session, const LocalTask& task) {
+    const double lift = nlp::objective_lift(task.problem, task.start);
+    nlp::SolverView view(task.problem, lift, task.start);
     LocalLog log(session);
     LocalOutcome best;
     int iterations = 0;
     std::int64_t evaluations = 0;
     bool is_first = true;
-    for (const LocalMethod method : methods_for(session.controls(), problem)) {
+    for (const LocalMethod method : methods_for(session.controls(), view)) {
         if (!is_first) log.take_over(best.answer.reason);
         log.begin(name_of(method), lift);
         LocalOutcome outcome;
-        outcome.answer = solver_of(method)->solve(
-            view, options_for(session, log, session.controls().nlpiterlimit - iterations));
+        const auto options =
+            options_for(session, log, session.controls().nlpiterlimit - iterations);
+        outcome.answer = method == LocalMethod::kInteriorPoint && view.has_kinks()
+                             ? solve_smoothed(task, view, options)
+                             : solver_of(method)->solve(view, options);
         iterations += outcome.answer.iterations;
         evaluations += outcome.answer.counts.functions;
         log.end(outcome.answer);
         outcome.stop_reason = stop_reason_of(session, outcome.answer.status);
         judge(outcome, view, session.controls());
+        outcome.is_unbounded = is_unbounded(outcome, view, session.controls());
         const int stop_reason = outcome.stop_reason;
         if (is_first || is_better(outcome, best)) best = std::move(outcome);
         best.stop_reason = stop_reason;
         is_first = false;
-        if (best.is_optimal || stop_reason != QLX_STOP_NONE) break;
+        if (best.is_optimal || best.is_unbounded || stop_reason != QLX_STOP_NONE) break;
         if (std::isfinite(best.check.violation)) view.start_at(best.answer.x);
     }
     KernelResult work;

@@ -4,7 +4,9 @@
 #include "engine/base/index.hpp"
 #include "engine/core/nonlinear_problem.hpp"
 #include "engine/nlp/analysis/convexity.hpp"
+#include "engine/nlp/presolve/kinks.hpp"
 #include "engine/nlp/presolve/nonlinear_presolve.hpp"
+#include "engine/nlp/presolve/start_point.hpp"
 #include "engine/nlp/statement/statement.hpp"
 #include "engine/nlp/tape/nonlinear_program.hpp"
 #include "engine/solve/classify.hpp"
@@ -53,6 +55,45 @@ class PresolvedMark {
     NonlinearProblem& problem_;
 };
 
+// A statement with its kinks smoothed, and the program of it.
+class SmoothedProgram final : public nlp::LocalProblem {
+  public:
+    SmoothedProgram(const nlp::Statement& stated, double eps)
+        : statement_(nlp::smooth_kinks(stated, eps).statement),
+          program_(statement_, statement_.functions) {}
+
+    const nlp::LocalBounds& bounds() const override { return program_.bounds(); }
+    const nlp::SparsePattern& jacobian_pattern() const override {
+        return program_.jacobian_pattern();
+    }
+    const nlp::SparsePattern& hessian_pattern() const override {
+        return program_.hessian_pattern();
+    }
+    std::vector<double> start() const override { return program_.start(); }
+    bool is_linear_row(int row) const override { return program_.is_linear_row(row); }
+    bool has_kinks() const override { return program_.has_kinks(); }
+    bool objective(std::span<const double> x, double& value) override {
+        return program_.objective(x, value);
+    }
+    bool gradient(std::span<const double> x, std::span<double> out) override {
+        return program_.gradient(x, out);
+    }
+    bool rows(std::span<const double> x, std::span<double> out) override {
+        return program_.rows(x, out);
+    }
+    bool jacobian(std::span<const double> x, std::span<double> out) override {
+        return program_.jacobian(x, out);
+    }
+    bool hessian(std::span<const double> x, double objective_factor,
+                 std::span<const double> multipliers, std::span<double> out) override {
+        return program_.hessian(x, objective_factor, multipliers, out);
+    }
+
+  private:
+    nlp::Statement statement_;
+    nlp::NonlinearProgram program_;
+};
+
 class LocalSolve {
   public:
     explicit LocalSolve(SolveSession& session)
@@ -64,9 +105,13 @@ class LocalSolve {
         if (presolve_.verdict() == nlp::PresolveVerdict::kInfeasible)
             return {QSLP_INFEASIBLE, QLX_STOP_NONE, "Infeasible: " + blame()};
         const PresolvedMark mark(*session_.problem().nonlinear);
-        const nlp::Statement& reduced = presolve_.reduced();
-        nlp::NonlinearProgram program(reduced, model_.nonlinear().functions.get());
-        const LocalOutcome outcome = solve_locally(session_, program, program.start());
+        const nlp::Statement stated = nlp::reformulate_kinks(presolve_.reduced()).statement;
+        nlp::NonlinearProgram program(stated, stated.functions);
+        nlp::StartPoint start = nlp::find_start(stated, program);
+        report_start(start);
+        const LocalOutcome outcome = solve_locally(
+            session_, {program, std::move(start.x),
+                       [&](double eps) { return std::make_unique<SmoothedProgram>(stated, eps); }});
         const bool kept = hold(outcome, program);
         NonlinearProblem& problem = *session_.problem().nonlinear;
         problem.iterations = outcome.iterations;
@@ -75,6 +120,16 @@ class LocalSolve {
     }
 
   private:
+    void report_start(const nlp::StartPoint& start) {
+        if (!start.is_defined)
+            session_.send(
+                QLX_MSG_WARNING, message::kProgress,
+                join("No start was found at which all functions are defined: ", start.complaint));
+        else if (start.is_repaired)
+            session_.send(QLX_MSG_INFORMATION, message::kProgress,
+                          "The start was moved to where all functions are defined");
+    }
+
     std::string blame() const {
         const nlp::PresolveBlame& blame = presolve_.blame();
         std::string where;
@@ -91,7 +146,12 @@ class LocalSolve {
     bool hold(const LocalOutcome& outcome, nlp::LocalProblem& program) {
         const nlp::LocalAnswer& answer = outcome.answer;
         const std::vector<double> costs = reduced_costs(program, answer.x, answer.row_dual).value;
-        nlp::FullPoint full = presolve_.postsolve(answer.x, answer.row_dual, costs);
+        // Columns and rows of kinks come last.
+        const std::size_t columns = presolve_.reduced().moving.size();
+        const std::size_t rows = presolve_.reduced().row_lower.size();
+        nlp::FullPoint full = presolve_.postsolve(std::span(answer.x).first(columns),
+                                                  std::span(answer.row_dual).first(rows),
+                                                  std::span(costs).first(columns));
         Solution point;
         point.x.assign(full.x.begin(), full.x.begin() + model_.num_cols());
         point.dj = std::move(full.column_dual);
@@ -112,6 +172,7 @@ class LocalSolve {
                 return {QSLP_GLOBALLY_OPTIMAL, QLX_STOP_NONE, "Globally optimal"};
             return {QSLP_LOCALLY_OPTIMAL, QLX_STOP_NONE, "Locally optimal"};
         }
+        if (outcome.is_unbounded) return {QSLP_UNBOUNDED, QLX_STOP_NONE, "Unbounded"};
         if (outcome.stop_reason != QLX_STOP_NONE)
             return {QSLP_UNFINISHED, outcome.stop_reason, "Stopped early"};
         if (outcome.answer.status == nlp::LocalStatus::kInfeasible && !outcome.is_feasible)

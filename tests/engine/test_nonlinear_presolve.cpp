@@ -3,8 +3,11 @@
 #include <numeric>
 #include <random>
 
+#include "engine/nlp/analysis/rays.hpp"
 #include "engine/nlp/interior/interior_point_solver.hpp"
+#include "engine/nlp/presolve/kinks.hpp"
 #include "engine/nlp/presolve/nonlinear_presolve.hpp"
+#include "engine/nlp/presolve/start_point.hpp"
 #include "engine/nlp/tape/nonlinear_program.hpp"
 #include "tests/engine/statement_support.hpp"
 
@@ -332,6 +335,181 @@ TEST_F(NonlinearPresolveTest, RandomProgramsComeBackOptimal) {
         NonlinearPresolve presolve(b.build());
         ASSERT_EQ(presolve.verdict(), PresolveVerdict::kReduced);
         expect_optimal(presolve.given(), solve(presolve), 2e-5, "trial " + std::to_string(trial));
+    }
+}
+
+TEST(StartPointTest, RuleAndRepair) {
+    struct Case {
+        const char* objective;
+        double lower, upper, given;  // of x0
+        double start;                // not a number: any, at which the objective is defined
+        bool repaired;
+    };
+    const double any = std::nan("");
+    const Case cases[] = {
+        {"x0^2", -kInf, kInf, any, 0, false},     {"x0^2", 3, kInf, any, 3, false},
+        {"x0^2", -4, 2, any, -1, false},          {"x0^2", -400, 2, any, 0, false},
+        {"x0^2", 3, kInf, 2, 3, false},           {"log(x0)", 0, kInf, any, 1, false},
+        {"sqrt(x0)", 0, 1e3, any, 1, false},      {"sqrt(x0 - 5)", -kInf, kInf, any, any, true},
+        {"1/x0", -kInf, kInf, any, any, true},    {"log(x0)", 0, kInf, 0, any, true},
+        {"log(x0^2 - 4)", 0, kInf, 1, any, true},
+    };
+    for (const Case& c : cases) {
+        StatementBuilder b;
+        b.column(c.lower, c.upper, c.given);
+        b.objective(c.objective);
+        const Statement s = b.build();
+        NonlinearProgram program(s);
+        const StartPoint start = find_start(s, program);
+        ASSERT_TRUE(start.is_defined) << c.objective << ": " << start.complaint;
+        EXPECT_EQ(start.is_repaired, c.repaired) << c.objective;
+        if (!std::isnan(c.start)) {
+            EXPECT_EQ(start.x[0], c.start) << c.objective;
+        }
+        double value = std::nan("");
+        EXPECT_TRUE(program.objective(start.x, value)) << c.objective;
+        EXPECT_GE(start.x[0], c.lower) << c.objective;
+    }
+    StatementBuilder b;
+    b.column(-3, -2);
+    b.row(0, 1, "log(x0 + 1)");
+    const Statement s = b.build();
+    NonlinearProgram program(s);
+    const StartPoint start = find_start(s, program);
+    EXPECT_FALSE(start.is_defined);
+    EXPECT_NE(start.complaint.find("log"), std::string::npos) << start.complaint;
+}
+
+TEST(RaysTest, ClaimsOnlyWhatFallsForEver) {
+    struct Case {
+        const char* objective;
+        const char* row;  // of x0 >= 0 and x1
+        double lower, upper;
+        bool unbounded;
+    };
+    const Case cases[] = {
+        {"-x0", "x1", -1, 1, true},
+        {"-x0", "x0 - x1", -kInf, 0, true},           // along (1, 1)
+        {"x1 - 2*x0", "3*x0 - x1", -kInf, 0, false},  // blocked
+        {"x1 - 4*x0", "3*x0 - x1", 0, 0, true},
+        {"x1^3", "x0", -kInf, 5, true},
+        {"-sqrt(x0)", "x1", 0, 0, true},
+        {"-exp(x0)", "x1", 0, 0, true},
+        {"x0 - x1^2", "x0", 0, 2, true},
+        {"-atan(x0)", "x1", 0, 0, false},
+        {"-1e13*atan(x0)", "x1", 0, 0, false},
+        {"-1e20*x0/(1 + x0)", "x1", 0, 0, false},
+        {"-x0/(1 + 1e-13*x0)", "x1", 0, 0, false},
+        {"x0 + x1^2", "x1", -kInf, kInf, false},
+        {"-x0", "log(x0 + 1)", -kInf, 60, false},
+        {"-x0", "x0^2 + x1^2", -kInf, 1e6, false},
+        {"-x0", "sqrt(x0 + 1) - x1", -kInf, 2, true},
+        {"-x0 + log(1e20 - x0)", "x1", 0, 0, false},
+        {"-1/x1", "x0", 0, 2, false},
+        {"-x0", "x1 - x0^2", 0, 0, false},  // along a curve: nothing is said
+    };
+    for (const Case& c : cases) {
+        StatementBuilder b;
+        b.column(0, kInf);
+        b.column();
+        b.objective(c.objective);
+        b.row(c.lower, c.upper, c.row);
+        const Statement s = b.build();
+        NonlinearProgram program(s);
+        std::vector<double> x = {1, 1};
+        StatementValues values(s);
+        for (const double x1 : {0.0, 1.0, 3.0}) {
+            x[1] = x1;
+            const double row = values.value(0, x);
+            if (row >= c.lower && row <= c.upper) break;
+        }
+        const std::vector<std::vector<double>> given = {{1, 1}};
+        const RayVerdict verdict = test_rays(program, x, given);
+        EXPECT_EQ(verdict.is_unbounded, c.unbounded) << c.objective << "; " << c.row;
+        if (verdict.is_unbounded) {
+            EXPECT_LT(verdict.objective, -1e12) << c.objective;
+        }
+    }
+}
+
+TEST(KinksTest, AreReplacedWhereTheProgramOnlyGainsBySmaller) {
+    struct Case {
+        const char* objective;
+        const char* row;
+        double lower, upper;
+        int replaced, left;
+    };
+    const Case cases[] = {
+        {"abs(x0)", "x1", 0, 1, 1, 0},
+        {"-abs(x0)", "x1", 0, 1, 0, 1},
+        {"-min(x0, x1, 2) + exp(abs(x0 - x1))", "x1", 0, 1, 2, 0},
+        {"x0", "max(x0^2, x1) - 2*min(x0, x1)", -kInf, 4, 2, 0},
+        {"x0", "max(x0^2, x1) - 2*min(x0, x1)", 1, kInf, 0, 2},
+        {"x0", "max(x0^2, x1)", 1, 1, 0, 1},
+        {"sqrt(1 + max(x0, abs(x1)))", "x1", 0, 1, 2, 0},
+        {"abs(max(x0, x1))", "x1", 0, 1, 1, 1},  // abs rises and falls
+        {"abs(x0 + 3)", "x1", 0, 1, 0, 0},       // x0 + 3 >= 1
+        {"x0 * max(x0, x1)", "x1", 0, 1, 0, 1},  // x0 has both signs
+        {"(x0 + 3) * max(x0, x1)", "sign(x1)", 0, 1, 1, 1},
+    };
+    for (const Case& c : cases) {
+        StatementBuilder b;
+        b.column(-2, 2);
+        b.column(-2, 2);
+        b.objective(c.objective);
+        b.row(c.lower, c.upper, c.row);
+        const Statement s = b.build();
+        const KinkReformulation result = reformulate_kinks(s);
+        EXPECT_EQ(result.replaced, c.replaced) << c.objective << "; " << c.row;
+        EXPECT_EQ(result.left, c.left) << c.objective << "; " << c.row;
+        EXPECT_EQ(result.statement.num_columns(), 2 + c.replaced);
+    }
+}
+
+// The same optimum by new columns and by smoothing, of programs whose optima are at kinks.
+TEST_F(NonlinearPresolveTest, KinksAreSolvedExactlyAndSmoothly) {
+    struct Case {
+        const char* objective;
+        const char* row;
+        double upper;
+        double x0, x1;
+    };
+    const Case cases[] = {
+        {"abs(x0 - 1) + (x1 - x0)^2 + abs(x1 - 1)", "x0 + x1", 10, 1, 1},
+        {"max(x0^2, (x0 - 2)^2, 0.5 + x1) + x1^2", "x0", 5, 1, 0},
+        {"x1", "max(abs(x0 - 0.5), -x1, 1 - x0 - x1) - 1", 0, 1.5, -0.5},
+        {"exp(max(x0, -x0, x1 + 1)) - x1", "x0", 5, 0, -0.99},
+    };
+    for (const Case& c : cases) {
+        StatementBuilder b;
+        b.column(-3, 3, 0.2);
+        b.column(-3, 3, 0.3);
+        b.objective(c.objective);
+        b.row(-kInf, c.upper, c.row);
+        const Statement s = b.build();
+        const KinkReformulation exact = reformulate_kinks(s);
+        EXPECT_EQ(exact.left, 0);
+        StatementValues values(s);
+        double best = 0;
+        for (const bool smooth : {false, true}) {
+            const KinkReformulation smoothed = smooth_kinks(s, 1e-7);
+            const Statement& stated = smooth ? smoothed.statement : exact.statement;
+            NonlinearProgram program(stated);
+            EXPECT_FALSE(program.has_kinks());
+            const LocalAnswer answer = InteriorPointSolver().solve(program, {});
+            EXPECT_TRUE(answer.status == LocalStatus::kSolved ||
+                        answer.status == LocalStatus::kAcceptable);
+            const std::vector<double> x(answer.x.begin(), answer.x.begin() + 2);
+            const double value = values.value(kObjectiveRow, x);
+            EXPECT_LE(values.value(0, x), c.upper + 1e-6) << c.objective;
+            EXPECT_NEAR(value, answer.objective, 1e-5) << c.objective;
+            if (smooth) {
+                EXPECT_NEAR(value, best, 1e-5) << c.objective;
+            }
+            best = value;
+        }
+        EXPECT_LE(best, values.value(kObjectiveRow, std::vector<double>{c.x0, c.x1}) + 1e-5)
+            << c.objective;
     }
 }
 

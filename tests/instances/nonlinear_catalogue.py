@@ -34,9 +34,24 @@ def python_text(expression):
     return re.sub(r"\^", "**", expression)
 
 
-def compiled(expression, names):
+def summands(expression):
+    """The texts between the plus signs outside brackets: Python cannot nest thousands of sums."""
+    depth, begin = 0, 0
+    for place, letter in enumerate(expression):
+        depth += (letter == "(") - (letter == ")")
+        if depth == 0 and expression.startswith(" + ", place):
+            yield expression[begin:place]
+            begin = place + 3
+    yield expression[begin:]
+
+
+def compiled(expression, names, add=sum):
     """The expression with its variables' values taken from the mapping `names`."""
-    return eval(compile(python_text(expression), "<expression>", "eval"), {}, names)
+    parts = [
+        eval(compile(python_text(part), "<expression>", "eval"), {}, names)
+        for part in summands(expression)
+    ]
+    return parts[0] if len(parts) == 1 else add(parts)
 
 
 def state_in_quilex(problem):
@@ -57,9 +72,9 @@ def state_in_quilex(problem):
     names = {name: getattr(quilex, name) for name in FUNCTIONS}
     names |= {one["name"]: variable for one, variable in zip(problem["variables"], variables)}
     sense = quilex.maximize if problem["sense"] == "max" else quilex.minimize
-    model.setObjective(compiled(problem["objective"], names), sense=sense)
+    model.setObjective(compiled(problem["objective"], names, quilex.Sum), sense=sense)
     for row in problem["constraints"]:
-        body = compiled(row["expr"], names)
+        body = compiled(row["expr"], names, quilex.Sum)
         if row["lb"] is not None and row["lb"] == row["ub"]:
             model.addConstraint(body == row["lb"])
             continue
@@ -67,6 +82,12 @@ def state_in_quilex(problem):
             model.addConstraint(body >= row["lb"])
         if row["ub"] is not None:
             model.addConstraint(body <= row["ub"])
+    if model.getAttrib("nlpcoefs") == 0:
+        # Quadratic, and as that it would go to the solvers of convex programs: a fixed column with
+        # a nonlinear row of its own, which presolve takes out, sends it to the local solvers.
+        fixed = quilex.var("fixed", lb=0, ub=0)
+        model.addVariable(fixed)
+        model.addConstraint(quilex.exp(fixed) <= 2)
     model.setStart(variables, [one["start"] for one in problem["variables"]])
     return model, variables
 

@@ -1,6 +1,6 @@
 """Solves every published instance through the modelling layer and prints one table.
 
-    python verify.py [--kinds lp,mip,qp,nlp] [--only NAMES] [--methods all|default] [--time-limit 120]
+    python verify.py [--kinds lp,mip,qp,nlp] [--only NAMES] [--methods all|default] [--time-limit N]
 
 Each solve runs in a process of its own, ours and the yardstick's in turn: HiGHS alone (highspy,
 same gap, one thread) for LPs and MIPs, PIQP alone for QPs. LPs by all methods have one line each,

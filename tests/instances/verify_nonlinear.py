@@ -22,8 +22,6 @@ from nonlinear_catalogue import (
     violation,
 )
 
-import quilex
-
 METHODS = {"slp": 1, "interior": 2, "automatic": 0}
 TOLERANCE = 1e-6
 
@@ -121,7 +119,6 @@ def main():
     parser.add_argument("--sets", default="hs,scalable")
     parser.add_argument("--largest", action="store_true", help="only the largest known sizes")
     options = parser.parse_args()
-    quilex.setOutputEnabled(False)
     for name in options.sets.split(","):
         print("| problem | optimum |", " | ".join((*METHODS, "casadi")), "|  (it/evaluations ms)")
         print("|---" * (3 + len(METHODS)) + "|")

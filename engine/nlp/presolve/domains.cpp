@@ -2,6 +2,7 @@
 #include "engine/nlp/presolve/domains.hpp"
 
 #include <algorithm>
+#include <cmath>
 #include <cstddef>
 
 #include "engine/base/index.hpp"
@@ -28,7 +29,9 @@ void visit_domains(const Formula& formula, Visit&& visit) {
                       Interval{0, std::numeric_limits<double>::infinity()});
             }
         } else if (k >= 1 && formula.instructions[k - 1].operation == Operation::kColumn) {
-            visit(formula.instructions[k - 1].argument, domain_of(operation));
+            const Interval domain = domain_of(operation);
+            if (!std::isinf(domain.lower) || !std::isinf(domain.upper))
+                visit(formula.instructions[k - 1].argument, domain);
         }
     }
 }
@@ -54,6 +57,19 @@ std::vector<DomainBound> apply_domain_bounds(Statement& statement) {
         });
     }
     return bounds;
+}
+
+std::vector<char> columns_at_domain_ends(const Statement& statement) {
+    std::vector<char> flags(statement.column_lower.size(), 0);
+    for (const NonlinearTerm& term : statement.nonlinear) {
+        visit_domains(term.formula, [&](int column, Interval domain) {
+            if (statement.column_lower[at(column)] <= domain.lower ||
+                statement.column_upper[at(column)] >= domain.upper) {
+                flags[at(column)] = 1;
+            }
+        });
+    }
+    return flags;
 }
 
 }  // namespace qlx::nlp

@@ -21,4 +21,8 @@ struct DomainBound {
 // domain's hull: log keeps its 0.
 std::vector<DomainBound> apply_domain_bounds(Statement& statement);
 
+// One flag a column: whether an end of the domain of a function taken of it directly is within its
+// bounds or one of them.
+[[nodiscard]] std::vector<char> columns_at_domain_ends(const Statement& statement);
+
 }  // namespace qlx::nlp

@@ -10,7 +10,6 @@ namespace {
 
 constexpr int kRejectionsUntilRestoration = 8;
 constexpr int kMostRescalings = 5;
-constexpr double kLargestRadius = 1e10;
 constexpr double kRestorationRadius = 0.1;
 // Growth of the box of first steps, at most and beyond the steps taken.
 constexpr double kBoxGrowth = 7;
@@ -36,8 +35,8 @@ void Loop::try_step() {
         accept(prediction, verdict.ratio);
     else
         reject(is_defined);
-    radius_ = std::min(radius_, kLargestRadius);
-    box_ = std::min(box_, kLargestRadius);
+    radius_ = std::min(radius_, options_->trust_region_max);
+    box_ = std::min(box_, options_->trust_region_max);
 }
 
 // A second-order correction: the shortest step that takes the rows of the working set back to their

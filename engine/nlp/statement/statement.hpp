@@ -64,9 +64,7 @@ struct Statement {
     std::shared_ptr<const FormulaArrays> own_formulas;
     UserFunctions* functions = nullptr;  // that the formulas name; null: none
 
-    [[nodiscard]] int num_columns() const noexcept {
-        return static_cast<int>(column_lower.size());
-    }
+    [[nodiscard]] int num_columns() const noexcept { return static_cast<int>(column_lower.size()); }
     [[nodiscard]] int num_rows() const noexcept { return static_cast<int>(row_lower.size()); }
 };
 

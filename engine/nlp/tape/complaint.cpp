@@ -120,7 +120,8 @@ class Walk {
         switch (operation) {
             case Operation::kUser: {
                 value = std::numeric_limits<double>::quiet_NaN();
-                const bool done = user_ != nullptr && user_->call(number, arguments, {}, value, {});
+                const bool done =
+                    user_ != nullptr && user_->call(number, arguments, {}, value, {}, true);
                 return done ? value : std::numeric_limits<double>::quiet_NaN();
             }
             case Operation::kMin:

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <limits>
 #include <utility>
 #include <vector>
 
@@ -22,21 +21,21 @@ template <class Value>
     return (parts[0] + parts[1]) + (parts[2] + parts[3]);
 }
 
-// Regular are first, first + stride, ...; stride 0 is one place for all.
+// A list of positions, kept as runs first, first + stride, ... where these are long; stride 0 is
+// one place for all.
 class Positions {
   public:
     Positions() = default;
     explicit Positions(std::vector<int> list) : list_(std::move(list)) {
-        if (list_.empty()) return;
-        first_ = list_[0];
-        stride_ = list_.size() > 1 ? list_[1] - list_[0] : 1;
-        for (std::size_t k = 1; k < list_.size(); ++k)
-            if (list_[k] - list_[k - 1] != stride_) stride_ = kIrregular;
+        find_runs();
+        if (list_.size() < kShortestRun * runs_.size() && runs_.size() > 1) runs_.clear();
     }
 
     [[nodiscard]] int operator[](std::size_t k) const noexcept { return list_[k]; }
     [[nodiscard]] std::size_t size() const noexcept { return list_.size(); }
-    [[nodiscard]] bool is_range() const noexcept { return stride_ == 1; }
+    [[nodiscard]] bool is_range() const noexcept {
+        return runs_.size() == 1 && runs_[0].stride == 1;
+    }
 
     struct Range {
         std::size_t begin;
@@ -45,8 +44,8 @@ class Positions {
     // Of ascending positions: the part of the list with those from `low` to below `high`.
     [[nodiscard]] Range between(std::size_t low, std::size_t high) const {
         const auto find = [this](std::size_t position) {
-            if (stride_ == 1)
-                return std::min(position - std::min(position, at(first_)), list_.size());
+            if (is_range())
+                return std::min(position - std::min(position, at(list_[0])), list_.size());
             const auto place =
                 std::lower_bound(list_.begin(), list_.end(), static_cast<int>(position));
             return static_cast<std::size_t>(place - list_.begin());
@@ -57,28 +56,55 @@ class Positions {
     // to[position from + k] += value(k) for k < n.
     template <class Value>
     void add(double* to, std::size_t from, std::size_t n, Value&& value) const {
-        const auto offset = static_cast<std::ptrdiff_t>(from);
-        if (stride_ == 1) {
-            double* out = to + first_ + offset;
-#pragma GCC ivdep
-            for (std::size_t k = 0; k < n; ++k) out[k] += value(k);
-        } else if (stride_ == 0) {
-            to[first_] += sum_of(n, value);
-        } else if (stride_ != kIrregular) {
-            double* out = to + first_ + offset * stride_;
-            for (std::size_t k = 0; k < n; ++k, out += stride_) *out += value(k);
-        } else {
+        if (runs_.empty()) {
             const int* list = list_.data() + from;
             for (std::size_t k = 0; k < n; ++k) to[list[k]] += value(k);
+            return;
+        }
+        const Run* run = runs_.data();
+        if (from >= run->end)
+            run = &*std::upper_bound(runs_.begin(), runs_.end(), from,
+                                     [](std::size_t k, const Run& r) { return k < r.end; });
+        for (std::size_t k = 0; k < n; ++run) {
+            const std::size_t count = std::min(n, run->end - from) - k;
+            add_run(to + list_[from + k], run->stride, count,
+                    [&value, k](std::size_t j) { return value(k + j); });
+            k += count;
         }
     }
 
   private:
-    static constexpr int kIrregular = std::numeric_limits<int>::min();
+    // Shorter ones take more time than a list.
+    static constexpr std::size_t kShortestRun = 12;
 
-    int first_ = 0;
-    int stride_ = 1;
+    struct Run {
+        int stride;
+        std::size_t end;  // of its part of the list
+    };
+
+    void find_runs() {
+        for (std::size_t k = 0; k < list_.size();) {
+            const std::size_t begin = k++;
+            const int stride = k < list_.size() ? list_[k] - list_[begin] : 1;
+            while (k < list_.size() && list_[k] - list_[k - 1] == stride) ++k;
+            runs_.push_back({stride, k});
+        }
+    }
+
+    template <class Value>
+    static void add_run(double* out, int stride, std::size_t n, Value&& value) {
+        if (stride == 1) {
+#pragma GCC ivdep
+            for (std::size_t k = 0; k < n; ++k) out[k] += value(k);
+        } else if (stride == 0) {
+            *out += sum_of(n, value);
+        } else {
+            for (std::size_t k = 0; k < n; ++k, out += stride) *out += value(k);
+        }
+    }
+
     std::vector<int> list_;
+    std::vector<Run> runs_;  // empty: they are short
 };
 
 // Factors of uses, which are often all the same.
