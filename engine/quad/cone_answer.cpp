@@ -36,7 +36,7 @@ std::vector<double> AnswerWriter::normals_at(const Attempt& best) const {
 
 void AnswerWriter::report(const Attempt& best) {
     const Reduction& reduction = presolve_.reduction();
-    result_.kernel = Kernel::kBarrier;
+    result_.kernel = best.kernel;
     result_.x = reduction.restore_columns(best.x);
     const std::vector<double> normals = normals_at(best);
     result_.row_dual = reduction.restore_duals(result_.x, best.y, normals);

@@ -16,15 +16,8 @@ namespace {
 // form; at the apex that has no limit, and this bounds it.
 constexpr double kShortestAxis = 1e-6;
 
-double quadratic_dual(const ConvexRow& row, double dual, std::span<const double> x) {
-    double along = 0.0;
-    for (std::size_t k = 0; k < row.columns.size(); ++k) {
-        along += row.axis[k] * (x[at(row.columns[k])] - row.apex[k]);
-    }
-    return dual / std::max(along, kShortestAxis);
-}
+}  // namespace
 
-// Units of a program that is solved as it is.
 ConeScaling no_scaling(const ConeProgram& program) {
     ConeScaling scaling;
     scaling.column.assign(program.model.cost.size(), 1.0);
@@ -33,7 +26,13 @@ ConeScaling no_scaling(const ConeProgram& program) {
     return scaling;
 }
 
-}  // namespace
+double quadratic_dual(const ConvexRow& row, double dual, std::span<const double> x) {
+    double along = 0.0;
+    for (std::size_t k = 0; k < row.columns.size(); ++k) {
+        along += row.axis[k] * (x[at(row.columns[k])] - row.apex[k]);
+    }
+    return dual / std::max(along, kShortestAxis);
+}
 
 void add_conditions(const std::vector<RowState>& rows, double objective_size,
                     KktResiduals& residuals) {

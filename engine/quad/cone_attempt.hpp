@@ -1,6 +1,7 @@
 // One answer of the barrier method to a program with convex rows, and its evaluation.
 #pragma once
 
+#include <span>
 #include <vector>
 
 #include "engine/quad/cone_scaling.hpp"
@@ -17,6 +18,7 @@ struct RowState {
 
 // All in the program's own units.
 struct Attempt {
+    Kernel kernel = Kernel::kBarrier;
     KernelClaim claim = KernelClaim::kFailed;
     int iterations = 0;
     std::vector<double> x;
@@ -35,7 +37,13 @@ struct Rung {
     double tolerance = 1e-9;
 };
 
+// Units of a program that is solved as it is.
+ConeScaling no_scaling(const ConeProgram& program);
+
 Attempt attempt(const ConeProgram& program, const Rung& rung, int iterations, const StopRule& rule);
+
+// The dual of a cone's quadratic form from that of its norm form.
+double quadratic_dual(const ConvexRow& row, double dual, std::span<const double> x);
 
 void add_conditions(const std::vector<RowState>& rows, double objective_size,
                     KktResiduals& residuals);

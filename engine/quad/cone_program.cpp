@@ -1,4 +1,5 @@
-// Solving convex programs with quadratic rows by the barrier method.
+// Solving convex programs with quadratic rows: the method for cone programs first, the barrier
+// last.
 #include "engine/quad/cone_program.hpp"
 
 #include <algorithm>
@@ -9,7 +10,9 @@
 #include "engine/base/index.hpp"
 #include "engine/nlp/interior/interior_point_solver.hpp"
 #include "engine/quad/cone_answer.hpp"
+#include "engine/quad/cone_certificates.hpp"
 #include "engine/quad/cone_diagnosis.hpp"
+#include "engine/quad/cone_kernel.hpp"
 #include "engine/quad/cone_presolve.hpp"
 #include "engine/quad/curvature.hpp"
 #include "engine/quad/ladder.hpp"
@@ -27,6 +30,12 @@ constexpr std::size_t kWideCone = 300;
 constexpr double kWideSpread = 1e3;
 constexpr double kSharpTolerance = 1e-13;
 
+// As it is meant first; then for the last digits, and in the program's own units with more
+// regularisation.
+constexpr ConicRung kConicRungs[] = {{true, 1e-8, 1e-9}, {true, 1e-8, 1e-12}, {false, 1e-6, 1e-9}};
+// Where an answer is off by more, another rung tries for a better one.
+constexpr double kSharpEnough = 1e-8;
+
 class ConeSolver {
   public:
     ConeSolver(const ConvexProgram& program, const ConvexControl& control)
@@ -35,8 +44,15 @@ class ConeSolver {
 
   private:
     bool has_convex_objective();
+    std::vector<const ConeScaling*> units() const;
     std::vector<Rung> rungs() const;
+    bool try_conic();
+    bool take_outcome(ConicOutcome outcome, const ConeKernel& kernel, const ConicRung& rung);
     bool try_rung(const Rung& rung);
+    void take_best(Attempt next);
+    bool is_optimal() const noexcept {
+        return !best_.x.empty() && meets(best_.evaluation.residuals, control_);
+    }
     bool climb();
     bool diagnose();
     ModelPlace place_of(int row) const;
@@ -69,6 +85,13 @@ bool ConeSolver::has_convex_objective() {
     return !finish(ConvexStatus::kNonconvex);
 }
 
+// Null units are the program's own.
+std::vector<const ConeScaling*> ConeSolver::units() const {
+    if (!scaling_) return {nullptr};
+    if (scaling_->spread() >= kWideSpread) return {&*scaling_, nullptr};
+    return {nullptr, &*scaling_};
+}
+
 std::vector<Rung> ConeSolver::rungs() const {
     bool cones = false;
     bool wide = false;
@@ -79,16 +102,66 @@ std::vector<Rung> ConeSolver::rungs() const {
     std::vector<double> smoothings{0.0};
     if (wide) smoothings = {0.0, kCoarseSmoothing};
     if (cones && !wide) smoothings = {kSmoothing, kCoarseSmoothing, 0.0};
-    std::vector<const ConeScaling*> units{nullptr};
-    if (scaling_) units.push_back(&*scaling_);
-    if (scaling_ && scaling_->spread() >= kWideSpread) std::swap(units.front(), units.back());
     std::vector<Rung> rungs;
-    for (const ConeScaling* scaling : units) {
+    for (const ConeScaling* scaling : units()) {
         for (const double smoothing : smoothings) rungs.push_back({scaling, smoothing});
         // Large duals of rows with hardly an interior loosen the method's own test.
         rungs.push_back({scaling, 0.0, kSharpTolerance});
     }
     return rungs;
+}
+
+void ConeSolver::take_best(Attempt next) {
+    if (next.x.empty()) return;
+    if (best_.x.empty() || next.evaluation.worst() < best_.evaluation.worst()) {
+        best_ = std::move(next);
+    }
+}
+
+// The method for cone programs; returns true where the outcome is settled.
+bool ConeSolver::try_conic() {
+    for (const ConeScaling* scaling : units()) {
+        ConeKernel kernel(program(), scaling);
+        for (const ConicRung& rung : kConicRungs) {
+            if (iterations_left() == 0) return finish(ConvexStatus::kIterationLimit);
+            ConicOutcome outcome = kernel.solve(rung, iterations_left(), control_.stop);
+            result_.iterations += outcome.attempt.iterations;
+            if (take_outcome(std::move(outcome), kernel, rung)) return true;
+            if (control_.stop.stop()) return finish(stop_status(control_.stop));
+            if (!best_.x.empty()) kernel.restate_near(best_.x);
+        }
+        if (is_optimal()) return finish(ConvexStatus::kOptimal);
+    }
+    return false;
+}
+
+bool ConeSolver::take_outcome(ConicOutcome outcome, const ConeKernel& kernel,
+                              const ConicRung& rung) {
+    if (outcome.attempt.claim == KernelClaim::kInfeasible) {
+        if (outcome.row >= 0) result_.place = place_of(outcome.row);
+        return finish(ConvexStatus::kInfeasible);
+    }
+    if (outcome.attempt.claim == KernelClaim::kUnbounded) {
+        const RecessionConditions conditions =
+            recession_conditions(program().model, program().rows);
+        const std::vector<double> ray = improving_ray(view_of(conditions.model), outcome.ray);
+        if (ray.empty() || !meets_cones(program(), ray)) return false;
+        ConicOutcome point = kernel.find_point(rung, iterations_left(), control_.stop);
+        result_.iterations += point.attempt.iterations;
+        if (point.attempt.claim == KernelClaim::kInfeasible) {
+            return take_outcome(std::move(point), kernel, rung);
+        }
+        const bool feasible =
+            !point.attempt.x.empty() &&
+            point.attempt.evaluation.residuals.primal <= control_.feasibility_tolerance;
+        if (!feasible) return false;
+        result_.ray = whole_ray(ray);
+        result_.x = presolve_.reduction().restore_columns(point.attempt.x);
+        return finish(ConvexStatus::kUnbounded);
+    }
+    take_best(std::move(outcome.attempt));
+    return is_optimal() && best_.evaluation.worst() <= kSharpEnough &&
+           finish(ConvexStatus::kOptimal);
 }
 
 // Returns true where the outcome is settled.
@@ -100,13 +173,8 @@ bool ConeSolver::try_rung(const Rung& rung) {
     const bool suspicious = next.claim == KernelClaim::kInfeasible ||
                             next.claim == KernelClaim::kUnbounded ||
                             next.claim == KernelClaim::kIterationLimit;
-    if (!next.x.empty() &&
-        (best_.x.empty() || next.evaluation.worst() < best_.evaluation.worst())) {
-        best_ = std::move(next);
-    }
-    if (!best_.x.empty() && meets(best_.evaluation.residuals, control_)) {
-        return finish(ConvexStatus::kOptimal);
-    }
+    take_best(std::move(next));
+    if (is_optimal()) return finish(ConvexStatus::kOptimal);
     if (control_.stop.stop()) return finish(stop_status(control_.stop));
     return suspicious && iterations_left() > 0 && diagnose();
 }
@@ -114,6 +182,10 @@ bool ConeSolver::try_rung(const Rung& rung) {
 bool ConeSolver::climb() {
     ConeScaling scaling = find_scaling(program());
     if (scaling.spread() > 1.0) scaling_ = std::move(scaling);
+    if (try_conic()) return true;
+    if (!nlp::InteriorPointSolver::is_available()) {
+        return !finish(ConvexStatus::kNumericalFailure);
+    }
     for (const Rung& rung : rungs()) {
         if (try_rung(rung)) return true;
     }
@@ -161,10 +233,6 @@ bool ConeSolver::diagnose() {
 
 void ConeSolver::solve_with_cones() {
     if (!has_convex_objective()) return;
-    if (!nlp::InteriorPointSolver::is_available()) {
-        finish(ConvexStatus::kUnsupported);
-        return;
-    }
     const bool settled = climb();
     const bool proven =
         result_.status == ConvexStatus::kInfeasible || result_.status == ConvexStatus::kUnbounded;

@@ -110,7 +110,6 @@ enum class ConvexStatus {
     kIterationLimit,  // the caller's
     kTimeLimit,
     kInterrupted,
-    kUnsupported,  // quadratic rows in a build without Ipopt
     kNumericalFailure,
 };
 
@@ -129,7 +128,7 @@ struct KktResiduals {
     double complementarity = 0.0;  // sum of dual times distance, over 1 + the objective's terms
 };
 
-enum class Kernel { kNone, kProximal, kLargeScale, kBarrier };
+enum class Kernel { kNone, kProximal, kLargeScale, kConic, kBarrier };
 
 struct ConvexResult {
     ConvexStatus status = ConvexStatus::kNumericalFailure;

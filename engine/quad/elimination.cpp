@@ -10,13 +10,6 @@
 
 namespace qlx::quad {
 
-namespace {
-
-// Wider supernodes are split, so that the work on a panel's own columns stays small beside the
-// matrix products between panels.
-constexpr int kWidestSupernode = 48;
-
-// Position -> column, by approximate minimum degree (Amestoy, Davis, Duff 1996).
 std::vector<int> minimum_degree(const SparseColumns& upper) {
     using Matrix = Eigen::SparseMatrix<double, Eigen::ColMajor, int>;
     // Eigen takes a column without a diagonal entry for a dense one, so every column gets one.
@@ -38,6 +31,12 @@ std::vector<int> minimum_degree(const SparseColumns& upper) {
     Eigen::AMDOrdering<int>()(view.selfadjointView<Eigen::Upper>(), order);
     return {order.indices().data(), order.indices().data() + order.indices().size()};
 }
+
+namespace {
+
+// Wider supernodes are split, so that the work on a panel's own columns stays small beside the
+// matrix products between panels.
+constexpr int kWidestSupernode = 48;
 
 // Parents in the elimination tree (Liu 1990) of the matrix permuted by `position`.
 std::vector<int> elimination_tree(const std::vector<int>& start, const std::vector<int>& row,

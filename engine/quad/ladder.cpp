@@ -53,6 +53,7 @@ QuadraticKernel Ladder::kernel_of(Kernel kernel) const {
             return control_.large_scale_qp;
         case Kernel::kBarrier:
             return barrier_kernel();
+        case Kernel::kConic:
         case Kernel::kNone:
             break;
     }

@@ -9,6 +9,9 @@
 
 namespace qlx::quad {
 
+// Position -> column, by approximate minimum degree (Amestoy, Davis, Duff 1996).
+std::vector<int> minimum_degree(const SparseColumns& upper);
+
 // Left-looking factorisation over supernodes (Ng and Peyton 1993) without pivoting: for definite
 // and quasidefinite matrices (Vanderbei 1995). The ordering is approximate minimum degree.
 class SparseFactor {

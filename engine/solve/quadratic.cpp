@@ -169,9 +169,6 @@ Outcome outcome_of(const SolveSession& session, quad::ConvexStatus status) {
             return {QLX_LP_UNFINISHED, reason != QLX_STOP_NONE ? reason : QLX_STOP_USER,
                     "Stopped early"};
         }
-        case quad::ConvexStatus::kUnsupported:
-            fail(QLX_ERROR_UNSUPPORTED,
-                 "quadratic rows need the nonlinear interior point, which this build lacks");
         default:
             return {QLX_LP_UNSOLVED, QLX_STOP_NUMERICS, "Not solved to the tolerances"};
     }

@@ -23,8 +23,10 @@ constexpr int kMostRefinements = 8;
 constexpr std::int64_t kMostFill = 500'000'000;
 // Of the regularisation: what a pivot lost to rounding becomes.
 constexpr double kSubstitute = 20.0;
-// A solution with a larger error relative to it and to the right-hand side is refused.
+// A solution with a larger error relative to it and to the right-hand side is refused, unless the
+// error is that of rounding the products.
 constexpr double kWorstError = 1e-6;
+constexpr double kRounding = 1e-13;
 // The regularisation grows with the matrix by this.
 constexpr double kRelativeRegularization = 4e-16;
 
@@ -145,12 +147,12 @@ void KktSystem::factorize(const Scaling& scaling, double regularization) {
             }
         }
     }
-    double diagonal = 0.0;
+    diagonal_ = 0.0;
     for (int j = 0; j < order_; ++j) {
-        diagonal = std::max(diagonal, std::abs(matrix_.value[at(matrix_.start[at(j) + 1] - 1)]));
+        diagonal_ = std::max(diagonal_, std::abs(matrix_.value[at(matrix_.start[at(j) + 1] - 1)]));
     }
     const double shift =
-        regularization + kRelativeRegularization * kRelativeRegularization * diagonal;
+        regularization + kRelativeRegularization * kRelativeRegularization * diagonal_;
     for (std::size_t j = 0; j < sign_.size(); ++j) shift_[j] = sign_[j] * shift;
     // In exact arithmetic every pivot of a quasidefinite matrix is at least its shift.
     factor_.factorize(matrix_, shift_, sign_, 0.5 * shift, kSubstitute * shift);
@@ -186,8 +188,10 @@ bool KktSystem::solve(std::span<double> x, std::span<double> z) {
     std::copy(solution_.begin(), middle, x.begin());
     std::copy_n(middle, z.size(), z.begin());
     const double sum = std::accumulate(solution_.begin(), solution_.end(), error);
-    return std::isfinite(sum) &&
-           error <= kWorstError * (1.0 + largest(right_) + largest(solution_));
+    const double size = largest(solution_);
+    const double accepted =
+        kWorstError * (1.0 + largest(right_) + size) + kRounding * diagonal_ * size;
+    return std::isfinite(sum) && error <= accepted;
 }
 
 }  // namespace qlx::quad::conic

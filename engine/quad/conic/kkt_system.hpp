@@ -40,6 +40,7 @@ class KktSystem {
     std::vector<int> extra_;         // a block's first extra column, or -1
     std::vector<signed char> sign_;  // of the pivots
     std::vector<double> shift_;
+    double diagonal_ = 0.0;  // the largest entry in size
     SparseFactor factor_;
     std::vector<double> right_;
     std::vector<double> solution_;

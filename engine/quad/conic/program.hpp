@@ -66,7 +66,8 @@ struct Control {
     int iteration_limit = 200;
     double regularization = 1e-8;  // added to the factor's diagonal, and refined away
     bool equilibrate = true;
-    StopRule stop;                                      // asked in every iteration
+    int centering_steps = 0;  // after the last iteration: s and z then belong together more closely
+    StopRule stop;            // asked in every iteration
     std::function<void(const Progress&)> on_iteration;  // may be empty
 };
 

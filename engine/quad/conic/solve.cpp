@@ -12,9 +12,11 @@ namespace qlx::quad::conic {
 namespace {
 
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
-constexpr double kShareOfStep = 0.99;  // of the way to the cones' boundary
+constexpr double kShareOfStep = 0.99;                // of the way to the cones' boundary
+constexpr double kLongestStep = 1.0 / kShareOfStep;  // so that a share of it is a whole step
 constexpr double kPoorStep = 0.1;
 constexpr double kCentralShare = 0.3;  // of the residuals, in a step to the central path
+constexpr double kCentral = 1e-9;      // so near to the central path is on it
 constexpr double kShortStep = 1e-5;
 // The method has stalled where for so many iterations nothing came nearer to an end.
 constexpr int kPatience = 12;
@@ -53,7 +55,9 @@ class Method {
     bool judge(int iteration, double step);
     bool try_proofs();
     bool find_step(double& step);
-    bool find_centered(const Point* affine, double share, double& step);
+    bool find_centered(const Point* affine, double share, double target, double& step);
+    double distance_to_path(double mean) noexcept;
+    void center();
     double longest_step(const Point& direction) const noexcept;
     double barrier() const noexcept;
     void move(double step) noexcept;
@@ -125,7 +129,7 @@ double Method::barrier() const noexcept {
 }
 
 double Method::longest_step(const Point& direction) const noexcept {
-    double step = cones_.longest_step(point_.s, direction.s, 1.0);
+    double step = cones_.longest_step(point_.s, direction.s, kLongestStep);
     step = cones_.longest_step(point_.z, direction.z, step);
     if (direction.tau < 0.0) step = std::min(step, -point_.tau / direction.tau);
     if (direction.kappa < 0.0) step = std::min(step, -point_.kappa / direction.kappa);
@@ -193,18 +197,53 @@ bool Method::find_step(double& step) {
     system_.factorize(scaling_, regularization_);
     if (!directions_.prepare(point_)) return false;
     if (!directions_.find_affine(point_, residuals_, affine_)) return false;
-    const double rest = 1.0 - longest_step(affine_);
+    const double rest = 1.0 - std::min(longest_step(affine_), 1.0);
     const double share = 1.0 - rest * rest * rest;
-    if (!find_centered(&affine_, share, step)) return false;
-    if (step < kPoorStep && !find_centered(nullptr, kCentralShare, step)) return false;
+    const double mean = barrier();
+    if (!find_centered(&affine_, share, (1.0 - share) * mean, step)) return false;
+    const bool poor = step < kPoorStep;
+    if (poor && !find_centered(nullptr, kCentralShare, (1.0 - kCentralShare) * mean, step)) {
+        return false;
+    }
     return step >= kShortStep;
 }
 
-bool Method::find_centered(const Point* affine, double share, double& step) {
-    const double target = (1.0 - share) * barrier();
+bool Method::find_centered(const Point* affine, double share, double target, double& step) {
     if (!directions_.find_centered(point_, residuals_, affine, share, target, step_)) return false;
-    step = kShareOfStep * longest_step(step_);
+    step = std::min(kShareOfStep * longest_step(step_), 1.0);
     return true;
+}
+
+// Largest entry of  point o point / mean - e,  point being the scaled one.
+double Method::distance_to_path(double mean) noexcept {
+    cones_.product(scaling_.point(), scaling_.point(), step_.s);
+    cones_.add_unit(-mean, step_.s);
+    double distance = std::abs(point_.tau * point_.kappa - mean);
+    for (const double entry : step_.s) distance = std::max(distance, std::abs(entry));
+    return distance / mean;
+}
+
+// On the central path s and z of a second-order cone point the same way, which off it they do to
+// about the root of the gap only.
+void Method::center() {
+    for (int round = 0; round < control_.centering_steps; ++round) {
+        double step = 0.0;
+        if (control_.stop.stop() || !scaling_.update(point_.s, point_.z)) return;
+        const double mean = barrier();
+        if (distance_to_path(mean) <= kCentral) return;
+        system_.factorize(scaling_, regularization_);
+        if (!directions_.prepare(point_) || !find_centered(nullptr, 0.0, mean, step)) return;
+        move(step);
+        residuals_.evaluate(scaled_, point_);
+        Progress progress = termination_.measure(point_, residuals_);
+        if (!(progress.worst() <= control_.tolerance)) return;
+        progress.iteration = ++answer_.iterations;
+        progress.barrier = barrier();
+        progress.step = step;
+        if (control_.on_iteration) control_.on_iteration(progress);
+        answer_.progress = progress;
+        best_ = point_;
+    }
 }
 
 Answer Method::run() {
@@ -218,6 +257,7 @@ Answer Method::run() {
         while (!ended && !find_step(step)) ended = !strengthen();
         if (!ended) move(step);
     }
+    if (answer_.status == Status::kSolved) center();
     const bool proven =
         answer_.status == Status::kInfeasible || answer_.status == Status::kUnbounded;
     if (!proven && answer_.progress.gap < kInfinity) termination_.write_point(best_, answer_);
