@@ -11,6 +11,7 @@ namespace qlx {
 
 namespace {
 
+constexpr double kBeyondAll = 1e20;  // an objective of that size stands for none
 constexpr double kUndefined = std::numeric_limits<double>::infinity();
 
 struct Interval {
@@ -31,8 +32,7 @@ double natural_residual(double multiplier, double magnitude, double value, Inter
     const double side = multiplier > 0 ? sides.lower : sides.upper;
     const double distance = std::max(0.0, multiplier > 0 ? value - side : side - value);
     const double size = std::fabs(multiplier);
-    return std::min({size / std::max(1.0, magnitude), distance / std::max(1.0, std::fabs(side)),
-                     size * distance / objective_size});
+    return std::min(size / std::max(1.0, magnitude), size * distance / objective_size);
 }
 
 }  // namespace
@@ -60,14 +60,15 @@ ReducedCosts reduced_costs(nlp::LocalProblem& problem, std::span<const double> x
 LocalCheck check_local(nlp::LocalProblem& problem, std::span<const double> x,
                        std::span<const double> y) {
     const nlp::LocalBounds& bounds = problem.bounds();
-    LocalCheck undefined{kUndefined, kUndefined, kUndefined};
+    const LocalCheck undefined{kUndefined, kUndefined, kUndefined, kUndefined};
     double objective = 0;
     std::vector<double> rows(y.size());
     if (!problem.objective(x, objective) || !problem.rows(x, rows)) return undefined;
+    if (!(std::fabs(objective) < kBeyondAll)) return undefined;
     const ReducedCosts costs = reduced_costs(problem, x, y);
     const double objective_size = std::max(1.0, std::fabs(objective));
 
-    LocalCheck check{0, 0, 0};
+    LocalCheck check{0, 0, 0, 0};
     const auto add = [&](double multiplier, double magnitude, double value, Interval sides) {
         const double violation = violation_of(value, sides);
         check.violation = std::max(check.violation, violation);
@@ -79,6 +80,10 @@ LocalCheck check_local(nlp::LocalProblem& problem, std::span<const double> x,
         if (!std::isfinite(costs.value[col]) || !std::isfinite(x[col])) return undefined;
         add(costs.value[col], costs.magnitude[col], x[col],
             {bounds.column_lower[col], bounds.column_upper[col]});
+        const double bound =
+            costs.value[col] > 0 ? bounds.column_lower[col] : bounds.column_upper[col];
+        const double way = std::min(std::fabs(x[col]), std::fabs(x[col] - bound));
+        check.far_gain += std::fabs(costs.value[col]) * way / objective_size;
     }
     // A dual is as small as it is beside the others: those of a problem that has none are huge.
     double largest_dual = 1;

@@ -77,6 +77,33 @@ int stop_reason_of(const SolveSession& session, LocalStatus status) {
     }
 }
 
+// At a kink the derivatives of the active piece say nothing of the others: whether the objective
+// falls along a column by more than a tolerance's worth.
+bool falls_beside(nlp::LocalProblem& problem, const nlp::LocalAnswer& answer,
+                  const Controls& controls) {
+    constexpr double kLengths[] = {1e-2, 1e-4};
+    const nlp::LocalBounds& bounds = problem.bounds();
+    const std::vector<double> no_duals(bounds.row_lower.size(), 0.0);
+    std::vector<double> x = answer.x;
+    for (std::size_t col = 0; col < x.size(); ++col) {
+        for (const double length : {kLengths[0], -kLengths[0], kLengths[1], -kLengths[1]}) {
+            const double step = length * std::max(1.0, std::fabs(answer.x[col]));
+            x[col] = std::clamp(answer.x[col] + step, bounds.column_lower[col],
+                                bounds.column_upper[col]);
+            double value = 0;
+            const double least_fall =
+                controls.nlpopttol * std::max(1.0, std::fabs(answer.objective)) +
+                1e-3 * std::fabs(step) * std::fabs(step);
+            if (x[col] != answer.x[col] && problem.objective(x, value) &&
+                value < answer.objective - least_fall &&
+                check_local(problem, x, no_duals).violation <= controls.nlpfeastol)
+                return true;
+        }
+        x[col] = answer.x[col];
+    }
+    return false;
+}
+
 void judge(LocalOutcome& outcome, nlp::LocalProblem& problem, const Controls& controls) {
     nlp::LocalAnswer& answer = outcome.answer;
     answer.x.resize(problem.bounds().column_lower.size(), 0.0);
@@ -84,8 +111,11 @@ void judge(LocalOutcome& outcome, nlp::LocalProblem& problem, const Controls& co
     outcome.check = check_local(problem, answer.x, answer.row_dual);
     if (!problem.objective(answer.x, answer.objective)) answer.objective = kNoValue;
     outcome.is_feasible = outcome.check.violation <= controls.nlpfeastol;
+    constexpr double kFarGain = 1e-4;
     outcome.is_optimal = outcome.is_feasible && outcome.check.optimality <= controls.nlpopttol &&
-                         outcome.check.shadow_gain <= controls.nlpopttol;
+                         outcome.check.shadow_gain <= controls.nlpopttol &&
+                         outcome.check.far_gain <= std::max(kFarGain, controls.nlpopttol) &&
+                         !(problem.has_kinks() && falls_beside(problem, answer, controls));
 }
 
 // Rays cost evaluations, no solves: tried wherever a solver ended without an optimum, from its

@@ -1,4 +1,5 @@
 // Nonlinear problems: presolve, local solvers, and what their answers prove.
+#include <algorithm>
 #include <cmath>
 
 #include "engine/base/index.hpp"
@@ -105,7 +106,7 @@ class LocalSolve {
         if (presolve_.verdict() == nlp::PresolveVerdict::kInfeasible)
             return {QSLP_INFEASIBLE, QLX_STOP_NONE, "Infeasible: " + blame()};
         const PresolvedMark mark(*session_.problem().nonlinear);
-        const nlp::Statement stated = nlp::reformulate_kinks(presolve_.reduced()).statement;
+        const nlp::Statement stated = without_kinks();
         nlp::NonlinearProgram program(stated, stated.functions);
         nlp::StartPoint start = nlp::find_start(stated, program);
         report_start(start);
@@ -120,6 +121,42 @@ class LocalSolve {
     }
 
   private:
+    // Kinks by rows where that leaves a convex program: elsewhere the rows have stationary points
+    // that are none of the kinks' own. The columns of kinks get no bounds, which would take the
+    // duals that belong to the rows.
+    nlp::Statement without_kinks() const {
+        nlp::KinkReformulation kinks = nlp::reformulate_kinks(presolve_.reduced());
+        if (kinks.replaced == 0 || !nlp::is_convex_program(kinks.statement))
+            return presolve_.reduced();
+        const auto given = static_cast<std::ptrdiff_t>(presolve_.reduced().column_lower.size());
+        std::fill(kinks.statement.column_lower.begin() + given, kinks.statement.column_lower.end(),
+                  -kInfinity);
+        std::fill(kinks.statement.column_upper.begin() + given, kinks.statement.column_upper.end(),
+                  kInfinity);
+        return std::move(kinks.statement);
+    }
+
+    // Whether the linear rows and bounds alone have no solution.
+    bool linear_rows_contradict() {
+        Problem part;
+        part.model.copy_from(model_);
+        Model& linear = part.model;
+        for (std::size_t term = 0; term < linear.nonlinear().coefficients.num_terms(); ++term)
+            linear.set_row_type(linear.nonlinear().coefficients.row(term), 'N', 0);
+        linear.nonlinear().coefficients.clear();
+        linear.clear_quadratic(-1);
+        std::vector<int> quadratic;
+        for (const auto& [row, form] : linear.quadratic_rows()) quadratic.push_back(row);
+        for (const int row : quadratic) {
+            linear.clear_quadratic(row);
+            linear.set_row_type(row, 'N', 0);
+        }
+        for (int col = 0; col < linear.num_cols(); ++col) linear.set_cost(col, 0);
+        SolveSession nested(session_, part);
+        solve_part(nested, nullptr);
+        return part.results.lp_status == QLX_LP_INFEAS;
+    }
+
     void report_start(const nlp::StartPoint& start) {
         if (!start.is_defined)
             session_.send(
@@ -175,6 +212,9 @@ class LocalSolve {
         if (outcome.is_unbounded) return {QSLP_UNBOUNDED, QLX_STOP_NONE, "Unbounded"};
         if (outcome.stop_reason != QLX_STOP_NONE)
             return {QSLP_UNFINISHED, outcome.stop_reason, "Stopped early"};
+        if (outcome.answer.status == nlp::LocalStatus::kInfeasible && !outcome.is_feasible &&
+            linear_rows_contradict())
+            return {QSLP_INFEASIBLE, QLX_STOP_NONE, "Infeasible: the linear rows contradict"};
         if (outcome.answer.status == nlp::LocalStatus::kInfeasible && !outcome.is_feasible)
             return {QSLP_LOCALLY_INFEASIBLE, QLX_STOP_NONE, "Locally infeasible"};
         return {QSLP_UNFINISHED, QLX_STOP_NUMERICS, "Not solved to the tolerances"};

@@ -160,3 +160,58 @@ def test_the_log_shows_iterations_and_why_it_stopped(p, capfd):
     text = capfd.readouterr().out
     for part in ("infeasible  optimality", "Stopped after", "ptimal: objective"):
         assert part in text
+
+
+GOOD = {"nlp_solution", "nlp_globally_optimal"}
+# What each model must not be called wrongly: (objective, rows, sense, bounds, start, best value or
+# None where it is unbounded).
+TRAPS = {
+    "extremum inside a power": (
+        lambda x: quilex.min(x, 900) ** 3,
+        lambda x: [],
+        quilex.maximize,
+        (-quilex.infinity, 822.0),
+        1.0,
+        822.0**3,
+    ),
+    "slow descent": (lambda x: -sqrt(x), lambda x: [], 1, (0.0, quilex.infinity), None, None),
+    "slower descent": (lambda x: -log(5 + x), lambda x: [], 1, (0, 1e12), None, -math.log(1e12)),
+    "row that always holds": (
+        lambda x: exp(x),
+        lambda x: [x * x >= 0],
+        quilex.minimize,
+        (-5.0, 5.0),
+        1.0,
+        math.exp(-5),
+    ),
+    "pole": (lambda x: log(qabs(x - 1)), lambda x: [], 1, (-5.0, 5.0), None, None),
+    "pole at a bound": (lambda x: log(x), lambda x: [], 1, (0.0, 5.0), None, None),
+    "kink that is a minimum": (lambda x: qabs(x), lambda x: [], -1, (-3.0, 3.0), None, 3.0),
+}
+
+
+@pytest.mark.parametrize("name", TRAPS)
+def test_nothing_is_called_a_solution_that_is_none(p, name):
+    objective, rows, sense, (lb, ub), start, best = TRAPS[name]
+    (x,) = variables(p, 1, lb, ub)
+    if start is not None:
+        p.setStart(x, start)
+    status = solved(p, objective(x), rows(x), sense)
+    if best is None:
+        assert status not in GOOD
+    elif status in GOOD:
+        assert p.getObjVal() == pytest.approx(best, rel=1e-5)
+    else:
+        assert status == "nlp_unfinished"
+
+
+def test_duals_beside_an_extremum(p):
+    x, y = variables(p, 2, -quilex.infinity, quilex.infinity)
+    rows = [y >= 3, x >= 2]
+    assert solved(p, quilex.max(x + y / 4, exp(x), 2 * y), rows) == "nlp_globally_optimal"
+    assert p.getDual(rows) == pytest.approx([0, math.exp(2)], abs=1e-4)
+
+
+def test_contradicting_linear_rows_of_free_columns_are_proved(p):
+    x, y = variables(p, 2, -quilex.infinity, quilex.infinity)
+    assert solved(p, exp(x), [x + y >= 1, x + y <= 0]) == "nlp_infeasible"
