@@ -25,6 +25,18 @@ std::vector<quad::Triplet> hessian_of(const QuadraticForm& form, double factor) 
     return hessian;
 }
 
+// A power of two that lifts the objective's largest coefficient to 1 and above: tolerances are
+// absolute, and beside variances of 1e-8 every portfolio would be optimal.
+double lift_of(const Model& model) {
+    constexpr int kLargestExponent = 200;
+    double largest = 0;
+    for (const double cost : model.obj()) largest = std::max(largest, std::fabs(cost));
+    for (const QuadraticTerm& term : model.quadratic_objective().terms())
+        largest = std::max(largest, std::fabs(term.coefficient));
+    if (!(largest > 0) || largest >= 1) return 1;
+    return std::ldexp(1.0, std::min(kLargestExponent, -std::ilogb(largest)));
+}
+
 // The model as a minimisation, with the way back from its rows to the model's.
 class Statement {
   public:
@@ -37,22 +49,28 @@ class Statement {
     [[nodiscard]] int linear_row(int index) const { return linear_rows_[at(index)]; }
     [[nodiscard]] int quadratic_row(int index) const { return quadratic_rows_[at(index)]; }
 
-    // Duals of the model's rows, in the model's own sense.
+    // Duals of the model's rows, in the model's own sense and scale.
     [[nodiscard]] std::vector<double> duals(const quad::ConvexResult& result) const {
         std::vector<double> duals(at(model_.num_rows()), 0.0);
         for (std::size_t k = 0; k < result.row_dual.size(); ++k)
-            duals[at(linear_rows_[k])] = sense_ * result.row_dual[k];
+            duals[at(linear_rows_[k])] = sense_ * result.row_dual[k] / lift_;
         for (std::size_t k = 0; k < result.quadratic_dual.size(); ++k)
-            duals[at(quadratic_rows_[k])] = sense_ * result.quadratic_dual[k];
+            duals[at(quadratic_rows_[k])] = sense_ * result.quadratic_dual[k] / lift_;
         return duals;
+    }
+    [[nodiscard]] std::vector<double> reduced_costs(const quad::ConvexResult& result) const {
+        std::vector<double> costs = result.reduced_cost;
+        for (double& cost : costs) cost *= sense_ / lift_;
+        return costs;
     }
 
   private:
     void state_columns() {
+        lift_ = lift_of(model_);
         program_.cost = model_.obj();
-        for (double& cost : program_.cost) cost *= sense_;
-        program_.constant = sense_ * model_.constant();
-        program_.hessian = hessian_of(model_.quadratic_objective(), sense_);
+        for (double& cost : program_.cost) cost *= sense_ * lift_;
+        program_.constant = sense_ * model_.constant() * lift_;
+        program_.hessian = hessian_of(model_.quadratic_objective(), sense_ * lift_);
         for (int col = 0; col < model_.num_cols(); ++col) {
             const Sides bounds = model_.relaxed_bounds(col);
             program_.column_lower.push_back(bounds.lower);
@@ -90,6 +108,7 @@ class Statement {
 
     Model& model_;
     const int sense_;
+    double lift_ = 1;
     quad::ConvexProgram program_;
     std::vector<int> linear_rows_;
     std::vector<int> quadratic_rows_;
@@ -139,8 +158,7 @@ bool take_point(SolveSession& session, const Statement& statement,
     Solution point;
     point.x = result.x;
     point.dual = statement.duals(result);
-    point.dj = result.reduced_cost;
-    for (double& dj : point.dj) dj *= model.sense();
+    point.dj = statement.reduced_costs(result);
     return session.incumbents().take_relaxed(std::move(point)) != nullptr;
 }
 
