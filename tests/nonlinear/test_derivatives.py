@@ -2,11 +2,13 @@
 
 import random
 
-import casadi
-import mpmath
 import pytest
 
 import quilex
+
+# Not in the small environment of the oldest numpy.
+casadi = pytest.importorskip("casadi")
+mpmath = pytest.importorskip("mpmath")
 
 SEEDS = range(60)
 
