@@ -41,9 +41,9 @@ typedef int (*QSLPformulacb)(QSLPprob prob, void* data, double value, double* re
 /* A user function. context names the call (QSLPgetfuncinfo, QSLPgetfuncobject). results has one
  * place more than there are inputs, all not a number before the call. The value goes into
  * results[0], the partial derivative by input i into results[i + 1] where deltas[i], the step of a
- * difference, is not 0. Derivatives left out come by differences. A call has failed where results[0]
- * is left alone or not a number; returning -3.0 besides says so. May be called from any thread, and
- * from several at once. */
+ * difference, is not 0. Derivatives left out come by differences. A call has failed where
+ * results[0] is left alone or not a number; returning -3.0 besides says so. May be called from any
+ * thread, and from several at once. */
 typedef double (*QSLPuserfunction)(const double* input, void* context, const double* deltas,
                                    double* results);
 
@@ -195,8 +195,8 @@ QLX_API int QSLPglobalsol(QSLPprob prob);
 QLX_API int QSLPinterrupt(QSLPprob prob, int reason);
 /* The last point: x and dj of attribute 12000 entries, slack and dual of attribute 11999. */
 QLX_API int QSLPgetslpsol(QSLPprob prob, double* x, double* slack, double* dual, double* dj);
-/* Steps of a solve, for callers that drive it themselves. QSLPunconstruct and QSLPpostsolve bring the
- * problem back to what was stated, so that it can be changed; nothing happens where attribute
+/* Steps of a solve, for callers that drive it themselves. QSLPunconstruct and QSLPpostsolve bring
+ * the problem back to what was stated, so that it can be changed; nothing happens where attribute
  * QSLP_ATTRIB_PRESOLVESTATE says that it is. It always is after QSLPnlpoptimize. */
 QLX_API int QSLPconstruct(QSLPprob prob);
 QLX_API int QSLPunconstruct(QSLPprob prob);
