@@ -25,7 +25,7 @@ constexpr int kMostShifts = 12;
 bool SparseEqualityPhase::bind(const ScaledProblem& problem, const StopRule& stop) {
     shift_ = 0;
     stop_ = &stop;
-    preconditioner_is_analysed_ = false;
+    preconditioner_is_analysed_ = projection_is_current_ = false;
     return projection_.analyze(problem, false);
 }
 
@@ -39,6 +39,7 @@ bool SparseEqualityPhase::analyse_preconditioner() {
 
 void SparseEqualityPhase::factor(const Linearisation& model, const WorkingSet& set) {
     model_.emplace(model);
+    projection_is_current_ = false;
     fixed_.assign(at(model.problem.num_columns()), 0);
     in_set_.assign(at(model.problem.num_rows()), 0);
     fixed_step_.setZero(model.problem.num_columns());
