@@ -1,6 +1,7 @@
 // Nonlinear problems: presolve, local solvers, and what their answers prove.
 #include <algorithm>
 #include <cmath>
+#include <optional>
 
 #include "engine/base/index.hpp"
 #include "engine/core/nonlinear_problem.hpp"
@@ -106,34 +107,50 @@ class LocalSolve {
         if (presolve_.verdict() == nlp::PresolveVerdict::kInfeasible)
             return {QSLP_INFEASIBLE, QLX_STOP_NONE, "Infeasible: " + blame()};
         const PresolvedMark mark(*session_.problem().nonlinear);
-        const nlp::Statement stated = without_kinks();
+        const nlp::Statement& reduced = presolve_.reduced();
+        nlp::KinkReformulation kinks = nlp::reformulate_kinks(reduced);
+        if (kinks.replaced > 0) {
+            free_columns_from(reduced.column_lower.size(), kinks.statement);
+            if (const auto ending = solve_stated(kinks.statement, true)) return *ending;
+        }
+        return *solve_stated(reduced, false);
+    }
+
+  private:
+    // The columns of kinks get no bounds, which would take the duals that belong to their rows.
+    static void free_columns_from(std::size_t first, nlp::Statement& statement) {
+        const auto begin = static_cast<std::ptrdiff_t>(first);
+        std::fill(statement.column_lower.begin() + begin, statement.column_lower.end(), -kInfinity);
+        std::fill(statement.column_upper.begin() + begin, statement.column_upper.end(), kInfinity);
+    }
+
+    // Nothing where kinks are stated by rows and the answer says nothing of the kinks themselves.
+    std::optional<Ending> solve_stated(const nlp::Statement& stated, bool has_rows_of_kinks) {
         nlp::NonlinearProgram program(stated, stated.functions);
         nlp::StartPoint start = nlp::find_start(stated, program);
         report_start(start);
         const LocalOutcome outcome = solve_locally(
             session_, {program, std::move(start.x),
                        [&](double eps) { return std::make_unique<SmoothedProgram>(stated, eps); }});
+        if (has_rows_of_kinks && outcome.stop_reason == QLX_STOP_NONE && !outcome.is_unbounded &&
+            outcome.is_feasible && !(outcome.is_optimal && is_tight(outcome)))
+            return std::nullopt;
         const bool kept = hold(outcome, program);
         NonlinearProblem& problem = *session_.problem().nonlinear;
-        problem.iterations = outcome.iterations;
-        problem.evaluations = outcome.evaluations;
+        problem.iterations += outcome.iterations;
+        problem.evaluations += outcome.evaluations;
         return verdict(outcome, kept);
     }
 
-  private:
-    // Kinks by rows where that leaves a convex program: elsewhere the rows have stationary points
-    // that are none of the kinks' own. The columns of kinks get no bounds, which would take the
-    // duals that belong to the rows.
-    nlp::Statement without_kinks() const {
-        nlp::KinkReformulation kinks = nlp::reformulate_kinks(presolve_.reduced());
-        if (kinks.replaced == 0 || !nlp::is_convex_program(kinks.statement))
-            return presolve_.reduced();
-        const auto given = static_cast<std::ptrdiff_t>(presolve_.reduced().column_lower.size());
-        std::fill(kinks.statement.column_lower.begin() + given, kinks.statement.column_lower.end(),
-                  -kInfinity);
-        std::fill(kinks.statement.column_upper.begin() + given, kinks.statement.column_upper.end(),
-                  kInfinity);
-        return std::move(kinks.statement);
+    // Whether the columns of kinks are at the kinks' values, as far as the objective can tell: a
+    // power of one that is beyond has stationary points of its own.
+    bool is_tight(const LocalOutcome& outcome) const {
+        const nlp::Statement& reduced = presolve_.reduced();
+        nlp::NonlinearProgram program(reduced, reduced.functions);
+        double value = 0;
+        return program.objective(std::span(outcome.answer.x).first(reduced.moving.size()), value) &&
+               std::fabs(value - outcome.answer.objective) <=
+                   1e-6 * std::max(1.0, std::fabs(value));
     }
 
     // Whether the linear rows and bounds alone have no solution.
