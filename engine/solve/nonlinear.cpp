@@ -132,14 +132,13 @@ class LocalSolve {
         const LocalOutcome outcome = solve_locally(
             session_, {program, std::move(start.x),
                        [&](double eps) { return std::make_unique<SmoothedProgram>(stated, eps); }});
-        if (has_rows_of_kinks && outcome.stop_reason == QLX_STOP_NONE && !outcome.is_unbounded &&
-            outcome.is_feasible && !(outcome.is_optimal && is_tight(outcome)))
-            return std::nullopt;
-        const bool kept = hold(outcome, program);
         NonlinearProblem& problem = *session_.problem().nonlinear;
         problem.iterations += outcome.iterations;
         problem.evaluations += outcome.evaluations;
-        return verdict(outcome, kept);
+        if (has_rows_of_kinks && outcome.stop_reason == QLX_STOP_NONE && !outcome.is_unbounded &&
+            outcome.is_feasible && !(outcome.is_optimal && is_tight(outcome)))
+            return std::nullopt;
+        return verdict(outcome, hold(outcome, program));
     }
 
     // Whether the columns of kinks are at the kinks' values, as far as the objective can tell: a
@@ -229,11 +228,11 @@ class LocalSolve {
         if (outcome.is_unbounded) return {QSLP_UNBOUNDED, QLX_STOP_NONE, "Unbounded"};
         if (outcome.stop_reason != QLX_STOP_NONE)
             return {QSLP_UNFINISHED, outcome.stop_reason, "Stopped early"};
-        if (outcome.answer.status == nlp::LocalStatus::kInfeasible && !outcome.is_feasible &&
-            linear_rows_contradict())
-            return {QSLP_INFEASIBLE, QLX_STOP_NONE, "Infeasible: the linear rows contradict"};
-        if (outcome.answer.status == nlp::LocalStatus::kInfeasible && !outcome.is_feasible)
+        if (outcome.answer.status == nlp::LocalStatus::kInfeasible && !outcome.is_feasible) {
+            if (linear_rows_contradict())
+                return {QSLP_INFEASIBLE, QLX_STOP_NONE, "Infeasible: the linear rows contradict"};
             return {QSLP_LOCALLY_INFEASIBLE, QLX_STOP_NONE, "Locally infeasible"};
+        }
         return {QSLP_UNFINISHED, QLX_STOP_NUMERICS, "Not solved to the tolerances"};
     }
 

@@ -1,15 +1,15 @@
 // What counts as an infinite bound or side.
 #pragma once
 
+#include "engine/base/infinity.hpp"
+
 namespace qlx::nlp {
 
-inline constexpr double kInfiniteBound = 1e20;
-
 [[nodiscard]] constexpr bool is_minus_infinite(double bound) noexcept {
-    return bound <= -kInfiniteBound;
+    return bound <= -kInfinity;
 }
 [[nodiscard]] constexpr bool is_plus_infinite(double bound) noexcept {
-    return bound >= kInfiniteBound;
+    return bound >= kInfinity;
 }
 
 }  // namespace qlx::nlp

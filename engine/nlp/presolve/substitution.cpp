@@ -45,7 +45,7 @@ bool Reduction::substitute(int column) {
         return false;
     const bool uses_lower = dual > 0 || (dual == 0 && !is_minus_infinite(lower));
     const double side = uses_lower ? lower : upper;
-    if (std::fabs(side) >= kInfiniteBound) return false;  // the column has no optimal value
+    if (std::fabs(side) >= kInfinity) return false;  // the column has no optimal value
     if (!is_free(column) && !implies_bounds(entry, side)) return false;
 
     const EnclosedSum shift = constant(row);
